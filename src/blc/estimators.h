@@ -1,0 +1,41 @@
+/// Black-level estimates of a dark frame.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "core/black_level.h"
+#include "core/frame.h"
+
+namespace cali::blc {
+
+/// Bounds of a plausible median: above the one, below the other.
+inline constexpr int32_t kCalibMin = 0;
+inline constexpr int32_t kCalibMax = 800;
+
+/// Restores full scale after subtracting `offset`: 4096 / (4096 - offset). Infinite at 4096.
+[[nodiscard]] float restoring_gain(int32_t offset);
+
+/// Half the samples of a channel as the median method counts them. `samples` is the frame's sample count.
+[[nodiscard]] uint32_t median_target(int32_t samples, int32_t pattern, std::size_t code);
+
+/// Samples of a channel as the mean-plus-deviation method divides its sums.
+[[nodiscard]] int32_t mean_count(int32_t samples, int32_t pattern, std::size_t code);
+
+/// The first bin at which the running count reaches the target, 0 if none does. Throws std::bad_alloc.
+[[nodiscard]] PerChannel<int32_t> channel_medians(const ConstRawFrame& frame);
+
+/// Mean of each channel from a single-precision running sum, row-major; NaN for a channel without samples.
+[[nodiscard]] PerChannel<float> channel_means(const ConstRawFrame& frame);
+
+/// Mean plus a tenth of the standard deviation, in codes, before any limit. The mean's sums are 32-bit integers, the
+/// deviation's run in single precision.
+[[nodiscard]] PerChannel<int32_t> means_plus_deviation(const ConstRawFrame& frame);
+
+/// Mean offsets of the blocks of one cell position's plane (half the frame's size either way), in the order the
+/// blocks are visited. Fills `offsets` as far as blocks exist and zeroes the rest. The last block of a row takes all
+/// remaining columns; that width is kept for the block rows that follow.
+void block_offsets(const ConstRawFrame& frame, uint32_t position, uint32_t block_width, uint32_t block_height,
+                   std::span<uint32_t> offsets);
+
+}  // namespace cali::blc

@@ -1,0 +1,33 @@
+/// Per-channel histograms of 12-bit samples.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "core/channel.h"
+#include "core/frame.h"
+#include "core/scratch.h"
+
+namespace cali::blc {
+
+inline constexpr uint32_t kBins = 4096;
+
+/// 4 channels x 4096 counts, by channel code and sample value. Samples of 4096 or more are skipped. Takes every
+/// mosaic of the extended lookup; codes that are no channel are skipped. Throws std::bad_alloc.
+class Histogram {
+public:
+    /// Counts the frame; with the report switch on, prints the table.
+    explicit Histogram(const ConstRawFrame& frame);
+
+    /// kBins counts.
+    [[nodiscard]] const uint32_t* channel(std::size_t code) const { return counts_.data() + code * kBins; }
+
+private:
+    void count_bayer(const ConstRawFrame& frame);
+    void count_mosaic(const ConstRawFrame& frame);
+    void print() const;
+
+    Scratch<uint32_t> counts_;
+};
+
+}  // namespace cali::blc

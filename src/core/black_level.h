@@ -1,0 +1,34 @@
+/// Black-level subtraction with restoring gain.
+#pragma once
+
+#include <cstdint>
+
+#include "core/channel.h"
+#include "core/frame.h"
+
+namespace cali {
+
+/// Offsets in sensor codes, gains with 1.0 = unity.
+struct BlackLevel {
+    PerChannel<uint32_t> offset;
+    PerChannel<float> gain;
+};
+
+/// The stage for one pattern (0 to 3) and parameter set, row by row.
+class BlackLevelStage {
+public:
+    BlackLevelStage(const BlackLevel& parameters, int32_t pattern);
+
+    /// Frame row `y`, `count` samples from column `first_column`; source and destination may be the same row.
+    void row(uint32_t y, uint32_t first_column, const uint32_t* source, uint32_t* destination, std::size_t count) const;
+
+private:
+    BlackLevel parameters_;
+    int32_t pattern_;
+    bool vectorised_;
+};
+
+/// In place. Takes every mosaic of the extended lookup; samples whose code is no channel stay as they are.
+void apply_black_level(const RawFrame& frame, const BlackLevel& parameters);
+
+}  // namespace cali

@@ -1,0 +1,69 @@
+/// The per-row inner loops, one set per instruction set, chosen once.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace cali {
+
+enum class Isa { baseline, avx2 };
+
+inline constexpr std::array<Isa, 2> kAllIsas = {Isa::baseline, Isa::avx2};
+
+/// Colours alternate along a row, so a row has two parameter sets: [0] for its even samples, [1] for its odd ones,
+/// counted from the first sample passed.
+template <typename T>
+using Alternating = std::array<T, 2>;
+
+struct BlackLevelRow {
+    Alternating<uint32_t> offset;
+    Alternating<float> gain;  ///< finite, 0 or more
+};
+
+struct WbGainRow {
+    Alternating<float> gain;    ///< register value times 1/1024
+    Alternating<bool> applied;  ///< false copies the sample (the greens)
+};
+
+struct MeshGainRow {
+    /// Per sample two signed 16-bit gains in one word: grid rows in slots 0 (low half) and 1, and 2 and 3. 0..16384.
+    const uint32_t* gains01;
+    const uint32_t* gains23;
+    /// Vertical filter taps of the slots, packed the same way.
+    uint32_t taps01;
+    uint32_t taps23;
+};
+
+inline constexpr std::size_t kRadialGains = 2048;  ///< stride of one colour's gains by table radius
+
+struct RadialGainRow {
+    const int32_t* gains;        ///< kRadialGains entries per colour
+    Alternating<int32_t> first;  ///< where the sample's colour starts in `gains`
+    int32_t first_dx;            ///< column of the first sample minus the centre's
+    int32_t dy;                  ///< distance of the row from the centre, 0..8191
+    uint32_t norm;               ///< 0..32767
+};
+
+/// Each loop reads `count` samples from `source` and writes as many to `destination`, which may be the same row.
+struct RowKernels {
+    Isa isa;
+    void (*black_level)(const uint32_t* source, uint32_t* destination, std::size_t count, const BlackLevelRow& row);
+    void (*wb_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const WbGainRow& row);
+    void (*mesh_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const MeshGainRow& row);
+    void (*radial_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const RadialGainRow& row);
+};
+
+/// The set in force: the widest this machine runs, unless the environment variable CALI_ISA names "baseline" or
+/// "avx2" (one that the machine does not run is passed over). Read once.
+[[nodiscard]] const RowKernels& row_kernels();
+
+/// Whether this machine runs it.
+[[nodiscard]] bool isa_available(Isa isa);
+
+[[nodiscard]] const char* isa_name(Isa isa);
+
+/// Tests and benchmarks compare the sets within one process.
+void force_isa(Isa isa);
+
+}  // namespace cali
