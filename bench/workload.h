@@ -1,0 +1,61 @@
+/// The frame that everything is measured on, and how a measurement is registered.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/frame.h"
+#include "core/mesh_shading.h"
+
+namespace cali::bench {
+
+inline constexpr int32_t kWidth = 4000;
+inline constexpr int32_t kHeight = 3000;
+inline constexpr int32_t kPattern = 3;
+inline constexpr int32_t kGridCols = 37;
+inline constexpr int32_t kGridRows = 37;
+
+/// Shared buffers, touched before anything is measured.
+struct Workload {
+    std::vector<uint32_t> scene;   ///< 0..4095, a noisy gradient
+    std::vector<uint32_t> dark;    ///< around 64
+    std::vector<uint32_t> work;    ///< written to
+    std::vector<uint32_t> result;  ///< written to
+    std::vector<uint32_t> red_grid;
+    std::vector<uint32_t> green_grid;
+    std::vector<uint32_t> blue_grid;
+    std::vector<int32_t> radial;
+
+    [[nodiscard]] static Workload& get();
+
+    [[nodiscard]] MeshGrids grids() const {
+        return {kGridCols, kGridRows, red_grid.data(), green_grid.data(), blue_grid.data()};
+    }
+    [[nodiscard]] ConstRawFrame scene_frame() const { return {scene.data(), kWidth, kHeight, kPattern}; }
+    [[nodiscard]] RawFrame work_frame() { return {work.data(), kWidth, kHeight, kPattern}; }
+
+private:
+    Workload();
+};
+
+/// The measurement that all others are compared with.
+inline constexpr const char* kCopyName = "memcpy";
+
+/// What a measurement may cost at most, as a ratio to memcpy; 0: no limit is set.
+struct Limits {
+    double avx2 = 0;
+    double baseline = 0;
+};
+
+/// Registers `body` once per instruction set that this machine runs.
+void measure(const std::string& name, const Limits& limits, const std::function<void()>& body);
+
+/// The limit of a measurement by its registered name.
+[[nodiscard]] double limit_of(const std::string& registered_name);
+
+void register_stages();
+void register_exports();
+
+}  // namespace cali::bench
