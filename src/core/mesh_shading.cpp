@@ -15,7 +15,7 @@ constexpr uint32_t kPhases = 64;
 constexpr uint32_t kOriginMask = 0x3FFFFF;
 constexpr int32_t kSumLimit = 0x3FFFFFF;
 
-using Taps = std::array<uint16_t, 4>;
+using Taps = std::array<int16_t, 4>;
 
 /// Interpolation filter, 12 fractional bits; phase 64 - p is phase p reversed.
 constexpr std::array<Taps, kPhases / 2 + 1> kHalfFilter = {{
@@ -51,12 +51,11 @@ constexpr int32_t largest_tap_sum() {
     return largest;
 }
 
-/// Nodes up to here cannot overflow the filter sum, so that its clamp bounds every interpolated gain by 16384.
-constexpr int32_t kMaxFastNode = 524287;
-static_assert(int64_t{kMaxFastNode} * largest_tap_sum() <= INT32_MAX);
-static_assert(int64_t{16384} * largest_tap_sum() < kSumLimit, "the vertical pass leaves out its clamp");
+/// Interpolated gains end at 16384, so that the vertical sum stays below the clamp.
+static_assert(int64_t{16384} * largest_tap_sum() < kSumLimit, "the row kernel leaves out the clamp");
+static_assert(int64_t{INT16_MAX} * largest_tap_sum() <= INT32_MAX);
 
-const uint16_t* phase_taps(int32_t position) { return kFilter[(static_cast<uint32_t>(position) >> 9U) & 63U].data(); }
+const int16_t* phase_taps(int32_t position) { return kFilter[(static_cast<uint32_t>(position) >> 9U) & 63U].data(); }
 
 int32_t round_gain(int32_t sum) { return wrap_add(std::min(sum, kSumLimit), 2048) >> 12; }
 
@@ -90,71 +89,80 @@ void check_mesh_grids(ArgumentCheck& check, const uint32_t* red, const uint32_t*
 MeshShading::MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids, int32_t first_column,
                          int32_t column_count)
     : pattern_(pattern),
-      cols_(grids.cols),
       rows_(grids.rows),
+      stride_(static_cast<std::size_t>(grids.cols) + 3),
       vertical_(block_placement(grids.rows, height)),
       first_column_(static_cast<uint32_t>(first_column)),
       count_(static_cast<std::size_t>(column_count)),
       columns_(count_) {
-    const auto stride = static_cast<std::size_t>(cols_);
-    const std::size_t nodes = stride * static_cast<std::size_t>(rows_);
-    for (WorkingGrid& grid : grids_) {
-        grid = WorkingGrid(nodes + 2 * stride);
-    }
-    for (std::size_t n = 0; n < nodes; ++n) {
-        const auto green = static_cast<int32_t>(grids.green[n]);
-        grids_[0][n] = wrap_add(wrap_mul(static_cast<int32_t>(grids.red[n]), green), 256) >> 9;
-        grids_[1][n] = green;
-        grids_[2][n] = wrap_add(wrap_mul(static_cast<int32_t>(grids.blue[n]), green), 256) >> 9;
-    }
-    for (const WorkingGrid& grid : grids_) {
-        std::copy_n(grid.data() + nodes - stride, stride, grid.data() + nodes);
-        std::copy_n(grid.data() + nodes - stride, stride, grid.data() + nodes + stride);
-        gains_fit_16_bits_ = gains_fit_16_bits_ && std::ranges::all_of(grid.span(), [](int32_t node) {
-                                 return node >= 0 && node <= kMaxFastNode;
-                             });
-    }
-
-    const GridPlacement horizontal = block_placement(cols_, width);
+    fill_grids(grids);
+    const GridPlacement horizontal = block_placement(grids.cols, width);
     for (std::size_t c = 0; c < count_; ++c) {
         const int32_t x = horizontal.step * (first_column + static_cast<int32_t>(c)) + horizontal.origin;
-        const int32_t node_x = x / kNodeDistance;
-        for (std::size_t k = 0; k < kTaps; ++k) {
-            const int32_t node = node_x - 1 + static_cast<int32_t>(k);
-            columns_[c].node[k] = static_cast<uint16_t>(std::clamp(node, 0, cols_));
-        }
-        columns_[c].taps = phase_taps(x);
+        columns_[c] = {static_cast<uint32_t>(x / kNodeDistance), phase_taps(x)};
     }
-    for (GainRows& rows : gain_rows_) {
-        for (Scratch<uint32_t>* slots : {&rows.slots01, &rows.slots23}) {
-            *slots = Scratch<uint32_t>(count_);
-            std::ranges::fill(slots->span(), 0U);
+    if (nodes_fit_16_bits_) {
+        for (GainRows& rows : gain_rows_) {
+            rows.slots01 = Scratch<int16_t>(2 * count_);
+            rows.slots23 = Scratch<int16_t>(2 * count_);
         }
     }
 }
 
-const int32_t* MeshShading::grid_row(int32_t j, uint32_t y, std::size_t column) const {
+void MeshShading::fill_grids(const MeshGrids& grids) {
+    const auto nodes = static_cast<std::size_t>(grids.cols) * static_cast<std::size_t>(grids.rows);
+    const std::array<const uint32_t*, 3> sources = {grids.red, grids.green, grids.blue};
+    for (std::size_t g = 0; g < sources.size(); ++g) {
+        const auto node = [&](std::size_t n) {
+            // Past its end a grid repeats its last row.
+            const std::size_t source = n < nodes ? n
+                                                 : nodes - static_cast<std::size_t>(grids.cols) +
+                                                       (n - nodes) % static_cast<std::size_t>(grids.cols);
+            const auto green = static_cast<int32_t>(grids.green[source]);
+            if (g == 1) {
+                return green;
+            }
+            return wrap_add(wrap_mul(static_cast<int32_t>(sources[g][source]), green), 256) >> 9;
+        };
+        const auto rows = static_cast<std::size_t>(rows_) + 1;
+        grids_[g] = Scratch<int32_t>(rows * stride_);
+        for (std::size_t j = 0; j < rows; ++j) {
+            for (std::size_t k = 0; k < stride_; ++k) {
+                const int32_t column = std::clamp(static_cast<int32_t>(k) - 1, 0, grids.cols);
+                grids_[g][j * stride_ + k] =
+                    node(j * static_cast<std::size_t>(grids.cols) + static_cast<std::size_t>(column));
+            }
+        }
+        nodes_fit_16_bits_ = nodes_fit_16_bits_ && std::ranges::all_of(grids_[g].span(), [](int32_t value) {
+                                 return value >= 0 && value <= INT16_MAX;
+                             });
+    }
+    if (nodes_fit_16_bits_) {
+        for (std::size_t g = 0; g < sources.size(); ++g) {
+            small_grids_[g] = Scratch<int16_t>(grids_[g].size());
+            std::ranges::transform(grids_[g].span(), small_grids_[g].data(),
+                                   [](int32_t value) { return static_cast<int16_t>(value); });
+        }
+    }
+}
+
+template <typename Node>
+const Node* MeshShading::grid_row(const PaddedGrids<Node>& grids, int32_t j, uint32_t y, std::size_t column) const {
     const Channel channel = bayer_channel(pattern_, y, first_column_ + static_cast<uint32_t>(column));
-    return grids_[grid_of(channel)].data() + static_cast<std::ptrdiff_t>(std::clamp(j, 0, rows_)) * cols_;
-}
-
-int32_t MeshShading::horizontal_gain(const int32_t* grid_row, const ColumnFilter& filter) const {
-    int32_t sum = 0;
-    for (std::size_t k = 0; k < kTaps; ++k) {
-        sum = wrap_add(sum, wrap_mul(grid_row[filter.node[k]], filter.taps[k]));
-    }
-    return round_gain(sum);
+    return grids[grid_of(channel)].data() + static_cast<std::size_t>(std::clamp(j, 0, rows_)) * stride_;
 }
 
 void MeshShading::interpolate_grid_row(GainRows& rows, int32_t j, uint32_t y) {
     const auto slot = static_cast<uint32_t>(j + 1) & 3U;
-    const uint32_t shift = (slot & 1U) * 16U;
-    const uint32_t keep = 0xFFFF0000U >> shift;
-    uint32_t* const pairs = (slot < 2 ? rows.slots01 : rows.slots23).data();
-    const std::array<const int32_t*, 2> grid_rows = {grid_row(j, y, 0), grid_row(j, y, 1)};
-    for (std::size_t c = 0; c < count_; ++c) {
-        const auto gain = static_cast<uint32_t>(horizontal_gain(grid_rows[c & 1], columns_[c]));
-        pairs[c] = (pairs[c] & keep) | (gain << shift);
+    int16_t* const gains = (slot < 2 ? rows.slots01 : rows.slots23).data() + (slot & 1U);
+    for (std::size_t parity = 0; parity < 2; ++parity) {
+        const int16_t* const grid = grid_row(small_grids_, j, y, parity);
+        for (std::size_t c = parity; c < count_; c += 2) {
+            const int16_t* const node = grid + columns_[c].first;
+            const int16_t* const taps = columns_[c].taps;
+            const int32_t sum = node[0] * taps[0] + node[1] * taps[1] + node[2] * taps[2] + node[3] * taps[3];
+            gains[2 * c] = static_cast<int16_t>(round_gain(sum));
+        }
     }
     rows.held[slot] = j;
 }
@@ -162,13 +170,13 @@ void MeshShading::interpolate_grid_row(GainRows& rows, int32_t j, uint32_t y) {
 void MeshShading::row(uint32_t y, const uint32_t* source, uint32_t* destination) {
     const int32_t position = vertical_.step * static_cast<int32_t>(y) + vertical_.origin;
     const int32_t node_y = position / kNodeDistance;
-    const uint16_t* const taps = phase_taps(position);
-    if (!gains_fit_16_bits_) {
+    const int16_t* const taps = phase_taps(position);
+    if (!nodes_fit_16_bits_) {
         row_by_definition(node_y, taps, y, source, destination);
         return;
     }
     GainRows& rows = gain_rows_[y & 1U];
-    std::array<uint32_t, kTaps> slot_taps{};
+    Taps slot_taps{};
     for (std::size_t k = 0; k < kTaps; ++k) {
         const int32_t j = node_y - 1 + static_cast<int32_t>(k);
         const std::size_t slot = static_cast<std::size_t>(j + 1) & 3U;
@@ -177,18 +185,21 @@ void MeshShading::row(uint32_t y, const uint32_t* source, uint32_t* destination)
         }
         slot_taps[slot] = taps[k];
     }
-    row_kernels().mesh_gain(source, destination, count_,
-                            {rows.slots01.data(), rows.slots23.data(), slot_taps[0] | (slot_taps[1] << 16U),
-                             slot_taps[2] | (slot_taps[3] << 16U)});
+    row_kernels().mesh_gain(source, destination, count_, {rows.slots01.data(), rows.slots23.data(), slot_taps});
 }
 
-void MeshShading::row_by_definition(int32_t node_y, const uint16_t* taps, uint32_t y, const uint32_t* source,
+void MeshShading::row_by_definition(int32_t node_y, const int16_t* taps, uint32_t y, const uint32_t* source,
                                     uint32_t* destination) const {
     for (std::size_t c = 0; c < count_; ++c) {
         int32_t sum = 0;
         for (std::size_t k = 0; k < kTaps; ++k) {
-            const int32_t j = node_y - 1 + static_cast<int32_t>(k);
-            sum = wrap_add(sum, wrap_mul(horizontal_gain(grid_row(j, y, c), columns_[c]), taps[k]));
+            const int32_t* const node =
+                grid_row(grids_, node_y - 1 + static_cast<int32_t>(k), y, c) + columns_[c].first;
+            int32_t horizontal = 0;
+            for (std::size_t i = 0; i < kTaps; ++i) {
+                horizontal = wrap_add(horizontal, wrap_mul(node[i], columns_[c].taps[i]));
+            }
+            sum = wrap_add(sum, wrap_mul(round_gain(horizontal), taps[k]));
         }
         destination[c] = sample::mesh_gain(source[c], round_gain(sum));
     }

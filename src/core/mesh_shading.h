@@ -50,41 +50,45 @@ public:
 private:
     static constexpr std::size_t kTaps = 4;
 
-    /// One grid with red and blue already multiplied by green, its last row repeated past its end: the far taps of
-    /// the last nodes reach one node and one row beyond.
-    using WorkingGrid = Scratch<int32_t>;
-
-    /// The horizontal filter at one column.
+    /// The horizontal filter at one column: its first of four nodes in a padded grid row, and its taps.
     struct ColumnFilter {
-        std::array<uint16_t, kTaps> node;
-        const uint16_t* taps;
+        uint32_t first;
+        const int16_t* taps;
     };
+
+    /// The filter's view of one grid, red and blue already multiplied by green. Element k of a row is node k - 1,
+    /// limited to 0..cols; the far tap of the last nodes reaches one beyond, where it reads the next node in
+    /// row-major order. Row `rows` repeats the last one.
+    template <typename Node>
+    using PaddedGrids = std::array<Scratch<Node>, 3>;
 
     /// Horizontally interpolated gains of the four grid rows around one frame row, for the colours of one row
     /// parity. Grid row j sits in slot (j + 1) & 3; slots 0 and 1, 2 and 3 are interleaved as pairs of 16 bits.
     struct GainRows {
-        Scratch<uint32_t> slots01;
-        Scratch<uint32_t> slots23;
+        Scratch<int16_t> slots01;
+        Scratch<int16_t> slots23;
         std::array<int32_t, kTaps> held{kNone, kNone, kNone, kNone};
     };
     static constexpr int32_t kNone = -2;  ///< rows start at -1
 
-    [[nodiscard]] const int32_t* grid_row(int32_t j, uint32_t y, std::size_t column) const;
-    [[nodiscard]] int32_t horizontal_gain(const int32_t* grid_row, const ColumnFilter& filter) const;
+    template <typename Node>
+    [[nodiscard]] const Node* grid_row(const PaddedGrids<Node>& grids, int32_t j, uint32_t y, std::size_t column) const;
+    void fill_grids(const MeshGrids& grids);
     void interpolate_grid_row(GainRows& rows, int32_t j, uint32_t y);
-    void row_by_definition(int32_t node_y, const uint16_t* taps, uint32_t y, const uint32_t* source,
+    void row_by_definition(int32_t node_y, const int16_t* taps, uint32_t y, const uint32_t* source,
                            uint32_t* destination) const;
 
     int32_t pattern_;
-    int32_t cols_;
     int32_t rows_;
+    std::size_t stride_;  ///< of a padded grid row
     GridPlacement vertical_;
     uint32_t first_column_;
     std::size_t count_;
-    std::array<WorkingGrid, 3> grids_;  ///< red, green, blue
+    PaddedGrids<int32_t> grids_;        ///< red, green, blue
+    PaddedGrids<int16_t> small_grids_;  ///< the same, where all nodes fit
     Scratch<ColumnFilter> columns_;
     std::array<GainRows, 2> gain_rows_;
-    bool gains_fit_16_bits_ = true;
+    bool nodes_fit_16_bits_ = true;
 };
 
 /// Whole frame. `destination` may be the source's buffer. Prints the progress lines; nothing for an empty frame.

@@ -62,7 +62,9 @@ RadialRegisters pack_radial_registers(int32_t width, int32_t height, int32_t pat
 RadialShading::RadialShading(const RadialRegisters& registers) : registers_(registers), gains_(kTables * kRadialGains) {
     for (std::size_t table = 0; table < kTables; ++table) {
         for (uint32_t radius = 0; radius <= sample::kMaxRadius; ++radius) {
-            gains_[table * kRadialGains + radius] = gain_at_radius(registers, table, radius);
+            const int32_t gain = gain_at_radius(registers, table, radius);
+            gains_[table * kRadialGains + radius] = gain;
+            gains_fit_16_bits_ = gains_fit_16_bits_ && gain >= 0 && gain <= 0xFFFF;
         }
     }
 }
@@ -73,6 +75,7 @@ void RadialShading::row(uint32_t y, const uint32_t* source, uint32_t* destinatio
     };
     const RadialGainRow row{gains_.data(),
                             {first(0), first(1)},
+                            gains_fit_16_bits_,
                             -registers_.center_x(),
                             std::abs(static_cast<int32_t>(y) - registers_.center_y()),
                             registers_.norm()};

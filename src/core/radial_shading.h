@@ -55,6 +55,7 @@ public:
 private:
     RadialRegisters registers_;
     Scratch<int32_t> gains_;  ///< by colour, then radius
+    bool gains_fit_16_bits_ = true;
 };
 
 /// Whole frame of the registers' width and height. `destination` may be `source`.

@@ -27,12 +27,11 @@ struct WbGainRow {
 };
 
 struct MeshGainRow {
-    /// Per sample two signed 16-bit gains in one word: grid rows in slots 0 (low half) and 1, and 2 and 3. 0..16384.
-    const uint32_t* gains01;
-    const uint32_t* gains23;
-    /// Vertical filter taps of the slots, packed the same way.
-    uint32_t taps01;
-    uint32_t taps23;
+    /// Per sample the horizontally interpolated gains of two grid rows, 0..16384: slots 0 and 1, and slots 2 and 3.
+    const int16_t* gains01;
+    const int16_t* gains23;
+    /// Vertical filter taps of the slots.
+    std::array<int16_t, 4> taps;
 };
 
 inline constexpr std::size_t kRadialGains = 2048;  ///< stride of one colour's gains by table radius
@@ -40,6 +39,7 @@ inline constexpr std::size_t kRadialGains = 2048;  ///< stride of one colour's g
 struct RadialGainRow {
     const int32_t* gains;        ///< kRadialGains entries per colour
     Alternating<int32_t> first;  ///< where the sample's colour starts in `gains`
+    bool gains_fit_16_bits;      ///< all gains within 0..65535
     int32_t first_dx;            ///< column of the first sample minus the centre's
     int32_t dy;                  ///< distance of the row from the centre, 0..8191
     uint32_t norm;               ///< 0..32767
