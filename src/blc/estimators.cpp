@@ -114,8 +114,6 @@ uint32_t next_block(uint32_t remaining, uint32_t& size) {
 
 }  // namespace
 
-float restoring_gain(int32_t offset) { return 4096.0F / static_cast<float>(wrap_sub(4096, offset)); }
-
 uint32_t median_target(int32_t samples, int32_t pattern, std::size_t code) {
     const int32_t quarter = samples / 4;
     if (pattern < kBayerPatterns || code == GR) {

@@ -13,9 +13,6 @@ namespace cali::blc {
 inline constexpr int32_t kCalibMin = 0;
 inline constexpr int32_t kCalibMax = 800;
 
-/// Restores full scale after subtracting `offset`: 4096 / (4096 - offset). Infinite at 4096.
-[[nodiscard]] float restoring_gain(int32_t offset);
-
 /// Half the samples of a channel as the median method counts them. `samples` is the frame's sample count.
 [[nodiscard]] uint32_t median_target(int32_t samples, int32_t pattern, std::size_t code);
 

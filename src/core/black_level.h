@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "core/arithmetic.h"
 #include "core/channel.h"
 #include "core/frame.h"
 
@@ -13,6 +14,11 @@ struct BlackLevel {
     PerChannel<uint32_t> offset;
     PerChannel<float> gain;
 };
+
+/// The gain that restores full scale after subtracting `offset`: 4096 / (4096 - offset). Infinite at 4096.
+[[nodiscard]] inline float restoring_gain(int32_t offset) {
+    return 4096.0F / static_cast<float>(wrap_sub(4096, offset));
+}
 
 /// The stage for one pattern (0 to 3) and parameter set, row by row.
 class BlackLevelStage {

@@ -3,13 +3,21 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
+#include <cstring>
+#include <filesystem>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "core/black_level.h"
 #include "core/frame.h"
+#include "core/mesh_shading.h"
+#include "core/module_state.h"
 #include "core/row_kernels.h"
+#include "reference/raw_stages.h"
 
 namespace cali::test {
 
@@ -61,7 +69,112 @@ private:
     Isa before_;
 };
 
+/// Runs `body` under every available instruction set.
+template <typename Body>
+void on_every_isa(Body&& body) {
+    for (const Isa isa : available_isas()) {
+        SCOPED_TRACE(isa_name(isa));
+        const ForcedIsa forced(isa);
+        body();
+    }
+}
+
+/// Leaves the module state as it was.
+class SavedModuleState {
+public:
+    SavedModuleState() : before_(module_state()) {}
+    ~SavedModuleState() { module_state() = before_; }
+    SavedModuleState(const SavedModuleState&) = delete;
+    SavedModuleState& operator=(const SavedModuleState&) = delete;
+
+private:
+    ModuleState before_;
+};
+
+/// Current directory while it lives; removed with its files afterwards.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory();
+    ~TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+private:
+    std::filesystem::path before_;
+    std::filesystem::path directory_;
+};
+
+/// Memory comparison: NaN equals itself, -0 differs from 0.
+template <typename T>
+[[nodiscard]] ::testing::AssertionResult same_bits(std::span<const T> expected, std::span<const T> actual) {
+    if (expected.size() != actual.size()) {
+        return ::testing::AssertionFailure() << expected.size() << " values expected, found " << actual.size();
+    }
+    if (expected.empty() || std::memcmp(expected.data(), actual.data(), expected.size_bytes()) == 0) {
+        return ::testing::AssertionSuccess();
+    }
+    std::size_t i = 0;
+    while (std::memcmp(&expected[i], &actual[i], sizeof(T)) == 0) {
+        ++i;
+    }
+    return ::testing::AssertionFailure() << "[" << i << "]: " << expected[i] << " expected, found " << actual[i];
+}
+
+template <typename Range>
+[[nodiscard]] ::testing::AssertionResult same_bits(const Range& expected, const Range& actual) {
+    return same_bits(std::span<const typename Range::value_type>(expected),
+                     std::span<const typename Range::value_type>(actual));
+}
+
 using Random = std::mt19937;
+
+template <typename T, std::size_t size>
+[[nodiscard]] T pick(Random& random, const std::array<T, size>& values) {
+    return values[random() % size];
+}
+
+struct Geometry {
+    int32_t width, height, pattern;
+
+    [[nodiscard]] std::size_t size() const {
+        return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    }
+};
+
+std::ostream& operator<<(std::ostream& stream, const Geometry& geometry);
+
+/// Every width and every height of 1 to 70, in the four patterns.
+[[nodiscard]] std::vector<Geometry> small_geometries();
+
+/// Integer limits, and the ends of the ranges in which single-precision and 16-bit paths are exact.
+inline constexpr std::array<uint32_t, 12> kExtremeSamples = {
+    0,           1,           4095,        4096,       65536, (1U << 24) - 1, 1U << 24, (1U << 24) + 1,
+    0x7FFFFFBFU, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU};
+
+enum class SampleKind { codes, extreme, sprinkled };
+inline constexpr std::array kSampleKinds = {SampleKind::codes, SampleKind::extreme, SampleKind::sprinkled};
+
+/// 12-bit codes, extreme samples, or codes with an extreme one here and there.
+[[nodiscard]] std::vector<uint32_t> samples_of_kind(Random& random, SampleKind kind, std::size_t count);
+
+/// The library's records of the same parameters.
+[[nodiscard]] BlackLevel library_record(const reference::BlackLevelArguments& arguments);
+[[nodiscard]] MeshGrids library_record(const reference::Grids& grids);
+
+/// Grids with nodes from a generator called for each.
+template <typename Node>
+[[nodiscard]] reference::Grids make_grids(int cols, int rows, Node&& node) {
+    reference::Grids grids{cols, rows, {}, {}, {}};
+    for (int i = 0; i < cols * rows; ++i) {
+        grids.red.push_back(node());
+        grids.green.push_back(node());
+        grids.blue.push_back(node());
+    }
+    return grids;
+}
+
+/// Gains as a calibration produces them: green 512 to 2047, red and blue 400 to 655.
+[[nodiscard]] reference::Grids plausible_grids(Random& random, int cols, int rows);
 
 /// Whole numbers within low..high.
 [[nodiscard]] std::vector<uint32_t> random_samples(Random& random, std::size_t count, uint32_t low, uint32_t high);

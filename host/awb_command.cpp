@@ -1,0 +1,85 @@
+#include <memory>
+
+#include "commands.h"
+#include "error.h"
+#include "results.h"
+
+namespace cali::host {
+namespace {
+
+struct AwbOptions {
+    std::string frame;
+    std::string black_level;
+    std::vector<int> window;
+    double illuminant_k = 0;
+    std::string results = "results.json";
+    GeometryOptions geometry;
+    OutputOptions output;
+};
+
+BlackLevels read_black_level(const std::string& file) {
+    if (file.empty()) {
+        std::fprintf(stderr, "cali: no --black-level: none is subtracted\n");
+        return {};
+    }
+    const StoredResults stored = read_results(file);
+    if (!stored.black_level) {
+        throw InputError(file + ": holds no black level, expected results of cali blc or cali calibrate");
+    }
+    return *stored.black_level;
+}
+
+Window choose_window(const AwbOptions& options, const std::optional<Session>& session, const Capture& grey) {
+    if (!options.window.empty()) {
+        return {options.window[0], options.window[1], options.window[2], options.window[3]};
+    }
+    if (session && session->white_balance_window) {
+        return *session->white_balance_window;
+    }
+    return default_window(grey.width, grey.height);
+}
+
+void run(const AwbOptions& options) {
+    const BlackLevels black_level = read_black_level(options.black_level);
+    Capture grey = read_capture(options.frame, options.geometry.geometry());
+    const LibraryOutput output = options.output.output();
+    const Window window = choose_window(options, options.geometry.session(), grey);
+    Results results;
+    results.shading_is_unity = true;
+    results.white_balance.push_back(measure_grey_card(grey, black_level, {}, window, output));
+    if (options.illuminant_k > 0) {
+        results.white_balance.back().illuminant_k = options.illuminant_k;
+    }
+    grey.samples.clear();
+    results.geometry = grey;
+    write_results(options.results, results);
+    print_white_balance(results.white_balance);
+    std::printf("written: %s\n", options.results.c_str());
+}
+
+}  // namespace
+
+void add_awb_command(CLI::App& app) {
+    auto options = std::make_shared<AwbOptions>();
+    CLI::App* command = app.add_subcommand("awb", "White-balance gains from a grey card");
+    command->add_option("FRAME", options->frame, "capture of a grey card, .raw or .pgm")->required();
+    command->add_option("--black-level", options->black_level, "results file whose black level is subtracted")
+        ->type_name("FILE");
+    command
+        ->add_option("--window", options->window,
+                     "X Y WIDTH HEIGHT of the card; default: the centre, at most 256 x 256 (docs/white-balance.md)")
+        ->expected(4)
+        ->check(CLI::Range(0, kMaxSide));
+    command->add_option("--illuminant", options->illuminant_k, "colour temperature of the light, in kelvin")
+        ->check(CLI::Range(1000.0, 40000.0));
+    command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();
+    options->geometry.add_to(*command);
+    options->output.add_to(*command);
+    command->footer(
+        "Examples:\n"
+        "  cali awb grey.raw --size 1920x1080 --pattern RGGB --bits 12 --black-level results.json\n"
+        "  cali awb grey.pgm --pattern RGGB --window 800 400 200 200 --illuminant 5000 --results awb.json");
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace cali::host

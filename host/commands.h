@@ -1,0 +1,47 @@
+/// The program's commands. Each adds its subcommand to the command line; running it throws InputError or
+/// CalibrationError where it cannot be done.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "geometry.h"
+#include "library_call.h"
+#include "session.h"
+
+namespace cali::host {
+
+void add_simulate_command(CLI::App& app);
+void add_blc_command(CLI::App& app);
+void add_awb_command(CLI::App& app);
+void add_calibrate_command(CLI::App& app);
+void add_verify_command(CLI::App& app);
+
+/// --session, --size, --pattern and --bits, as commands on single captures take them.
+class GeometryOptions {
+public:
+    void add_to(CLI::App& command);
+
+    /// What the session says, overridden by the options. Throws InputError.
+    [[nodiscard]] Geometry geometry() const;
+    [[nodiscard]] std::optional<Session> session() const;
+
+private:
+    std::string session_;
+    std::string size_;
+    std::string pattern_;
+    int bits_ = 0;
+};
+
+/// --verbose and --log: where the library's own output goes.
+class OutputOptions {
+public:
+    void add_to(CLI::App& command);
+    [[nodiscard]] LibraryOutput output() const;
+
+private:
+    bool verbose_ = false;
+    std::string log_;
+};
+
+}  // namespace cali::host

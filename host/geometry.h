@@ -1,0 +1,36 @@
+/// Size, colour pattern and bit depth of captures, as files and options name them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace cali::host {
+
+inline constexpr int kMinBits = 8;
+inline constexpr int kMaxBits = 16;
+inline constexpr int kMaxSide = 65535;
+
+/// Pattern names in the library's numbering.
+inline constexpr std::array<const char*, 4> kPatternNames = {"BGGR", "GBRG", "GRBG", "RGGB"};
+
+/// What is known of a capture before it is read; PGM files tell their own size and depth.
+struct Geometry {
+    std::optional<int> width;
+    std::optional<int> height;
+    std::optional<int> pattern;
+    std::optional<int> bits;
+    std::string source = "the options";  ///< who says so, for error messages
+};
+
+/// "1920x1080". Throws InputError.
+void set_size(Geometry& geometry, const std::string& text);
+
+/// "RGGB" in either case, or 0 to 3. Throws InputError.
+[[nodiscard]] int parse_pattern(const std::string& text, const std::string& where);
+
+/// Throws InputError where the number is outside low..high.
+int check_number(int64_t found, int64_t low, int64_t high, const std::string& what);
+
+}  // namespace cali::host

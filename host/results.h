@@ -1,0 +1,44 @@
+/// Results of a calibration as a file: results.json. docs/results.md describes it.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "calibration.h"
+
+namespace cali::host {
+
+struct BlackLevelResults {
+    BlackLevelMethod method = BlackLevelMethod::median;
+    BlackLevels values;
+    std::vector<DarkFrameLevels> frames;
+};
+
+/// What has been calibrated; absent sections are left out of the file.
+struct Results {
+    Capture geometry;  ///< without samples
+    std::optional<BlackLevelResults> black_level;
+    bool shading_is_unity = false;
+    std::vector<WhiteBalance> white_balance;
+};
+
+/// File names are written relative to `folder` where they lie below it.
+[[nodiscard]] std::string to_json_text(const Results& results, const std::filesystem::path& folder);
+
+void write_results(const std::filesystem::path& file, const Results& results);
+
+/// The values that later steps apply. Throws InputError.
+struct StoredResults {
+    std::filesystem::path file;
+    std::optional<BlackLevels> black_level;
+    std::vector<WhiteBalance> white_balance;
+};
+[[nodiscard]] StoredResults read_results(const std::filesystem::path& file);
+
+/// Readable tables on standard output.
+void print_black_level(const BlackLevelResults& results);
+void print_white_balance(const std::vector<WhiteBalance>& results);
+
+}  // namespace cali::host

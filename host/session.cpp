@@ -1,0 +1,239 @@
+#include "session.h"
+
+#include <toml++/toml.h>
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <sstream>
+#include <string_view>
+
+#include "error.h"
+
+namespace cali::host {
+namespace {
+
+constexpr std::array<const char*, 3> kMethodNames = {"median", "mean", "mean_deviation"};
+
+/// A table of the file with the name by which errors speak of it.
+class Section {
+public:
+    Section(const toml::table* table, std::string name, std::filesystem::path folder)
+        : table_(table), name_(std::move(name)), folder_(std::move(folder)) {}
+
+    void allow_only(std::initializer_list<std::string_view> keys) const {
+        if (table_ == nullptr) {
+            return;
+        }
+        for (const auto& [key, value] : *table_) {
+            if (std::ranges::find(keys, key.str()) == keys.end()) {
+                std::ostringstream text;
+                text << name_ << ": unknown key '" << key.str() << "' in line " << key.source().begin.line
+                     << ", expected one of";
+                for (const std::string_view known : keys) {
+                    text << ' ' << known;
+                }
+                throw InputError(text.str());
+            }
+        }
+    }
+
+    [[nodiscard]] const toml::node* find(std::string_view key) const {
+        return table_ == nullptr ? nullptr : table_->get(key);
+    }
+
+    [[nodiscard]] std::optional<int64_t> whole_number(std::string_view key) const {
+        return value<int64_t>(key, "a whole number");
+    }
+    [[nodiscard]] std::optional<double> number(std::string_view key) const { return value<double>(key, "a number"); }
+    [[nodiscard]] std::optional<std::string> text(std::string_view key) const {
+        return value<std::string>(key, "a text in quotes");
+    }
+
+    [[nodiscard]] Section section(std::string_view key) const {
+        const toml::node* node = find(key);
+        if (node != nullptr && !node->is_table()) {
+            fail(key, "a table");
+        }
+        return {node == nullptr ? nullptr : node->as_table(), where(key), folder_};
+    }
+
+    /// One text or a list of them.
+    [[nodiscard]] std::vector<std::filesystem::path> files(std::string_view key) const {
+        std::vector<std::filesystem::path> files;
+        const toml::node* node = find(key);
+        for_each_element(node, [&](const toml::node& element) {
+            const auto name = element.value_exact<std::string>();
+            if (!name) {
+                fail(key, "a file name or a list of them");
+            }
+            files.push_back(folder_ / *name);
+        });
+        return files;
+    }
+
+    /// Lists of { file = "...", illuminant_k = 5000 }; a plain file name will do.
+    [[nodiscard]] std::vector<LitCapture> lit_captures(std::string_view key) const {
+        std::vector<LitCapture> captures;
+        for_each_element(find(key), [&](const toml::node& element) {
+            if (const auto name = element.value_exact<std::string>()) {
+                captures.push_back({folder_ / *name, {}});
+                return;
+            }
+            if (!element.is_table()) {
+                fail(key, "file names or tables such as { file = \"grey.raw\", illuminant_k = 5000 }");
+            }
+            const Section entry(element.as_table(), where(key), folder_);
+            entry.allow_only({"file", "illuminant_k"});
+            const auto name = entry.text("file");
+            if (!name) {
+                throw InputError(entry.name_ + ": an entry has no 'file'");
+            }
+            captures.push_back({folder_ / *name, entry.number("illuminant_k")});
+        });
+        return captures;
+    }
+
+    [[nodiscard]] std::vector<SeriesLevel> series(std::string_view key) const {
+        std::vector<SeriesLevel> levels;
+        for_each_element(find(key), [&](const toml::node& element) {
+            if (!element.is_table()) {
+                fail(key, "tables such as { files = [\"level1_a.raw\", \"level1_b.raw\"] }");
+            }
+            const Section entry(element.as_table(), where(key), folder_);
+            entry.allow_only({"files"});
+            levels.push_back({entry.files("files")});
+        });
+        return levels;
+    }
+
+    [[nodiscard]] std::optional<Window> window(std::string_view key) const {
+        const toml::node* node = find(key);
+        if (node == nullptr) {
+            return std::nullopt;
+        }
+        std::vector<int> numbers;
+        for_each_element(node, [&](const toml::node& element) {
+            if (const auto number = element.value_exact<int64_t>()) {
+                numbers.push_back(check_number(*number, 0, kMaxSide, where(key)));
+            }
+        });
+        if (!node->is_array() || numbers.size() != 4 || node->as_array()->size() != 4) {
+            fail(key, "[x, y, width, height]");
+        }
+        return Window{numbers[0], numbers[1], numbers[2], numbers[3]};
+    }
+
+    [[nodiscard]] std::string where(std::string_view key) const { return name_ + ": " + std::string(key); }
+
+private:
+    [[noreturn]] void fail(std::string_view key, const std::string& expected) const {
+        throw InputError(where(key) + " is something else, expected " + expected);
+    }
+
+    template <typename T>
+    [[nodiscard]] std::optional<T> value(std::string_view key, const char* expected) const {
+        const toml::node* node = find(key);
+        if (node == nullptr) {
+            return std::nullopt;
+        }
+        const std::optional<T> found = node->value<T>();
+        if (!found) {
+            fail(key, expected);
+        }
+        return found;
+    }
+
+    template <typename Use>
+    void for_each_element(const toml::node* node, Use use) const {
+        if (node == nullptr) {
+            return;
+        }
+        if (const toml::array* list = node->as_array()) {
+            for (const toml::node& element : *list) {
+                use(element);
+            }
+        } else {
+            use(*node);
+        }
+    }
+
+    const toml::table* table_;
+    std::string name_;
+    std::filesystem::path folder_;
+};
+
+Geometry read_geometry(const Section& sensor, const std::string& file) {
+    sensor.allow_only({"width", "height", "pattern", "bits"});
+    Geometry geometry;
+    geometry.source = file;
+    if (const auto width = sensor.whole_number("width")) {
+        geometry.width = check_number(*width, 1, kMaxSide, sensor.where("width"));
+    }
+    if (const auto height = sensor.whole_number("height")) {
+        geometry.height = check_number(*height, 1, kMaxSide, sensor.where("height"));
+    }
+    if (const auto pattern = sensor.text("pattern")) {
+        geometry.pattern = parse_pattern(*pattern, sensor.where("pattern"));
+    }
+    if (const auto bits = sensor.whole_number("bits")) {
+        geometry.bits = check_number(*bits, kMinBits, kMaxBits, sensor.where("bits"));
+    }
+    return geometry;
+}
+
+toml::table parse(const std::filesystem::path& file) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(file, error)) {
+        throw InputError(file.string() + ": no such session file");
+    }
+    try {
+        return toml::parse_file(file.string());
+    } catch (const toml::parse_error& problem) {
+        std::ostringstream text;
+        text << file.string() << ": not valid TOML: " << problem.description() << " (line "
+             << problem.source().begin.line << ", column " << problem.source().begin.column << ")";
+        throw InputError(text.str());
+    }
+}
+
+}  // namespace
+
+const char* method_name(BlackLevelMethod method) { return kMethodNames[static_cast<std::size_t>(method)]; }
+
+BlackLevelMethod parse_method(const std::string& text, const std::string& where) {
+    const auto at = std::ranges::find(kMethodNames, text);
+    if (at == kMethodNames.end()) {
+        throw InputError(where + " is '" + text + "', expected median, mean or mean_deviation");
+    }
+    return static_cast<BlackLevelMethod>(at - kMethodNames.begin());
+}
+
+Session read_session(const std::filesystem::path& file) {
+    const toml::table table = parse(file);
+    const Section root(&table, file.string(), file.parent_path());
+    root.allow_only({"sensor", "captures", "black_level", "white_balance"});
+
+    Session session;
+    session.file = file;
+    session.geometry = read_geometry(root.section("sensor"), file.string());
+
+    const Section captures = root.section("captures");
+    captures.allow_only({"dark", "flat", "grey", "chart", "series"});
+    session.dark = captures.files("dark");
+    session.flat = captures.lit_captures("flat");
+    session.grey = captures.lit_captures("grey");
+    session.chart = captures.lit_captures("chart");
+    session.series = captures.series("series");
+
+    const Section black_level = root.section("black_level");
+    black_level.allow_only({"method"});
+    if (const auto method = black_level.text("method")) {
+        session.black_level_method = parse_method(*method, black_level.where("method"));
+    }
+    const Section white_balance = root.section("white_balance");
+    white_balance.allow_only({"window"});
+    session.white_balance_window = white_balance.window("window");
+    return session;
+}
+
+}  // namespace cali::host

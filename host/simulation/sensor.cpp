@@ -1,0 +1,109 @@
+#include "simulation/sensor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+#include "core/channel.h"
+#include "core/chart_table.h"
+
+namespace cali::host {
+namespace {
+
+constexpr double kBorderReflectance = 0.03;
+constexpr double kPatchShare = 0.8;  ///< of a cell, either way
+
+/// Index into the exports' channel order.
+std::size_t channel_index(Channel channel) { return static_cast<std::size_t>(RR - channel); }
+
+/// Index into camera colours.
+std::size_t colour_index(Channel channel) { return channel == RR ? 0 : channel == BB ? 2 : 1; }
+
+Vector3 scaled(const Vector3& colour, double factor) {
+    return {std::max(colour[0] * factor, 0.0), std::max(colour[1] * factor, 0.0), std::max(colour[2] * factor, 0.0)};
+}
+
+double exposure_for(const Vector3& white, double level) { return level / *std::ranges::max_element(white); }
+
+/// Which entry of a chart scene a position shows.
+std::size_t chart_entry(int x, int y, int width, int height) {
+    const double column = static_cast<double>(x) * kChartColumns / width;
+    const double row = static_cast<double>(y) * kChartRows / height;
+    const auto inside = [](double position) {
+        return std::abs(position - std::floor(position) - 0.5) < kPatchShare / 2;
+    };
+    if (!inside(column) || !inside(row)) {
+        return kChartPatches;
+    }
+    return static_cast<std::size_t>(row) * kChartColumns + static_cast<std::size_t>(column);
+}
+
+}  // namespace
+
+void SensorModel::round_pedestals() {
+    const double step = std::ldexp(1.0, kLibraryBits - bits);
+    for (double& level : pedestal) {
+        level = std::round(level / step) * step;
+    }
+}
+
+Scene dark_scene() { return {false, {{0.0, 0.0, 0.0}}}; }
+
+Vector3 camera_white(const SensorModel& sensor, double illuminant_k) {
+    return multiply(sensor.camera_of_xyz, illuminant_white(illuminant_k));
+}
+
+Scene uniform_scene(const SensorModel& sensor, double illuminant_k, double level) {
+    const Vector3 white = camera_white(sensor, illuminant_k);
+    return {true, {scaled(white, exposure_for(white, level))}};
+}
+
+Scene chart_scene(const SensorModel& sensor, double illuminant_k, double level) {
+    const Vector3 white_xyz = illuminant_white(illuminant_k);
+    const Vector3 white = camera_white(sensor, illuminant_k);
+    const double exposure = exposure_for(white, level);
+    Scene scene;
+    for (const auto& encoded : kChartSrgb24) {
+        const Vector3 linear = {linear_of_srgb(encoded[0]), linear_of_srgb(encoded[1]), linear_of_srgb(encoded[2])};
+        const Vector3 xyz = adapt_from_d65(xyz_of_linear_srgb(linear), white_xyz);
+        scene.colours.push_back(scaled(multiply(sensor.camera_of_xyz, xyz), exposure));
+    }
+    scene.colours.push_back(scaled(white, exposure * kBorderReflectance));
+    return scene;
+}
+
+std::vector<uint16_t> expose(const SensorModel& sensor, const Scene& scene, uint64_t seed, uint32_t stream) {
+    std::seed_seq seeds{static_cast<uint32_t>(seed), static_cast<uint32_t>(seed >> 32U), stream};
+    std::mt19937_64 random(seeds);
+    std::normal_distribution<double> noise;
+
+    const double to_file = std::ldexp(1.0, sensor.bits - kLibraryBits);
+    const double most = std::ldexp(1.0, sensor.bits) - 1.0;
+    const double axis_x = (sensor.width - 1) / 2.0 + sensor.axis_x;
+    const double axis_y = (sensor.height - 1) / 2.0 + sensor.axis_y;
+    const double per_half_diagonal =
+        4.0 / (static_cast<double>(sensor.width) * sensor.width + static_cast<double>(sensor.height) * sensor.height);
+    const double read_variance = sensor.read_noise * sensor.read_noise;
+    const bool uniform = scene.colours.size() == 1;
+
+    std::vector<uint16_t> frame;
+    frame.reserve(static_cast<std::size_t>(sensor.width) * static_cast<std::size_t>(sensor.height));
+    for (int y = 0; y < sensor.height; ++y) {
+        for (int x = 0; x < sensor.width; ++x) {
+            const Channel channel = bayer_channel(sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
+            const std::size_t c = channel_index(channel);
+            const std::size_t entry = uniform ? 0 : chart_entry(x, y, sensor.width, sensor.height);
+            double signal = scene.colours[entry][colour_index(channel)] * (kLibraryFullScale - sensor.pedestal[c]);
+            if (scene.shaded) {
+                const double r2 = ((x - axis_x) * (x - axis_x) + (y - axis_y) * (y - axis_y)) * per_half_diagonal;
+                signal *= std::max(1.0 - sensor.falloff_k2[c] * r2 - sensor.falloff_k4 * r2 * r2, 0.0);
+            }
+            const double deviation = std::sqrt(read_variance + sensor.conversion_gain * signal);
+            const double code = (sensor.pedestal[c] + signal + deviation * noise(random)) * to_file;
+            frame.push_back(static_cast<uint16_t>(std::clamp(std::round(code), 0.0, most)));
+        }
+    }
+    return frame;
+}
+
+}  // namespace cali::host

@@ -1,0 +1,56 @@
+/// A sensor with known truth. docs/simulation.md describes the model.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "calibration.h"
+#include "simulation/illuminant.h"
+
+namespace cali::host {
+
+/// All codes are on the 12-bit scale.
+struct SensorModel {
+    int width = 1920;
+    int height = 1080;
+    int pattern = 3;
+    int bits = 12;
+    Channels<double> pedestal = {64, 66, 65, 63};
+    double read_noise = 3.0;        ///< standard deviation, codes
+    double conversion_gain = 0.25;  ///< codes per electron: shot noise has the variance gain * signal
+    double axis_x = 0;              ///< optical axis, photosites from the centre
+    double axis_y = 0;
+    /// Light left at distance r from the axis, 1 at the half diagonal: 1 - k2 r^2 - k4 r^4.
+    Channels<double> falloff_k2 = {0.38, 0.35, 0.35, 0.33};
+    double falloff_k4 = 0.10;
+    /// CIE XYZ to camera red, green, blue.
+    Matrix3 camera_of_xyz = {{{0.80, -0.15, -0.10}, {-0.30, 1.20, 0.18}, {0.05, -0.05, 0.72}}};
+
+    /// Pedestals are whole codes of the file's own depth.
+    void round_pedestals();
+};
+
+/// Light on the sensor before shading.
+struct Scene {
+    bool shaded = true;
+    /// Camera colours relative to full scale; one for a uniform scene, or 24 patches and the border between them.
+    std::vector<Vector3> colours;
+};
+
+/// No light.
+[[nodiscard]] Scene dark_scene();
+/// A neutral, uniform target under a light; its strongest channel at `level` of full scale.
+[[nodiscard]] Scene uniform_scene(const SensorModel& sensor, double illuminant_k, double level);
+/// The 24-patch chart, filling the frame as 6 x 4 cells of which a patch takes the inner four fifths either way; a
+/// perfect white would stand at `level` of full scale.
+[[nodiscard]] Scene chart_scene(const SensorModel& sensor, double illuminant_k, double level);
+
+/// Camera red, green and blue of a perfect white under a light with Y = 1.
+[[nodiscard]] Vector3 camera_white(const SensorModel& sensor, double illuminant_k);
+
+/// One exposure in codes of the file's own depth. The same seed and stream give the same frame.
+[[nodiscard]] std::vector<uint16_t> expose(const SensorModel& sensor, const Scene& scene, uint64_t seed,
+                                           uint32_t stream);
+
+}  // namespace cali::host

@@ -1,0 +1,102 @@
+#include <algorithm>
+#include <memory>
+
+#include "commands.h"
+#include "error.h"
+#include "results.h"
+
+namespace cali::host {
+namespace {
+
+struct VerifyOptions {
+    std::string frame;
+    std::string results;
+    std::string out;
+    std::string stage = "white-balance";
+    double illuminant_k = 0;
+    GeometryOptions geometry;
+    OutputOptions output;
+};
+
+std::string light_name(const WhiteBalance& entry) {
+    return entry.illuminant_k ? std::to_string(std::lround(*entry.illuminant_k)) + " K"
+                              : entry.file.generic_string() + " (no light given)";
+}
+
+WhiteBalance choose_white_balance(const StoredResults& stored, double illuminant_k) {
+    std::string known;
+    for (const WhiteBalance& entry : stored.white_balance) {
+        if (illuminant_k == 0 ? stored.white_balance.size() == 1 : entry.illuminant_k == illuminant_k) {
+            return entry;
+        }
+        known += (known.empty() ? "" : ", ") + light_name(entry);
+    }
+    if (known.empty()) {
+        throw InputError(stored.file.string() +
+                         ": holds no white balance, expected results of cali calibrate with a "
+                         "grey card; --stage black-level does without");
+    }
+    throw InputError(stored.file.string() + ": holds white balance for " + known + "; choose one with --illuminant");
+}
+
+void run(const VerifyOptions& options) {
+    const StoredResults stored = read_results(options.results);
+    if (!stored.black_level) {
+        throw InputError(options.results + ": holds no black level, expected results of cali blc or cali calibrate");
+    }
+    const bool whole_front_end = options.stage == "white-balance";
+    const WhiteBalance white_balance =
+        whole_front_end ? choose_white_balance(stored, options.illuminant_k) : WhiteBalance{};
+    Capture frame = read_capture(options.frame, options.geometry.geometry());
+    const LibraryOutput output = options.output.output();
+    const std::vector<uint32_t> corrected = whole_front_end
+                                                ? apply_front_end(frame, *stored.black_level, {}, white_balance, output)
+                                                : apply_black_level(frame, *stored.black_level, output);
+
+    std::size_t above = 0;
+    std::vector<uint16_t> samples(corrected.size());
+    std::ranges::transform(corrected, samples.begin(), [&above](uint32_t sample) {
+        above += sample > kLibraryFullScale ? 1 : 0;
+        return static_cast<uint16_t>(std::min(sample, kLibraryFullScale));
+    });
+    const std::filesystem::path out = options.out;
+    if (out.extension() == ".pgm") {
+        write_pgm(out, frame.width, frame.height, kLibraryBits, samples);
+    } else {
+        write_raw(out, samples);
+    }
+    if (above != 0) {
+        std::printf("%zu samples above 4095 were limited to it\n", above);
+    }
+    std::printf("written: %s (%d x %d, %s, 12 bits)\n", options.out.c_str(), frame.width, frame.height,
+                kPatternNames[static_cast<std::size_t>(frame.pattern)]);
+}
+
+}  // namespace
+
+void add_verify_command(CLI::App& app) {
+    auto options = std::make_shared<VerifyOptions>();
+    CLI::App* command = app.add_subcommand("verify", "A capture through the ISP's front end with calibrated values");
+    command->add_option("FRAME", options->frame, "capture, .raw or .pgm")->required();
+    command->add_option("--results", options->results, "results file with the values to apply")
+        ->type_name("FILE")
+        ->required();
+    command->add_option("--out", options->out, "corrected frame: .pgm, or else 16-bit little-endian samples; 12 bits")
+        ->type_name("FILE")
+        ->required();
+    command->add_option("--stage", options->stage, "last stage to apply")
+        ->check(CLI::IsMember({"black-level", "white-balance"}))
+        ->capture_default_str();
+    command->add_option("--illuminant", options->illuminant_k, "light whose gains are applied, in kelvin")
+        ->check(CLI::Range(1000.0, 40000.0));
+    options->geometry.add_to(*command);
+    options->output.add_to(*command);
+    command->footer(
+        "Examples:\n"
+        "  cali verify grey.raw --session shots/session.toml --results shots/results.json --illuminant 5000 "
+        "--out corrected.pgm\n"
+        "  cali verify dark.pgm --pattern RGGB --results results.json --stage black-level --out dark0.pgm");
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace cali::host

@@ -1,0 +1,167 @@
+/// The long argument lists of the exports as records that a test fills, damages and calls.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "cali/cali.h"
+#include "support/support.h"
+
+namespace cali::test {
+
+/// What the outputs hold before a call.
+inline constexpr uint32_t kSentinel = 0xDEADBEEFU;
+
+template <typename T>
+void append_bytes(std::vector<unsigned char>& bytes, std::span<const T> values) {
+    const auto* first = reinterpret_cast<const unsigned char*>(values.data());
+    bytes.insert(bytes.end(), first, first + values.size_bytes());
+}
+
+/// cali_awb_calc and cali_awb_verify.
+struct AwbCall {
+    OwnedFrame input;
+    reference::Grids nodes;
+    reference::Samples output_samples;
+    std::array<uint16_t, 3> gains{0xBEEF, 0xBEEF, 0xBEEF};
+
+    uint32_t* input_pointer;
+    uint32_t* output_pointer;
+
+    uint32_t** frame = &input_pointer;
+    int32_t width, cols, rows, pattern;
+    uint32_t height;
+    const uint32_t *red, *green, *blue;
+    reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
+    uint16_t *gain_r = &gains[0], *gain_g = &gains[1], *gain_b = &gains[2];
+    std::array<uint16_t, 3> applied_gains{2048, 0, 1500};
+    uint32_t** output = &output_pointer;
+
+    AwbCall(OwnedFrame frame_samples, reference::Grids grids)
+        : input(std::move(frame_samples)),
+          nodes(std::move(grids)),
+          output_samples(input.samples.size(), kSentinel),
+          input_pointer(input.samples.data()),
+          output_pointer(output_samples.data()),
+          width(input.width),
+          cols(nodes.cols),
+          rows(nodes.rows),
+          pattern(input.pattern),
+          height(static_cast<uint32_t>(input.height)),
+          red(nodes.red.data()),
+          green(nodes.green.data()),
+          blue(nodes.blue.data()) {}
+    AwbCall(const AwbCall&) = delete;
+    AwbCall& operator=(const AwbCall&) = delete;
+
+    int32_t calc() {
+        const auto& [offset, gain] = black;
+        return cali_awb_calc(frame, width, height, pattern, cols, rows, red, green, blue, offset[0], offset[1],
+                             offset[2], offset[3], gain[0], gain[1], gain[2], gain[3], gain_r, gain_g, gain_b);
+    }
+    int32_t verify() {
+        const auto& [offset, gain] = black;
+        return cali_awb_verify(frame, width, height, pattern, cols, rows, red, green, blue, offset[0], offset[1],
+                               offset[2], offset[3], gain[0], gain[1], gain[2], gain[3], applied_gains[0],
+                               applied_gains[1], applied_gains[2], output);
+    }
+
+    /// All that a call could change.
+    [[nodiscard]] std::vector<unsigned char> state() const {
+        std::vector<unsigned char> bytes;
+        append_bytes<uint32_t>(bytes, input.samples);
+        append_bytes<uint32_t>(bytes, output_samples);
+        append_bytes<uint16_t>(bytes, gains);
+        return bytes;
+    }
+};
+
+/// The black-level exports. Channels in the order RR, GR, GB, BB.
+struct BlcCall {
+    OwnedFrame input;
+    reference::Samples output_samples;
+    std::array<uint32_t, 4> offsets{kSentinel, kSentinel, kSentinel, kSentinel};
+    std::array<float, 4> gains{-7, -7, -7, -7};
+    std::array<reference::Samples, 4> block_offsets;
+    std::array<reference::Samples, 4> histograms;
+
+    uint32_t* input_pointer;
+    uint32_t* output_pointer;
+
+    uint32_t** frame = &input_pointer;
+    uint32_t width, height;
+    int32_t pattern;
+    std::array<uint32_t*, 4> offset{&offsets[0], &offsets[1], &offsets[2], &offsets[3]};
+    std::array<float*, 4> gain{&gains[0], &gains[1], &gains[2], &gains[3]};
+    std::array<uint32_t*, 4> block_offset;
+    std::array<uint32_t*, 4> histogram;
+    int32_t is_12bit = 1;
+    uint32_t blocks;
+    reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
+    uint32_t** output = &output_pointer;
+
+    explicit BlcCall(OwnedFrame frame_samples, uint32_t block_count = 2)
+        : input(std::move(frame_samples)),
+          output_samples(input.samples.size(), kSentinel),
+          input_pointer(input.samples.data()),
+          output_pointer(output_samples.data()),
+          width(static_cast<uint32_t>(input.width)),
+          height(static_cast<uint32_t>(input.height)),
+          pattern(input.pattern),
+          blocks(block_count) {
+        // One entry more than is written.
+        block_offsets.fill(reference::Samples(std::size_t{blocks} * blocks / 4 + 1, kSentinel));
+        histograms.fill(reference::Samples(4096, kSentinel));
+        for (std::size_t i = 0; i < 4; ++i) {
+            block_offset[i] = block_offsets[i].data();
+            histogram[i] = histograms[i].data();
+        }
+    }
+    BlcCall(const BlcCall&) = delete;
+    BlcCall& operator=(const BlcCall&) = delete;
+
+    int32_t median() {
+        return cali_blc_calc_by_median(frame, width, height, pattern, offset[0], offset[1], offset[2], offset[3],
+                                       gain[0], gain[1], gain[2], gain[3]);
+    }
+    int32_t mean() {
+        return cali_blc_calc_by_mean(frame, width, height, pattern, offset[0], offset[1], offset[2], offset[3], gain[0],
+                                     gain[1], gain[2], gain[3]);
+    }
+    int32_t deviation() {
+        return cali_blc_calc(frame, static_cast<int32_t>(width), static_cast<int32_t>(height), pattern, offset[0],
+                             offset[1], offset[2], offset[3], gain[0], gain[1], gain[2], gain[3], is_12bit);
+    }
+    int32_t local() {
+        return cali_blc_calc_by_localblc(frame, static_cast<int32_t>(width), static_cast<int32_t>(height), pattern,
+                                         block_offset[0], block_offset[1], block_offset[2], block_offset[3], nullptr,
+                                         nullptr, nullptr, nullptr, blocks);
+    }
+    int32_t get_histogram() {
+        return cali_blc_get_histogram(frame, width, height, static_cast<uint32_t>(pattern), histogram[0], histogram[1],
+                                      histogram[2], histogram[3]);
+    }
+    int32_t verify() {
+        const auto& [black_offset, black_gain] = black;
+        return cali_blc_verify(frame, width, height, static_cast<uint32_t>(pattern), black_offset[0], black_offset[1],
+                               black_offset[2], black_offset[3], black_gain[0], black_gain[1], black_gain[2],
+                               black_gain[3], output);
+    }
+
+    /// All that a call could change.
+    [[nodiscard]] std::vector<unsigned char> state() const {
+        std::vector<unsigned char> bytes;
+        append_bytes<uint32_t>(bytes, input.samples);
+        append_bytes<uint32_t>(bytes, output_samples);
+        append_bytes<uint32_t>(bytes, offsets);
+        append_bytes<float>(bytes, gains);
+        for (std::size_t i = 0; i < 4; ++i) {
+            append_bytes<uint32_t>(bytes, block_offsets[i]);
+            append_bytes<uint32_t>(bytes, histograms[i]);
+        }
+        return bytes;
+    }
+};
+
+}  // namespace cali::test
