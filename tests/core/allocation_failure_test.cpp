@@ -43,21 +43,13 @@ constexpr std::size_t kDefaultAlignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 // Of the whole test program.
 void* operator new(std::size_t size) { return allocate(size, kDefaultAlignment); }
-void* operator new[](std::size_t size) { return allocate(size, kDefaultAlignment); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return allocate(size, static_cast<std::size_t>(alignment));
 }
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-    return allocate(size, static_cast<std::size_t>(alignment));
-}
 void operator delete(void* memory) noexcept { release(memory); }
-void operator delete[](void* memory) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { release(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { release(memory); }
 void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept { release(memory); }
-void operator delete[](void* memory, std::align_val_t /*alignment*/) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { release(memory); }
-void operator delete[](void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { release(memory); }
 
 namespace cali::test {
 namespace {
@@ -79,7 +71,7 @@ long sweep(Call& call, int32_t (Call::*method)()) {
             return n;
         }
         EXPECT_EQ(result, -1) << "allocation " << n;
-        EXPECT_EQ(call.state(), before) << "allocation " << n;
+        EXPECT_TRUE(call.state() == before) << "allocation " << n;
         EXPECT_TRUE(warnings.texts().empty()) << "allocation " << n;
     }
 }
@@ -93,7 +85,8 @@ TEST(AllocationFailure, LeavesEverythingUntouched) {
         module_state().debug.awb_dump = dumps;
         module_state().debug.blc_report = dumps;
         Random random(50);
-        const OwnedFrame frame = random_frame(random, 30, 24, 1);
+        // Neither too bright nor too dark: collecting a warning would allocate too.
+        const OwnedFrame frame = random_frame(random, 30, 24, 1, 1500);
         const auto grids = plausible_grids(random, 5, 5);
         for (const auto method : {&AwbCall::calc, &AwbCall::verify}) {
             AwbCall call(frame, grids);

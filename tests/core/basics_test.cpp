@@ -104,13 +104,6 @@ TEST(Arithmetic, LimitsGainsAfterNarrowing) {
     }
 }
 
-TEST(Arithmetic, WrapsInsteadOfOverflowing) {
-    EXPECT_EQ(wrap_add(kMax, 1), kMin);
-    EXPECT_EQ(wrap_sub(kMin, 1), kMax);
-    EXPECT_EQ(wrap_mul(kMax, 2), -2);
-    EXPECT_EQ(wrap_mul(65536, 65537), 65536);
-}
-
 TEST(GridPlacement, GivesTheWorkedValues) {
     EXPECT_EQ(place_grid(3, 100).step, 1);
     EXPECT_EQ(place_grid(3, 100).origin, 32718);

@@ -18,7 +18,7 @@ const std::array<reference::BlackLevelArguments, 8> kParameters = {{
     {{0, 1, 64, 4096}, {1e30F, 524416.0F, 524288.0F, 1e-42F}},
     {{16, 16, 16, 16}, {kNan, kInfinity, -kInfinity, 1.0F}},
     {{16, 16, 16, 16}, {1.0F, 1.0F, 1.0F, kInfinity}},
-    {{0, 0, 0, 0}, {0.99999994F, 1.0F, 1.0000001F, 0.33333334F}},
+    {{0, 0, 0, 0}, {0.99999994F, 1.0000001F, -0.0F, 0.33333334F}},
 }};
 
 TEST(BlackLevelStage, EqualsThePlainVersion) {

@@ -5,8 +5,8 @@
 namespace cali::test {
 namespace {
 
-constexpr std::array<uint32_t, 10> kExtremeNodes = {0,      1,      512,         4095,        16384,
-                                                    524287, 524288, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU};
+constexpr std::array<uint32_t, 12> kExtremeNodes = {32767, 32768,  0,      1,           512,         4095,
+                                                    16384, 524287, 524288, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU};
 
 /// Node counts by turns: the ends of the block's fields and of its grid memory, and everyday ones.
 constexpr std::array<std::array<int, 2>, 10> kNodeCounts = {
@@ -14,10 +14,17 @@ constexpr std::array<std::array<int, 2>, 10> kNodeCounts = {
 
 reference::Grids grids_of_turn(Random& random, std::size_t turn) {
     const auto [cols, rows] = kNodeCounts[turn % kNodeCounts.size()];
-    switch (turn / kNodeCounts.size() % 4) {
+    switch (turn / kNodeCounts.size() % 5) {
         case 0: return plausible_grids(random, cols, rows);
         case 1: return make_grids(cols, rows, [&] { return pick(random, kExtremeNodes); });
-        case 2: {  // one gain out of range among plausible ones
+        case 2: {  // up to the ends of 16 bits
+            reference::Grids grids = make_grids(cols, rows, [&] { return static_cast<uint32_t>(random()) % 513; });
+            for (uint32_t& node : grids.green) {
+                node = 16000 + static_cast<uint32_t>(random()) % 16768;
+            }
+            return grids;
+        }
+        case 3: {  // one gain out of range among plausible ones
             reference::Grids grids = plausible_grids(random, cols, rows);
             grids.green[random() % grids.green.size()] = pick(random, kExtremeNodes);
             return grids;
@@ -62,7 +69,7 @@ TEST(MeshShading, EqualsThePlainVersionOnLongFrames) {
     Random random(4);
     for (const Geometry& geometry : geometries) {
         const auto samples = samples_of_kind(random, SampleKind::codes, geometry.size());
-        for (std::size_t turn = 0; turn < 2 * kNodeCounts.size(); ++turn) {
+        for (std::size_t turn = 0; turn < 3 * kNodeCounts.size(); ++turn) {
             ASSERT_NO_FATAL_FAILURE(compare(geometry, samples, grids_of_turn(random, turn)));
         }
     }
@@ -88,13 +95,16 @@ TEST(MeshShading, GivesTheWorkedValues) {
     // One photosite between the first two nodes, filter phase 63: taps 11, 709, 2723, 650.
     reference::Grids grids{
         3, 3, reference::Samples(9, 1024), {100, 500, 900, 100, 500, 900, 100, 500, 900}, reference::Samples(9, 0)};
-    const std::array<std::array<uint32_t, 2>, 3> pattern_and_result = {{{1, 963}, {3, 1924}, {0, 0}}};
-    for (const auto& [pattern, result] : pattern_and_result) {
+    struct Case {
+        int32_t pattern;
+        uint32_t result;
+    };
+    for (const Case& worked : {Case{1, 963}, Case{3, 1924}, Case{0, 0}}) {
         on_every_isa([&] {
-            OwnedFrame frame{{1000}, 1, 1, static_cast<int32_t>(pattern)};
+            OwnedFrame frame{{1000}, 1, 1, worked.pattern};
             CapturedOutput output;
             apply_lens_shading(frame.view(), library_record(grids), frame.samples.data());
-            EXPECT_EQ(frame.samples[0], result) << pattern;
+            EXPECT_EQ(frame.samples[0], worked.result) << worked.pattern;
         });
     }
 }

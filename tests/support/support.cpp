@@ -65,7 +65,8 @@ std::vector<uint32_t> samples_of_kind(Random& random, SampleKind kind, std::size
     std::vector<uint32_t> samples = random_samples(random, count, 0, 4095);
     for (uint32_t& sample : samples) {
         if (kind == SampleKind::extreme || (kind == SampleKind::sprinkled && random() % 16 == 0)) {
-            sample = pick(random, kExtremeSamples);
+            sample =
+                random() % 2 == 0 ? pick(random, kExtremeSamples) : static_cast<uint32_t>(random()) >> random() % 32;
         }
     }
     return samples;

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <random>
@@ -21,13 +22,14 @@
 
 namespace cali::test {
 
-/// Collects what is printed on standard output while it lives.
+/// Collects what is printed on standard output while it lives. Failures that were reported meanwhile are among it, and
+/// are passed on to standard error.
 class CapturedOutput {
 public:
     CapturedOutput() { ::testing::internal::CaptureStdout(); }
     ~CapturedOutput() {
         if (!taken_) {
-            (void)::testing::internal::GetCapturedStdout();
+            (void)take();
         }
     }
     CapturedOutput(const CapturedOutput&) = delete;
@@ -36,7 +38,11 @@ public:
     /// Once.
     std::string take() {
         taken_ = true;
-        return ::testing::internal::GetCapturedStdout();
+        std::string text = ::testing::internal::GetCapturedStdout();
+        if (::testing::Test::HasFailure()) {
+            (void)std::fputs(text.c_str(), stderr);
+        }
+        return text;
     }
 
 private:
@@ -154,7 +160,7 @@ inline constexpr std::array<uint32_t, 12> kExtremeSamples = {
 enum class SampleKind { codes, extreme, sprinkled };
 inline constexpr std::array kSampleKinds = {SampleKind::codes, SampleKind::extreme, SampleKind::sprinkled};
 
-/// 12-bit codes, extreme samples, or codes with an extreme one here and there.
+/// 12-bit codes, extreme samples (of any number of bits), or codes with an extreme one here and there.
 [[nodiscard]] std::vector<uint32_t> samples_of_kind(Random& random, SampleKind kind, std::size_t count);
 
 /// The library's records of the same parameters.

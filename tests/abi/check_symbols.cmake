@@ -1,0 +1,25 @@
+# The shared library defines exactly the names that the header declares, 34 of them; the Windows list agrees.
+execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE table COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^ \n]+ *\n" defined "${table}")
+list(TRANSFORM defined STRIP)
+list(SORT defined)
+
+file(READ ${HEADER} header)
+string(REGEX MATCHALL "CALI_API int32_t cali_[A-Za-z0-9_]+" declared "${header}")
+list(TRANSFORM declared REPLACE ".* " "")
+list(SORT declared)
+
+file(STRINGS ${DEF} listed REGEX "cali_")
+list(TRANSFORM listed STRIP)
+list(SORT listed)
+
+list(LENGTH declared count)
+if(NOT count EQUAL 34)
+  message(FATAL_ERROR "the header declares ${count} exports, expected 34")
+endif()
+if(NOT defined STREQUAL declared)
+  message(FATAL_ERROR "the library defines\n${defined}\nexpected\n${declared}")
+endif()
+if(NOT listed STREQUAL declared)
+  message(FATAL_ERROR "cali.def lists\n${listed}\nexpected\n${declared}")
+endif()

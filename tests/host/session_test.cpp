@@ -1,0 +1,85 @@
+#include "session.h"
+
+#include <gtest/gtest.h>
+
+#include "error.h"
+#include "program.h"
+
+namespace cali::test {
+namespace {
+
+std::string error_of(const std::string& text) {
+    const TemporaryFolder folder;
+    write_text(folder / "s.toml", text);
+    try {
+        (void)host::read_session(folder / "s.toml");
+    } catch (const host::InputError& problem) {
+        return problem.what();
+    }
+    return "no error";
+}
+
+TEST(Session, ReadsEverySection) {
+    const TemporaryFolder folder;
+    write_text(folder / "s.toml", R"(
+[sensor]
+width = 640
+height = 480
+pattern = "grbg"
+bits = 10
+[captures]
+dark = ["d1.raw", "sub/d2.raw"]
+flat = "flat.pgm"
+grey = [{ file = "g.raw", illuminant_k = 5000 }, "plain.raw"]
+chart = [{ file = "c.raw", illuminant_k = 6500.5 }]
+series = [{ files = ["a", "b"] }, { files = "c" }]
+[black_level]
+method = "mean_deviation"
+[white_balance]
+window = [10, 20, 30, 40]
+)");
+    const host::Session session = host::read_session(folder / "s.toml");
+    EXPECT_EQ(session.geometry.width, 640);
+    EXPECT_EQ(session.geometry.height, 480);
+    EXPECT_EQ(session.geometry.pattern, 2);
+    EXPECT_EQ(session.geometry.bits, 10);
+    EXPECT_EQ(session.dark, (std::vector<std::filesystem::path>{folder / "d1.raw", folder / "sub/d2.raw"}));
+    ASSERT_EQ(session.flat.size(), 1U);
+    EXPECT_EQ(session.flat[0].file, folder / "flat.pgm");
+    ASSERT_EQ(session.grey.size(), 2U);
+    EXPECT_EQ(session.grey[0].illuminant_k, 5000.0);
+    EXPECT_FALSE(session.grey[1].illuminant_k.has_value());
+    EXPECT_EQ(session.chart[0].illuminant_k, 6500.5);
+    ASSERT_EQ(session.series.size(), 2U);
+    EXPECT_EQ(session.series[0].files.size(), 2U);
+    EXPECT_EQ(session.series[1].files, std::vector<std::filesystem::path>{folder / "c"});
+    EXPECT_EQ(session.black_level_method, host::BlackLevelMethod::mean_deviation);
+    ASSERT_TRUE(session.white_balance_window.has_value());
+    EXPECT_EQ(session.white_balance_window->height, 40);
+}
+
+TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"[sensor\n", "not valid TOML"},
+        {"[sensor]\nwidht = 3\n", "sensor: unknown key 'widht' in line 2, expected one of width height pattern bits"},
+        {"[sensors]\n", "unknown key 'sensors' in line 1, expected one of sensor captures"},
+        {"sensor = 3\n", "sensor is something else, expected a table"},
+        {"[sensor]\nwidth = \"wide\"\n", "width is something else, expected a whole number"},
+        {"[sensor]\nwidth = 0\n", "width is 0, expected 1 to 65535"},
+        {"[sensor]\nbits = 17\n", "bits is 17, expected 8 to 16"},
+        {"[sensor]\npattern = \"RGB\"\n", "pattern is 'RGB', expected BGGR, GBRG, GRBG or RGGB"},
+        {"[captures]\ndark = [1]\n", "dark is something else, expected a file name or a list of them"},
+        {"[captures]\ngrey = [{ illuminant_k = 5000 }]\n", "grey: an entry has no 'file'"},
+        {"[captures]\ngrey = [{ file = \"a\", kelvin = 5000 }]\n", "unknown key 'kelvin'"},
+        {"[black_level]\nmethod = \"mode\"\n", "method is 'mode', expected median, mean or mean_deviation"},
+        {"[white_balance]\nwindow = [1, 2, 3]\n", "window is something else, expected [x, y, width, height]"},
+        {"[white_balance]\nwindow = [1, 2, 3, -4]\n", "window is -4, expected 0 to 65535"},
+    };
+    for (const auto& [text, expected] : cases) {
+        SCOPED_TRACE(text);
+        EXPECT_NE(error_of(text).find(expected), std::string::npos) << error_of(text);
+    }
+}
+
+}  // namespace
+}  // namespace cali::test

@@ -1,0 +1,126 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "program.h"
+#include "simulation/sensor.h"
+
+namespace cali::test {
+namespace {
+
+using host::SensorModel;
+
+double mean_of(const std::vector<uint16_t>& samples) {
+    double sum = 0;
+    for (const uint16_t sample : samples) {
+        sum += sample;
+    }
+    return sum / static_cast<double>(samples.size());
+}
+
+double variance_of(const std::vector<uint16_t>& samples) {
+    const double mean = mean_of(samples);
+    double sum = 0;
+    for (const uint16_t sample : samples) {
+        sum += (sample - mean) * (sample - mean);
+    }
+    return sum / static_cast<double>(samples.size() - 1);
+}
+
+TEST(Illuminant, MatchesTabulatedWhites) {
+    // CIE D65 and D50 lie on the locus at 6504 K and 5003 K; CIE A is Planckian at 2856 K.
+    const std::pair<double, host::Vector3> whites[] = {
+        {6504, {0.9505, 1.0, 1.0889}}, {5003, {0.9642, 1.0, 0.8251}}, {2856, {1.0985, 1.0, 0.3558}}};
+    for (const auto& [kelvin, expected] : whites) {
+        SCOPED_TRACE(kelvin);
+        const host::Vector3 white = host::illuminant_white(kelvin);
+        for (std::size_t k = 0; k < 3; ++k) {
+            EXPECT_NEAR(white[k], expected[k], 0.002);
+        }
+    }
+}
+
+TEST(Illuminant, AdaptationTakesWhiteToWhite) {
+    const host::Vector3 white = host::illuminant_white(4000);
+    const host::Vector3 adapted = host::adapt_from_d65(host::xyz_of_linear_srgb({1, 1, 1}), white);
+    for (std::size_t k = 0; k < 3; ++k) {
+        EXPECT_NEAR(adapted[k], white[k], 1e-4);
+    }
+}
+
+TEST(Sensor, NoiseHasTheVarianceOfTheModel) {
+    SensorModel sensor;
+    sensor.width = 400;
+    sensor.height = 400;
+    sensor.read_noise = 8;
+    sensor.pedestal = {64, 64, 64, 64};
+    const auto dark = host::expose(sensor, host::dark_scene(), 1, 0);
+    EXPECT_NEAR(mean_of(dark), 64, 0.1);
+    EXPECT_NEAR(variance_of(dark), 64 + 1.0 / 12, 1);
+    const host::Scene light{false, {{0.5, 0.5, 0.5}}};
+    const double signal = 0.5 * (4095 - 64);
+    const auto lit = host::expose(sensor, light, 1, 1);
+    EXPECT_NEAR(mean_of(lit), 64 + signal, 0.3);
+    EXPECT_NEAR(variance_of(lit), 64 + 0.25 * signal + 1.0 / 12, 8);
+}
+
+TEST(Sensor, ShadingFallsOffFromTheAxisByColour) {
+    SensorModel sensor;
+    sensor.width = 200;
+    sensor.height = 100;
+    sensor.read_noise = 0;
+    sensor.conversion_gain = 0;
+    sensor.pedestal = {0, 0, 0, 0};
+    sensor.axis_x = 60;
+    const auto frame = host::expose(sensor, {true, {{0.9, 0.9, 0.9}}}, 1, 0);
+    const auto at = [&](int x, int y) {
+        return frame[static_cast<std::size_t>(y) * 200 + static_cast<std::size_t>(x)];
+    };
+    EXPECT_NEAR(at(160, 50), 0.9 * 4095, 2);
+    // The far corner's red photosite: 1 - 0.38 r2 - 0.1 r4 with r2 = (159.5^2 + 49.5^2) / (100^2 + 50^2).
+    const double r2 = (159.5 * 159.5 + 49.5 * 49.5) / (100.0 * 100 + 50 * 50);
+    EXPECT_NEAR(at(0, 0), 0.9 * 4095 * (1 - 0.38 * r2 - 0.1 * r2 * r2), 1);
+    EXPECT_GT(at(1, 0), at(0, 0));
+}
+
+TEST(Sensor, ChartShowsEveryPatchInItsPlace) {
+    const SensorModel sensor;
+    for (const double kelvin : {2000.0, 2850.0, 5000.0, 10000.0}) {
+        const host::Scene chart = host::chart_scene(sensor, kelvin, 0.9);
+        ASSERT_EQ(chart.colours.size(), 25U);
+        const host::Vector3 white = host::camera_white(sensor, kelvin);
+        for (std::size_t p = 0; p < 24; ++p) {
+            for (const double signal : chart.colours[p]) {
+                EXPECT_GT(signal, 0) << "patch " << p + 1 << " at " << kelvin << " K";
+                EXPECT_LT(signal, 1);
+            }
+        }
+        // A grey patch has the light's own colour.
+        const host::Vector3& grey = chart.colours[20];
+        EXPECT_NEAR(grey[1] / grey[0], white[1] / white[0], 1e-3);
+        EXPECT_NEAR(grey[1] / grey[2], white[1] / white[2], 1e-3);
+    }
+}
+
+TEST(Simulate, SameSeedSameFiles) {
+    const TemporaryFolder folder;
+    const auto simulate = [&](const std::string& to, const std::string& seed, const std::string& levels) {
+        const ProgramRun run = run_program(folder.path(), {"simulate", to, "--size", "64x48", "--seed", seed,
+                                                           "--series-levels", levels, "--illuminants", "5000"});
+        EXPECT_EQ(run.status, 0) << run.err;
+    };
+    simulate("a", "7", "2");
+    simulate("b", "7", "3");  // a longer series leaves the other captures as they are
+    simulate("c", "8", "2");
+    for (const std::string name : {"dark_1.raw", "dark_2.pgm", "flat_5000K.raw", "grey_5000K.pgm", "chart_5000K.raw"}) {
+        SCOPED_TRACE(name);
+        const std::string first = read_text(folder.path() / "a" / name);
+        EXPECT_FALSE(first.empty());
+        EXPECT_EQ(first, read_text(folder.path() / "b" / name));
+        EXPECT_NE(first, read_text(folder.path() / "c" / name));
+    }
+    EXPECT_NE(read_text(folder.path() / "a/dark_1.raw"), read_text(folder.path() / "a/dark_2.raw"));
+}
+
+}  // namespace
+}  // namespace cali::test
