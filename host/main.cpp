@@ -16,7 +16,7 @@ int run(int argc, char** argv) {
     using namespace cali::host;
     CLI::App app("Calibrates a camera's ISP from raw Bayer captures.", "cali");
     app.set_version_flag("--version", "cali " CALI_VERSION_STRING);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.footer(
         "A first session without a camera:\n"
         "  cali simulate shots\n"
@@ -29,6 +29,9 @@ int run(int argc, char** argv) {
     add_verify_command(app);
     try {
         app.parse(argc, argv);
+        if (app.get_subcommands().empty()) {
+            throw InputError("no command is given, expected one of those that --help lists");
+        }
         return 0;
     } catch (const CLI::ParseError& problem) {
         if (problem.get_exit_code() == 0) {

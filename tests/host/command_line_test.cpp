@@ -36,7 +36,7 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
     write_text(folder_ / "empty.toml", "[sensor]\nwidth = 32\n");
     const std::vector<std::string> before = folder_.names();
     const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{}, "A subcommand is required"},
+        {{}, "no command is given"},
         {{"fly"}, "fly"},
         {{"blc"}, "FRAME"},
         {{"blc", "gone.raw", "--session", "s.toml"}, "gone.raw: no such file"},

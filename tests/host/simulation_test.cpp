@@ -71,14 +71,14 @@ TEST(Sensor, ShadingFallsOffFromTheAxisByColour) {
     sensor.read_noise = 0;
     sensor.conversion_gain = 0;
     sensor.pedestal = {0, 0, 0, 0};
-    sensor.axis_x = 60;
+    sensor.axis_x = 10;
     const auto frame = host::expose(sensor, {true, {{0.9, 0.9, 0.9}}}, 1, 0);
     const auto at = [&](int x, int y) {
         return frame[static_cast<std::size_t>(y) * 200 + static_cast<std::size_t>(x)];
     };
-    EXPECT_NEAR(at(160, 50), 0.9 * 4095, 2);
-    // The far corner's red photosite: 1 - 0.38 r2 - 0.1 r4 with r2 = (159.5^2 + 49.5^2) / (100^2 + 50^2).
-    const double r2 = (159.5 * 159.5 + 49.5 * 49.5) / (100.0 * 100 + 50 * 50);
+    EXPECT_NEAR(at(110, 50), 0.9 * 4095, 2);
+    // The far corner's red photosite: 1 - 0.38 r2 - 0.1 r4 with r2 = (109.5^2 + 49.5^2) / (100^2 + 50^2).
+    const double r2 = (109.5 * 109.5 + 49.5 * 49.5) / (100.0 * 100 + 50 * 50);
     EXPECT_NEAR(at(0, 0), 0.9 * 4095 * (1 - 0.38 * r2 - 0.1 * r2 * r2), 1);
     EXPECT_GT(at(1, 0), at(0, 0));
 }
