@@ -123,7 +123,8 @@ void read_pgm(Capture& capture, const Bytes& bytes, const Geometry& geometry) {
                          by(geometry.width.value_or(header.width), geometry.height.value_or(header.height)) + " by " +
                          geometry.source);
     }
-    const int header_bits = std::max<int>(std::bit_width(static_cast<unsigned>(header.max_value)), kMinBits);
+    const int header_bits =
+        std::max(static_cast<int>(std::bit_width(static_cast<unsigned>(header.max_value))), kMinBits);
     capture.bits = geometry.bits.value_or(header_bits);
     const bool wide = header.max_value > 255;
     const std::size_t expected =

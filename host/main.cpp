@@ -12,9 +12,8 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongInput = 2;
 
-int run(int argc, char** argv) {
+void describe(CLI::App& app) {
     using namespace cali::host;
-    CLI::App app("Calibrates a camera's ISP from raw Bayer captures.", "cali");
     app.set_version_flag("--version", "cali " CALI_VERSION_STRING);
     app.require_subcommand(0, 1);
     app.footer(
@@ -27,7 +26,13 @@ int run(int argc, char** argv) {
     add_awb_command(app);
     add_calibrate_command(app);
     add_verify_command(app);
+}
+
+int run(int argc, char** argv) {
+    using namespace cali::host;
+    CLI::App app("Calibrates a camera's ISP from raw Bayer captures.", "cali");
     try {
+        describe(app);
         app.parse(argc, argv);
         if (app.get_subcommands().empty()) {
             throw InputError("no command is given, expected one of those that --help lists");
@@ -56,7 +61,7 @@ int run(int argc, char** argv) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only the last words can fail
     // The library's warnings belong to this program's standard error, never in a window.
 #ifdef _WIN32
     _putenv_s("CALI_WARNINGS", "stderr");

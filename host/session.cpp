@@ -136,7 +136,7 @@ private:
         if (node == nullptr) {
             return std::nullopt;
         }
-        const std::optional<T> found = node->value<T>();
+        std::optional<T> found = node->value<T>();
         if (!found) {
             fail(key, expected);
         }
