@@ -1,5 +1,7 @@
 #include "blc/estimators.h"
 
+#include <algorithm>
+
 #include "reference/estimates.h"
 #include "support/export_calls.h"
 
@@ -65,9 +67,17 @@ TEST(BlackLevelEstimates, EqualThePlainVersions) {
 TEST(BlackLevelEstimates, RoundLongSumsInSinglePrecision) {
     Random random(21);
     // Sums per channel of 2^26 and more; with the larger samples the 32-bit sums wrap.
-    for (const uint32_t high : {4095U, 2000000U}) {
+    for (const uint32_t high : {4095U, 2000000U, 0xFFFFFFFFU}) {
         BlcCall call(random_frame(random, 515, 401, 3, high));
         compare_all(call);
+    }
+    // Many estimates at the coarse end of the range, some of them next to a half.
+    BlcCall call(random_frame(random, 8, 6, 3));
+    for (int turn = 0; turn < 20000; ++turn) {
+        std::ranges::copy(random_samples(random, 48, 2048, 4000), call.input.samples.begin());
+        ASSERT_EQ(call.deviation(), 0);
+        const auto expected = reference::deviation_black_level(call.input.samples, 8, 6, 3, true);
+        ASSERT_EQ(call.offsets, expected.offset);
     }
 }
 

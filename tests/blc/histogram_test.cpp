@@ -1,6 +1,7 @@
 #include "blc/histogram.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "reference/estimates.h"
 #include "support/export_calls.h"

@@ -1,5 +1,4 @@
 #include <cstdlib>
-#include <functional>
 #include <new>
 
 #include "support/export_calls.h"

@@ -1,5 +1,7 @@
 #include "core/mesh_shading.h"
 
+#include <algorithm>
+
 #include "support/support.h"
 
 namespace cali::test {

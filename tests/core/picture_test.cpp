@@ -1,5 +1,7 @@
 #include "core/picture.h"
 
+#include <algorithm>
+
 #include "support/support.h"
 
 namespace cali::test {

@@ -1,5 +1,6 @@
 #include "core/radial_shading.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "support/support.h"
@@ -18,10 +19,16 @@ constexpr std::array<int32_t, 10> kExtremeGains = {0,
                                                    std::numeric_limits<int32_t>::max(),
                                                    std::numeric_limits<int32_t>::min()};
 
+/// Gains as calibrated, negative ones among them, ones past 16 bits, and limits.
 std::vector<int32_t> tables_of_turn(Random& random, std::size_t turn) {
     std::vector<int32_t> tables(kRadialTableSize);
     for (int32_t& gain : tables) {
-        gain = turn % 2 == 0 ? static_cast<int32_t>(random() % 4096) : pick(random, kExtremeGains);
+        switch (turn % 4) {
+            case 0: gain = static_cast<int32_t>(random() % 4096); break;
+            case 1: gain = static_cast<int32_t>(random() % 4096) - 100; break;
+            case 2: gain = static_cast<int32_t>(random() % 131072); break;
+            default: gain = pick(random, kExtremeGains);
+        }
     }
     return tables;
 }

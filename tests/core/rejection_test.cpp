@@ -1,4 +1,5 @@
 #include <limits>
+#include <memory>
 
 #include "support/export_calls.h"
 
