@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 
 #include "geometry.h"
@@ -30,7 +31,7 @@ private:
     std::string session_;
     std::string size_;
     std::string pattern_;
-    int bits_ = 0;
+    std::optional<int> bits_;
 };
 
 /// --verbose and --log: where the library's own output goes.

@@ -24,8 +24,8 @@ Geometry GeometryOptions::geometry() const {
     if (!pattern_.empty()) {
         geometry.pattern = parse_pattern(pattern_, "--pattern");
     }
-    if (bits_ != 0) {
-        geometry.bits = check_number(bits_, kMinBits, kMaxBits, "--bits");
+    if (bits_) {
+        geometry.bits = check_number(*bits_, kMinBits, kMaxBits, "--bits");
     }
     return geometry;
 }
