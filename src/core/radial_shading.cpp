@@ -32,15 +32,17 @@ int32_t gain_at_radius(const RadialRegisters& registers, std::size_t table, uint
 
 }  // namespace
 
-int32_t radial_norm(int32_t width, int32_t height, int32_t center_x, int32_t center_y) {
+float farthest_corner_squared(int32_t width, int32_t height, int32_t center_x, int32_t center_y) {
     const auto squared = [](double dx, double dy) { return static_cast<float>(dx * dx + dy * dy); };
     const double left = center_x;
     const double top = center_y;
     const double right = static_cast<double>(width) - left;
     const double bottom = static_cast<double>(height) - top;
-    const float largest =
-        std::max({squared(left, top), squared(right, top), squared(left, bottom), squared(right, bottom)});
-    const float farthest = std::sqrt(largest);
+    return std::max({squared(left, top), squared(right, top), squared(left, bottom), squared(right, bottom)});
+}
+
+int32_t radial_norm(int32_t width, int32_t height, int32_t center_x, int32_t center_y) {
+    const float farthest = std::sqrt(farthest_corner_squared(width, height, center_x, center_y));
     const auto units = static_cast<float>(31.0 / static_cast<double>(farthest));
     return to_int32(static_cast<double>(units * 64.0F * 32.0F));
 }

@@ -38,6 +38,9 @@ struct RadialRegisters {
     }
 };
 
+/// Squared distance from the centre to the farthest corner, in photosites.
+[[nodiscard]] float farthest_corner_squared(int32_t width, int32_t height, int32_t center_x, int32_t center_y);
+
 /// 31 over the distance from the centre to the farthest corner, in 1/2048, truncated; before the register's mask.
 [[nodiscard]] int32_t radial_norm(int32_t width, int32_t height, int32_t center_x, int32_t center_y);
 

@@ -1,6 +1,6 @@
-// Both sets come from one text, row_kernels.inc, over two definitions of the lanes. AVX2 is confined to a region and
-// its own namespace: compiling a whole file for AVX2 would let inline functions of shared headers leak into machines
-// that lack it. No header is included inside the region.
+// Both sets come from one text, row_kernels.inc and plane_kernels.inc, over two definitions of the lanes. AVX2 is
+// confined to a region and its own namespace: compiling a whole file for AVX2 would let inline functions of shared
+// headers leak into machines that lack it. No header is included inside the region.
 
 #include "core/row_kernels.h"
 
@@ -12,16 +12,24 @@
 
 #include "core/sample_math.h"
 
+#define CALI_ROW_KERNELS(isa)                                                                                         \
+    {                                                                                                                 \
+        isa, black_level_row, wb_gain_row, mesh_gain_row, radial_gain_row, split_row, to_float_row, filter_to_floats, \
+            filter_to_ints, masked_mean_row, bright_keys_row, fill_dark_row, smaller_row                              \
+    }
+
 namespace cali {
 namespace {
 
 namespace baseline {
 
-#define CALI_KERNEL_ISA Isa::baseline
 #include "core/simd_sse2.inc"
 //
 #include "core/row_kernels.inc"
-#undef CALI_KERNEL_ISA
+//
+#include "core/plane_kernels.inc"
+//
+constexpr RowKernels kKernels = CALI_ROW_KERNELS(Isa::baseline);
 
 }  // namespace baseline
 
@@ -34,11 +42,13 @@ namespace baseline {
 
 namespace avx2 {
 
-#define CALI_KERNEL_ISA Isa::avx2
 #include "core/simd_avx2.inc"
 //
 #include "core/row_kernels.inc"
-#undef CALI_KERNEL_ISA
+//
+#include "core/plane_kernels.inc"
+//
+constexpr RowKernels kKernels = CALI_ROW_KERNELS(Isa::avx2);
 
 }  // namespace avx2
 

@@ -45,6 +45,20 @@ struct RadialGainRow {
     uint32_t norm;               ///< 0..32767
 };
 
+/// A sum over `count` rows of weight times sample, column by column. Rows are readable up to the next multiple of
+/// kPlaneRowPadding columns.
+struct WeightedRows {
+    const float* const* row;
+    const float* weight;
+    std::size_t count;
+};
+
+inline constexpr std::size_t kPlaneRowPadding = 64;
+
+[[nodiscard]] constexpr std::size_t padded_row(std::size_t columns) {
+    return (columns + kPlaneRowPadding - 1) / kPlaneRowPadding * kPlaneRowPadding;
+}
+
 /// Each loop reads `count` samples from `source` and writes as many to `destination`, which may be the same row.
 struct RowKernels {
     Isa isa;
@@ -52,6 +66,24 @@ struct RowKernels {
     void (*wb_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const WbGainRow& row);
     void (*mesh_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const MeshGainRow& row);
     void (*radial_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const RadialGainRow& row);
+
+    // Channel planes.
+
+    /// `count` pairs of samples to two rows.
+    void (*split)(const uint32_t* source, int32_t* even, int32_t* odd, std::size_t count);
+    void (*to_float)(const int32_t* source, float* destination, std::size_t count);
+    /// Sums truncated to integers; as floats, the row is written up to the next multiple of kPlaneRowPadding.
+    void (*filter_to_floats)(const WeightedRows& terms, float* destination, std::size_t count);
+    void (*filter_to_ints)(const WeightedRows& terms, int32_t* destination, std::size_t count);
+    /// In place, samples above `threshold` alone: the sum over its column's `weight_sum` (padded as the rows).
+    void (*masked_mean)(const WeightedRows& terms, const float* weight_sum, int32_t threshold, int32_t* samples,
+                        std::size_t count);
+    /// See sample::bright_key and sample::fill_dark.
+    void (*bright_keys)(const int32_t* samples, int32_t threshold, int16_t* keys, std::size_t count);
+    void (*fill_dark)(const int16_t* in_row, const int16_t* in_column, int32_t threshold, int32_t* samples,
+                      std::size_t count);
+    /// The smaller of each pair; `destination` may be `a` and lie before `b`.
+    void (*smaller)(const int16_t* a, const int16_t* b, int16_t* destination, std::size_t count);
 };
 
 /// The set in force: the widest this machine runs, unless the environment variable CALI_ISA names "baseline" or

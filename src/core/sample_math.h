@@ -62,4 +62,22 @@ inline constexpr uint32_t kMaxRadius = 1984;
     return static_cast<uint32_t>(std::clamp(v, 0, kFullScale));
 }
 
+/// What a dark sample may be replaced with: a sample above the threshold. Full scale stands for none.
+[[nodiscard]] inline int16_t bright_key(int32_t sample, int32_t threshold) {
+    return static_cast<int16_t>(sample > threshold ? std::min(sample, kFullScale) : kFullScale);
+}
+
+/// Replaces a sample below the threshold by the mean of the smallest keys along its row and its column, or by the one
+/// that there is.
+[[nodiscard]] inline int32_t fill_dark(int32_t sample, int32_t threshold, int16_t in_row, int16_t in_column) {
+    if (sample >= threshold) {
+        return sample;
+    }
+    const int32_t smaller = std::min(in_row, in_column);
+    if (std::max(in_row, in_column) < kFullScale) {
+        return (in_row + in_column) / 2;
+    }
+    return smaller < kFullScale ? smaller : sample;
+}
+
 }  // namespace cali::sample

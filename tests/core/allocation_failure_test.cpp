@@ -83,6 +83,7 @@ TEST(AllocationFailure, LeavesEverythingUntouched) {
         SCOPED_TRACE(dumps ? "with dumps" : "without dumps");
         module_state().debug.awb_dump = dumps;
         module_state().debug.blc_report = dumps;
+        module_state().debug.lsc_dump = dumps;
         Random random(50);
         // Neither too bright nor too dark: collecting a warning would allocate too.
         const OwnedFrame frame = random_frame(random, 30, 24, 1, 1500);
@@ -95,6 +96,11 @@ TEST(AllocationFailure, LeavesEverythingUntouched) {
                                   &BlcCall::get_histogram, &BlcCall::verify}) {
             BlcCall call(frame);
             sweep(call, method);
+        }
+        for (const auto method : {&LscCall::calc, &LscCall::verify}) {
+            LscCall call(frame, 5, 5);
+            call.denoise = 1;
+            EXPECT_GT(sweep(call, method), 0);
         }
     }
 }

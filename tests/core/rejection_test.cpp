@@ -153,18 +153,64 @@ TEST(Rejection, BlackLevel) {
                               });
 }
 
+std::unique_ptr<LscCall> make_lsc_call() {
+    Random random(42);
+    return std::make_unique<LscCall>(random_frame(random, 16, 12, 2), 6, 5);
+}
+
+const std::vector<Damage<LscCall>> kLscDamages = {
+    {"raw", [](LscCall& call) { call.raw = nullptr; }},
+    {"raw", [](LscCall& call) { call.raw = &null_frame; }},
+    {"-1", [](LscCall& call) { call.width = -1; }},
+    {"8193", [](LscCall& call) { call.width = 8193; }},
+    {"8193", [](LscCall& call) { call.height = 8193; }},
+    {"pattern", [](LscCall& call) { call.pattern = 4; }},
+    {"grid_cols", [](LscCall& call) { call.cols = 2; }},
+    {"grid_rows", [](LscCall& call) { call.rows = 130; }},
+    {"grid_", [](LscCall& call) { call.cols = 69, call.rows = 70; }},
+};
+
+TEST(Rejection, LensShading) {
+    expect_rejections(&LscCall::calc, "LSC", make_lsc_call,
+                      kLscDamages + std::vector<Damage<LscCall>>{
+                                        {"width is 0", [](LscCall& call) { call.width = 0; }},
+                                        {"height is 0", [](LscCall& call) { call.height = 0; }},
+                                        {"grid_cols", [](LscCall& call) { call.cols = 3; }},
+                                        {"grid_rows", [](LscCall& call) { call.rows = 3; }},
+                                        {"center_x", [](LscCall& call) { call.center_x_out = nullptr; }},
+                                        {"center_y", [](LscCall& call) { call.center_y_out = nullptr; }},
+                                        {"norm", [](LscCall& call) { call.norm_out = nullptr; }},
+                                        {"rtbl", [](LscCall& call) { call.red = nullptr; }},
+                                        {"gtbl", [](LscCall& call) { call.green = nullptr; }},
+                                        {"btbl", [](LscCall& call) { call.blue = nullptr; }},
+                                        {"radius_lut", [](LscCall& call) { call.radius_lut = nullptr; }},
+                                    });
+    expect_rejections(&LscCall::verify, "LSC", make_lsc_call,
+                      kLscDamages + std::vector<Damage<LscCall>>{
+                                        {"mesh_output", [](LscCall& call) { call.mesh_output = nullptr; }},
+                                        {"mesh_output", [](LscCall& call) { call.mesh_output = &null_frame; }},
+                                        {"radial_output", [](LscCall& call) { call.radial_output = nullptr; }},
+                                        {"radial_output", [](LscCall& call) { call.radial_output = &null_frame; }},
+                                    });
+}
+
 TEST(Rejection, EmptyFramesAreVerifiedUntouched) {
     for (const bool no_width : {true, false}) {
         auto awb = make_awb_call();
         auto blc = make_blc_call();
+        auto lsc = make_lsc_call();
+        const auto lsc_before = lsc->state();
         const auto awb_before = awb->state();
         const auto blc_before = blc->state();
         (no_width ? awb->width : reinterpret_cast<int32_t&>(awb->height)) = 0;
         (no_width ? blc->width : blc->height) = 0;
+        (no_width ? lsc->width : lsc->height) = 0;
         CapturedOutput output;
         const CapturedWarnings warnings;
         EXPECT_EQ(awb->verify(), 0);
         EXPECT_EQ(blc->verify(), 0);
+        EXPECT_EQ(lsc->verify(), 0);
+        EXPECT_TRUE(lsc->state() == lsc_before);
         EXPECT_TRUE(awb->state() == awb_before);
         EXPECT_TRUE(blc->state() == blc_before);
         EXPECT_TRUE(warnings.texts().empty());
@@ -180,6 +226,13 @@ TEST(Rejection, BuffersThatAreNotReachedMayBeNull) {
     blc->blocks = 1;
     blc->block_offset.fill(nullptr);
     EXPECT_EQ(blc->local(), 0);
+    EXPECT_TRUE(warnings.texts().empty());
+    // Without tables no stage runs.
+    auto lsc = make_lsc_call();
+    lsc->red = lsc->radius_lut = nullptr;
+    lsc->mesh_output = lsc->radial_output = nullptr;
+    lsc->cols = 0;
+    EXPECT_EQ(lsc->verify(), 0);
     EXPECT_TRUE(warnings.texts().empty());
     // The window's fault comes before the results.
     cali_awb_setROI(0, 0, 16, 8);
@@ -217,12 +270,12 @@ TEST(NotBuiltYet, ReturnsMinusOneAndWritesNothing) {
     const CapturedWarnings warnings;
     const auto results = call_all_with_zeros(
         cali_awb_BuildCurve, cali_awb_getCurve, cali_ccm_calc, cali_isp_ccm_pipe_calc, cali_isp_awb_ccm,
-        cali_isp_ccm_pipe_calc_v2, cali_roi_rgb_cal, cali_roi_rgb_adjust, cali_roi_rgb_interpolation, cali_lsc_calc,
-        cali_lsc_verify, cali_isp_roi_mean_std_calc, cali_isp_roi_mean_var_calc, cali_isp_np_lr_calc,
-        cali_isp_np_float_calc, cali_isp_np_float_to_fix_calc, cali_isp_np_float_to_fix_calc_v2,
-        cali_isp_np_float_calc_ainr, cali_isp_np_fix_calc, cali_isp_np_fix_to_fix_calc, cali_isp_ynr_np_fix_calc,
-        cali_isp_diff_img_calc, cali_isp_std_img_calc, cali_clut_calc, cali_clut_calc_rgb);
-    EXPECT_EQ(results, std::vector<int32_t>(25, -1));
+        cali_isp_ccm_pipe_calc_v2, cali_roi_rgb_cal, cali_roi_rgb_adjust, cali_roi_rgb_interpolation,
+        cali_isp_roi_mean_std_calc, cali_isp_roi_mean_var_calc, cali_isp_np_lr_calc, cali_isp_np_float_calc,
+        cali_isp_np_float_to_fix_calc, cali_isp_np_float_to_fix_calc_v2, cali_isp_np_float_calc_ainr,
+        cali_isp_np_fix_calc, cali_isp_np_fix_to_fix_calc, cali_isp_ynr_np_fix_calc, cali_isp_diff_img_calc,
+        cali_isp_std_img_calc, cali_clut_calc, cali_clut_calc_rgb);
+    EXPECT_EQ(results, std::vector<int32_t>(23, -1));
 }
 
 TEST(LevelListByValue, IsReleasedExactlyOnce) {

@@ -1,0 +1,29 @@
+/// Mesh and radial gains from a filtered flat field.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "core/register_text.h"
+#include "lsc/flat_field.h"
+
+namespace cali::lsc {
+
+/// What the gains correct.
+enum class ShadingKind { chroma_and_luma, chroma, luma };
+
+/// What was read at each mesh node, before black subtraction; 0 at the border, which is extrapolated.
+using NodeSamples = std::array<std::vector<uint32_t>, 3>;
+
+/// Fills `tables.mesh` for its node counts and frame size. Prints a line for every node with a gain below 1.
+void calibrate_mesh(const FlatField& field, const CentreSignal& centre, ShadingKind kind, ShadingTables& tables,
+                    NodeSamples& samples);
+
+/// Continues the gains linearly onto the outer ring of nodes, each within 256..4095.
+void lsc_extrapolate_border(ShadingTables& tables);
+
+/// Fills the radial tables around `tables.center_x`, `center_y`, and their normaliser.
+void calibrate_radial(const FlatField& field, const CentreSignal& centre, ShadingKind kind, ShadingTables& tables);
+
+}  // namespace cali::lsc
