@@ -7,8 +7,11 @@
 #include <cstring>
 #include <map>
 #include <random>
+#include <regex>
+#include <utility>
 
 #include "core/row_kernels.h"
+#include "memory.h"
 #include "ratio_reporter.h"
 #include "workload.h"
 
@@ -27,6 +30,34 @@ namespace cali::bench {
 namespace {
 
 constexpr int kRepetitions = 9;
+
+struct Export {
+    std::string name;
+    double most;
+    std::function<void()> body;
+};
+
+/// Those whose own memory is reported.
+std::vector<Export>& exports() {
+    static std::vector<Export> registered;
+    return registered;
+}
+
+void print_memory(std::FILE* table, const std::string& filter) {
+    constexpr double kFrame = double{kWidth} * kHeight * sizeof(uint32_t);
+    bool first = true;
+    for (const Export& measured : exports()) {
+        if (!std::regex_search(measured.name, std::regex(filter))) {
+            continue;
+        }
+        if (std::exchange(first, false)) {
+            std::fprintf(table, "\n| memory at its peak | MB | ratio to the frame | at most |\n|---|---:|---:|---:|\n");
+        }
+        const auto bytes = static_cast<double>(peak_memory(measured.body));
+        std::fprintf(table, "| %s | %.2f | %.2f | ", measured.name.c_str(), bytes / 1e6, bytes / kFrame);
+        std::fprintf(table, measured.most > 0 ? "%.1f |\n" : "|\n", measured.most);
+    }
+}
 
 std::map<std::string, double>& limits() {
     static std::map<std::string, double> by_name;
@@ -54,12 +85,16 @@ Workload::Workload() {
     std::minstd_rand random(1);
     scene.resize(kCount);
     dark.resize(kCount);
+    flat.resize(kCount);
     work.resize(kCount);
     result.resize(kCount);
     for (std::size_t i = 0; i < kCount; ++i) {
         const auto noise = static_cast<uint32_t>(random() >> 8);
         scene[i] = static_cast<uint32_t>(600 + i % kWidth / 2 + noise % 61);
         dark[i] = 56 + noise % 17;
+        const double x = static_cast<double>(i % kWidth) / kWidth - 0.5;
+        const double y = static_cast<double>(i / kWidth) / kHeight - 0.5;
+        flat[i] = static_cast<uint32_t>(3200 * (1 - 1.2 * (x * x + y * y))) + noise % 81;
     }
     for (int32_t j = 0; j < kGridRows; ++j) {
         for (int32_t i = 0; i < kGridCols; ++i) {
@@ -77,6 +112,9 @@ Workload::Workload() {
 }
 
 void measure(const std::string& name, const Limits& most, const std::function<void()>& body) {
+    if (name.starts_with("cali_")) {
+        exports().push_back({name, most.memory, body});
+    }
     for (const Isa isa : kAllIsas) {
         if (!isa_available(isa)) {
             continue;
@@ -123,8 +161,11 @@ int main(int argc, char** argv) {
     });
     register_stages();
     register_exports();
+    register_lens_shading();
     RatioReporter reporter(table);
     benchmark::RunSpecifiedBenchmarks(&reporter);
+    const std::string filter = benchmark::GetBenchmarkFilter();
+    print_memory(table, filter.empty() || filter == "all" ? "." : filter);
     std::fclose(table);
     return 0;
 }

@@ -21,6 +21,7 @@ inline constexpr int32_t kGridRows = 37;
 struct Workload {
     std::vector<uint32_t> scene;   ///< 0..4095, a noisy gradient
     std::vector<uint32_t> dark;    ///< around 64
+    std::vector<uint32_t> flat;    ///< a flat field behind a lens, 3200 at its centre, noisy
     std::vector<uint32_t> work;    ///< written to
     std::vector<uint32_t> result;  ///< written to
     std::vector<uint32_t> red_grid;
@@ -43,10 +44,11 @@ private:
 /// The measurement that all others are compared with.
 inline constexpr const char* kCopyName = "memcpy";
 
-/// What a measurement may cost at most, as a ratio to memcpy; 0: no limit is set.
+/// What a measurement may cost at most; 0: no limit is set.
 struct Limits {
-    double avx2 = 0;
+    double avx2 = 0;  ///< ratio to memcpy
     double baseline = 0;
+    double memory = 0;  ///< ratio to the frame's size
 };
 
 /// Registers `body` once per instruction set that this machine runs.
@@ -57,5 +59,6 @@ void measure(const std::string& name, const Limits& limits, const std::function<
 
 void register_stages();
 void register_exports();
+void register_lens_shading();
 
 }  // namespace cali::bench

@@ -74,7 +74,8 @@ struct RowKernels {
     void (*to_float)(const int32_t* source, float* destination, std::size_t count);
     /// Sums truncated to integers; as floats, the row is written up to the next multiple of kPlaneRowPadding.
     void (*filter_to_floats)(const WeightedRows& terms, float* destination, std::size_t count);
-    void (*filter_to_ints)(const WeightedRows& terms, int32_t* destination, std::size_t count);
+    /// Two rows at once: the second's sums start at terms.row[1] and end at terms.row[terms.count].
+    void (*filter_to_ints)(const WeightedRows& terms, int32_t* first, int32_t* second, std::size_t count);
     /// In place, samples above `threshold` alone: the sum over its column's `weight_sum` (padded as the rows).
     void (*masked_mean)(const WeightedRows& terms, const float* weight_sum, int32_t threshold, int32_t* samples,
                         std::size_t count);

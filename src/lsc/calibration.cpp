@@ -57,7 +57,8 @@ void print_centre(const LightCentre& centre, const CentreSignal& signal) {
 bool calibrate(const ConstRawFrame& frame, const CalibrationSettings& settings, ShadingTables& tables) {
     const bool dump = module_state().debug.lsc_dump;
     const ShadingKind kind = shading_kind(settings.kind);
-    ChannelPlanes planes = split_frame(frame);
+    const ChannelPlanes planes(frame.width, frame.height);
+    split_frame(frame, planes);
     if (dump) {
         write_planes(kPlaneFiles, planes);
     }

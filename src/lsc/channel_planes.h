@@ -12,8 +12,11 @@ namespace cali::lsc {
 
 /// Row-major, half the frame's size either way: a last odd row or column belongs to no plane. Samples are signed.
 struct ChannelPlanes {
-    int32_t width = 0;
-    int32_t height = 0;
+    /// Uninitialised planes for a frame. Throws std::bad_alloc.
+    ChannelPlanes(int32_t frame_width, int32_t frame_height);
+
+    int32_t width;
+    int32_t height;
     std::array<Scratch<int32_t>, kChannels> samples;  ///< by channel code
 
     [[nodiscard]] bool empty() const { return width == 0 || height == 0; }
@@ -23,7 +26,7 @@ struct ChannelPlanes {
     }
 };
 
-/// Throws std::bad_alloc.
-[[nodiscard]] ChannelPlanes split_frame(const ConstRawFrame& frame);
+/// Fills planes of the frame's size.
+void split_frame(const ConstRawFrame& frame, const ChannelPlanes& planes);
 
 }  // namespace cali::lsc

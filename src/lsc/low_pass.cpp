@@ -29,23 +29,25 @@ public:
           height_(height),
           taps_(taps),
           line_(padded_row(static_cast<std::size_t>(width)) + 2 * kLowPassRadius),
-          ring_(kRing * padded_row(static_cast<std::size_t>(width))) {
+          ring_(kRing * padded_row(static_cast<std::size_t>(width))),
+          nowhere_(static_cast<std::size_t>(width)) {
         std::ranges::fill(line_.span(), 0.0F);
     }
 
     void run(int32_t* samples) {
         const auto columns = static_cast<std::size_t>(width_);
         int32_t filtered = 0;
-        for (int32_t y = 0; y < height_; ++y) {
-            for (; filtered < std::min(y + kLowPassRadius + 1, height_); ++filtered) {
+        for (int32_t y = 0; y < height_; y += 2) {
+            for (; filtered < std::min(y + kLowPassRadius + 2, height_); ++filtered) {
                 along_row(samples + static_cast<std::size_t>(filtered) * columns, ring_row(filtered));
             }
-            std::array<const float*, kTaps> rows{};
-            for (std::size_t k = 0; k < kTaps; ++k) {
+            std::array<const float*, kTaps + 1> rows{};
+            for (std::size_t k = 0; k < rows.size(); ++k) {
                 rows[k] = ring_row(reflect(y + static_cast<int32_t>(k) - kLowPassRadius, height_));
             }
-            row_kernels().filter_to_ints({rows.data(), taps_.data(), kTaps},
-                                         samples + static_cast<std::size_t>(y) * columns, columns);
+            int32_t* const first = samples + static_cast<std::size_t>(y) * columns;
+            int32_t* const second = y + 1 < height_ ? first + columns : nowhere_.data();
+            row_kernels().filter_to_ints({rows.data(), taps_.data(), kTaps}, first, second, columns);
         }
     }
 
@@ -74,6 +76,7 @@ private:
     LowPassTaps taps_;
     Scratch<float> line_;  ///< a row with its reflections
     Scratch<float> ring_;
+    Scratch<int32_t> nowhere_;  ///< takes the row after an odd last one
 };
 
 }  // namespace
@@ -92,7 +95,7 @@ LowPassTaps low_pass_taps() {
     return taps;
 }
 
-void low_pass(ChannelPlanes& planes, const LowPassTaps& taps) {
+void low_pass(const ChannelPlanes& planes, const LowPassTaps& taps) {
     if (planes.empty()) {
         return;
     }

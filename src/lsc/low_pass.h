@@ -16,6 +16,6 @@ using LowPassTaps = std::array<float, 2 * kLowPassRadius + 1>;
 
 /// In place, along rows, then along columns; each pass truncates to integers. Positions outside reflect about the edge
 /// sample, as often as a plane narrower than the filter needs. Throws std::bad_alloc.
-void low_pass(ChannelPlanes& planes, const LowPassTaps& taps);
+void low_pass(const ChannelPlanes& planes, const LowPassTaps& taps);
 
 }  // namespace cali::lsc

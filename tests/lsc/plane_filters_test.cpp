@@ -13,13 +13,19 @@ reference::Plane samples_of(const lsc::ChannelPlanes& planes, std::size_t code) 
     return {planes.samples[code].span().begin(), planes.samples[code].span().end()};
 }
 
+lsc::ChannelPlanes split(const std::vector<uint32_t>& frame, const Geometry& geometry) {
+    lsc::ChannelPlanes planes(geometry.width, geometry.height);
+    lsc::split_frame({frame.data(), geometry.width, geometry.height, geometry.pattern}, planes);
+    return planes;
+}
+
 TEST(ChannelPlanes, HoldEveryChannelOfWholeCells) {
     Random random(60);
     for (const Geometry& geometry : small_geometries()) {
         const auto frame = samples_of_kind(random, SampleKind::sprinkled, geometry.size());
         const auto expected = reference::split(frame, geometry.width, geometry.height, geometry.pattern);
         on_every_isa([&] {
-            const auto planes = lsc::split_frame({frame.data(), geometry.width, geometry.height, geometry.pattern});
+            const auto planes = split(frame, geometry);
             for (std::size_t code = 0; code < kChannels; ++code) {
                 ASSERT_TRUE(same_bits(expected.code[code], samples_of(planes, code))) << geometry;
             }
@@ -35,7 +41,7 @@ TEST(LowPass, MatchesThePlainFilter) {
         const auto before = reference::split(frame, geometry.width, geometry.height, geometry.pattern);
         const auto expected = reference::low_pass(before.code[GR], before.width, before.height);
         on_every_isa([&] {
-            auto planes = lsc::split_frame({frame.data(), geometry.width, geometry.height, geometry.pattern});
+            const auto planes = split(frame, geometry);
             lsc::low_pass(planes, lsc::low_pass_taps());
             ASSERT_TRUE(same_bits(expected, samples_of(planes, GR))) << geometry;
         });
