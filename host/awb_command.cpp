@@ -10,6 +10,7 @@ namespace {
 struct AwbOptions {
     std::string frame;
     std::string black_level;
+    std::string lens_shading;
     std::vector<int> window;
     double illuminant_k = 0;
     std::string results = "results.json";
@@ -17,16 +18,15 @@ struct AwbOptions {
     OutputOptions output;
 };
 
-BlackLevels read_black_level(const std::string& file) {
+std::vector<LensShading> read_shading(const std::string& file) {
     if (file.empty()) {
-        std::fprintf(stderr, "cali: no --black-level: none is subtracted\n");
         return {};
     }
-    const StoredResults stored = read_results(file);
-    if (!stored.black_level) {
-        throw InputError(file + ": holds no black level, expected results of cali blc or cali calibrate");
+    StoredResults stored = read_results(file);
+    if (stored.lens_shading.empty()) {
+        throw InputError(file + ": holds no lens shading, expected results of cali lsc or cali calibrate");
     }
-    return *stored.black_level;
+    return std::move(stored.lens_shading);
 }
 
 Window choose_window(const AwbOptions& options, const std::optional<Session>& session, const Capture& grey) {
@@ -45,11 +45,9 @@ void run(const AwbOptions& options) {
     const LibraryOutput output = options.output.output();
     const Window window = choose_window(options, options.geometry.session(), grey);
     Results results;
-    results.shading_is_unity = true;
-    results.white_balance.push_back(measure_grey_card(grey, black_level, {}, window, output));
-    if (options.illuminant_k > 0) {
-        results.white_balance.back().illuminant_k = options.illuminant_k;
-    }
+    const std::optional<double> light = options.illuminant_k > 0 ? std::optional(options.illuminant_k) : std::nullopt;
+    results.white_balance.push_back(
+        balance_grey_card(grey, light, black_level, read_shading(options.lens_shading), window, output));
     grey.samples.clear();
     results.geometry = grey;
     write_results(options.results, results);
@@ -64,6 +62,10 @@ void add_awb_command(CLI::App& app) {
     CLI::App* command = app.add_subcommand("awb", "White-balance gains from a grey card");
     command->add_option("FRAME", options->frame, "capture of a grey card, .raw or .pgm")->required();
     command->add_option("--black-level", options->black_level, "results file whose black level is subtracted")
+        ->type_name("FILE");
+    command
+        ->add_option("--lens-shading", options->lens_shading,
+                     "results file whose mesh of the nearest light is applied; default: none")
         ->type_name("FILE");
     command
         ->add_option("--window", options->window,

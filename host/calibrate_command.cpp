@@ -4,6 +4,7 @@
 #include "error.h"
 #include "output_file.h"
 #include "results.h"
+#include "shading_files.h"
 
 namespace cali::host {
 namespace {
@@ -11,6 +12,7 @@ namespace {
 struct CalibrateOptions {
     std::string session;
     std::string folder;
+    ShadingFileOptions files;
     OutputOptions output;
 };
 
@@ -32,6 +34,35 @@ BlackLevelResults calibrate_black_level(const Session& session, const LibraryOut
     return black_level;
 }
 
+/// A flat field's result with the frames that files may be made of.
+struct FlatFieldRun {
+    Capture geometry;
+    CorrectedFlat corrected;
+};
+
+std::vector<FlatFieldRun> calibrate_lens_shading(const Session& session, const ShadingFileOptions& files,
+                                                 const LibraryOutput& output, Results& results) {
+    std::vector<FlatFieldRun> runs;
+    for (const LitCapture& lit : session.flat) {
+        const std::filesystem::path stem = lit.file.stem();
+        for (const FlatFieldRun& other : runs) {
+            if (files.any() && other.geometry.file.stem() == stem) {
+                throw InputError(lit.file.string() + ": a second flat field named " + stem.string() +
+                                 ", expected distinct names for --registers and --corrected");
+            }
+        }
+        Capture flat = read_capture(lit.file, session.geometry);
+        require_flat(flat, results.black_level->values, false);
+        CorrectedFlat corrected;
+        results.lens_shading.push_back(
+            calibrate_flat_field(flat, results.black_level->values, session.shading, output, corrected));
+        results.lens_shading.back().illuminant_k = lit.illuminant_k;
+        flat.samples = {};
+        runs.push_back({std::move(flat), files.corrected ? std::move(corrected) : CorrectedFlat{}});
+    }
+    return runs;
+}
+
 void run(const CalibrateOptions& options) {
     const Session session = read_session(options.session);
     if (session.dark.empty()) {
@@ -40,30 +71,37 @@ void run(const CalibrateOptions& options) {
     const LibraryOutput output = options.output.output();
     Results results;
     results.black_level = calibrate_black_level(session, output, results);
-    results.shading_is_unity = true;
-    const ShadingGrids grids;
+    const BlackLevels& black_level = results.black_level->values;
+    const std::filesystem::path folder =
+        options.folder.empty() ? session.file.parent_path() : std::filesystem::path(options.folder);
+    const std::vector<FlatFieldRun> flats = calibrate_lens_shading(session, options.files, output, results);
     for (const LitCapture& lit : session.grey) {
         Capture grey = read_capture(lit.file, session.geometry);
         const Window window = session.white_balance_window.value_or(default_window(grey.width, grey.height));
-        results.white_balance.push_back(measure_grey_card(grey, results.black_level->values, grids, window, output));
-        results.white_balance.back().illuminant_k = lit.illuminant_k;
+        results.white_balance.push_back(
+            balance_grey_card(grey, lit.illuminant_k, black_level, results.lens_shading, window, output));
     }
 
-    const std::filesystem::path folder =
-        options.folder.empty() ? session.file.parent_path() : std::filesystem::path(options.folder);
     if (!folder.empty()) {
         make_folder(folder);
     }
     const std::filesystem::path file = folder / "results.json";
     write_results(file, results);
     print_black_level(*results.black_level);
-    std::printf("Lens shading: not calibrated yet, unity grids are applied\n");
+    if (results.lens_shading.empty()) {
+        std::printf("Lens shading: the session names no flat field, unity grids are applied\n");
+    } else {
+        print_lens_shading(results.lens_shading);
+    }
     if (results.white_balance.empty()) {
         std::printf("White balance: the session names no grey card\n");
     } else {
         print_white_balance(results.white_balance);
     }
     std::printf("written: %s\n", file.string().c_str());
+    for (std::size_t i = 0; i < flats.size(); ++i) {
+        write_shading_files(folder, results.lens_shading[i], flats[i].corrected, flats[i].geometry, options.files);
+    }
 }
 
 }  // namespace
@@ -74,6 +112,7 @@ void add_calibrate_command(CLI::App& app) {
     command->add_option("SESSION", options->session, "session file (docs/session.md)")->required();
     command->add_option("--out", options->folder, "folder for results.json; default: the session file's")
         ->type_name("DIR");
+    options->files.add_to(*command);
     options->output.add_to(*command);
     command->footer(
         "Examples:\n"

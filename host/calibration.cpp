@@ -12,7 +12,10 @@ namespace {
 constexpr int kLargestWindow = 256;
 constexpr int kMaxShadedSide = 8192;
 
-/// A status below 0 means that the library rejected the call; it has already said why.
+int even_below(int value) { return value & ~1; }
+
+}  // namespace
+
 void require_accepted(int status, const char* name, const std::filesystem::path& file) {
     if (status < 0) {
         throw CalibrationError(file.string() + ": " + name + " rejected the capture (its reason stands above)");
@@ -25,10 +28,6 @@ void require_shadeable(const Capture& frame) {
                          std::to_string(frame.height) + " samples, expected at most 8192 either way");
     }
 }
-
-int even_below(int value) { return value & ~1; }
-
-}  // namespace
 
 DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const LibraryOutput& output) {
     DarkFrameLevels result;

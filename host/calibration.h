@@ -39,7 +39,7 @@ struct DarkFrameLevels {
 /// One method over several frames: offsets are the rounded means over the frames.
 [[nodiscard]] BlackLevels combine(const std::vector<DarkFrameLevels>& frames, BlackLevelMethod method);
 
-/// Lens-shading grids. Unity until a calibration gives others.
+/// Lens-shading grids, unity by default.
 struct ShadingGrids {
     int cols = 3;
     int rows = 3;
@@ -52,11 +52,18 @@ struct ShadingGrids {
 struct WhiteBalance {
     std::filesystem::path file;
     std::optional<double> illuminant_k;
+    std::filesystem::path flat_field;  ///< whose mesh was applied; empty: unity grids
     Window window;
     uint16_t red = 1024;
     uint16_t green = 1024;
     uint16_t blue = 1024;
 };
+
+/// Throws CalibrationError for a status below 0: the library has already said why.
+void require_accepted(int status, const char* name, const std::filesystem::path& file);
+
+/// Throws InputError where the frame is larger than the shading blocks take.
+void require_shadeable(const Capture& frame);
 
 /// Centred, even-aligned, at most 256 x 256: larger sums lose precision. Throws InputError for frames below 4 x 4.
 [[nodiscard]] Window default_window(int width, int height);

@@ -181,6 +181,13 @@ uint32_t to_library_scale(uint32_t sample, int bits) {
     return std::min((sample + (1U << (shift - 1U))) >> shift, kLibraryFullScale);
 }
 
+std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples) {
+    std::vector<uint16_t> codes(samples.size());
+    std::ranges::transform(samples, codes.begin(),
+                           [](uint32_t sample) { return static_cast<uint16_t>(std::min(sample, kLibraryFullScale)); });
+    return codes;
+}
+
 Capture read_capture(const std::filesystem::path& file, const Geometry& geometry) {
     Capture capture;
     capture.file = file;

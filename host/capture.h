@@ -26,6 +26,9 @@ struct Capture {
 /// The 12-bit code of a sample of `bits` bits: fewer are shifted up, more are rounded to nearest and end at 4095.
 [[nodiscard]] uint32_t to_library_scale(uint32_t sample, int bits);
 
+/// Library samples as a file of 12 bits takes them: what exceeds 4095 becomes 4095.
+[[nodiscard]] std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples);
+
 /// Reads a .pgm (binary, 8 or 16 bits) or else a headerless .raw (16-bit little-endian; with a depth of 8 bits also one
 /// byte per sample). The geometry must tell what the file does not; what both tell must agree. Throws InputError.
 [[nodiscard]] Capture read_capture(const std::filesystem::path& file, const Geometry& geometry);

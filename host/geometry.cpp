@@ -25,15 +25,20 @@ int check_number(int64_t found, int64_t low, int64_t high, const std::string& wh
     return static_cast<int>(found);
 }
 
-void set_size(Geometry& geometry, const std::string& text) {
+std::pair<int, int> parse_sides(const std::string& text, const std::string& what, const char* example) {
     const std::size_t cross = text.find('x');
     const auto width = to_number(std::string_view(text).substr(0, std::min(cross, text.size())));
     const auto height = cross == std::string::npos ? std::nullopt : to_number(std::string_view(text).substr(cross + 1));
     if (!width || !height) {
-        throw InputError("size is '" + text + "', expected WIDTHxHEIGHT such as 1920x1080");
+        throw InputError(what + " is '" + text + "', expected " + example);
     }
-    geometry.width = check_number(*width, 1, kMaxSide, "width");
-    geometry.height = check_number(*height, 1, kMaxSide, "height");
+    return {*width, *height};
+}
+
+void set_size(Geometry& geometry, const std::string& text) {
+    const auto [width, height] = parse_sides(text, "size", "WIDTHxHEIGHT such as 1920x1080");
+    geometry.width = check_number(width, 1, kMaxSide, "width");
+    geometry.height = check_number(height, 1, kMaxSide, "height");
 }
 
 int parse_pattern(const std::string& text, const std::string& where) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace cali::host {
 
@@ -24,7 +25,10 @@ struct Geometry {
     std::string source = "the options";  ///< who says so, for error messages
 };
 
-/// "1920x1080". Throws InputError.
+/// "1920x1080": two whole numbers. Throws InputError, which speaks of `what` and gives `example`.
+[[nodiscard]] std::pair<int, int> parse_sides(const std::string& text, const std::string& what, const char* example);
+
+/// Throws InputError.
 void set_size(Geometry& geometry, const std::string& text);
 
 /// "RGGB" in either case, or 0 to 3. Throws InputError.

@@ -23,6 +23,7 @@ void describe(CLI::App& app) {
         "'cali COMMAND --help' explains each command.");
     add_simulate_command(app);
     add_blc_command(app);
+    add_lsc_command(app);
     add_awb_command(app);
     add_calibrate_command(app);
     add_verify_command(app);

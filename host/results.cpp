@@ -4,6 +4,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "core/grid_placement.h"
 #include "error.h"
 #include "output_file.h"
 
@@ -14,6 +15,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr int kSchema = 1;
 constexpr double kGainUnity = 1024.0;
+constexpr std::array<const char*, 4> kColourKeys = {"red", "green", "blue", "infrared"};
 constexpr std::array<BlackLevelMethod, 3> kMethods = {BlackLevelMethod::median, BlackLevelMethod::mean,
                                                       BlackLevelMethod::mean_deviation};
 
@@ -62,6 +64,7 @@ Json white_balance_json(const WhiteBalance& result, const std::filesystem::path&
     if (result.illuminant_k) {
         json["illuminant_k"] = *result.illuminant_k;
     }
+    json["lens_shading"] = result.flat_field.empty() ? "unity" : relative_name(result.flat_field, folder);
     json["window"] = {{"x", result.window.x},
                       {"y", result.window.y},
                       {"width", result.window.width},
@@ -69,6 +72,60 @@ Json white_balance_json(const WhiteBalance& result, const std::filesystem::path&
     json["gain_q10"] = {{"red", result.red}, {"green", result.green}, {"blue", result.blue}};
     json["gain"] = {{"red", gain(result.red)}, {"green", gain(result.green)}, {"blue", gain(result.blue)}};
     return json;
+}
+
+Json uniformity_json(const Uniformity& uniformity) {
+    return {{"corner_to_centre", uniformity.corner_to_centre},
+            {"luminance_rms", uniformity.luminance_rms},
+            {"worst_luminance", uniformity.worst_luminance},
+            {"worst_colour_shift", uniformity.worst_colour_shift}};
+}
+
+Json lens_shading_json(const LensShading& result, const std::filesystem::path& folder) {
+    const ShadingTables& tables = result.tables;
+    Json json = {{"file", relative_name(result.file, folder)}};
+    if (result.illuminant_k) {
+        json["illuminant_k"] = *result.illuminant_k;
+    }
+    json["type"] = shading_type_name(result.settings.type);
+    json["denoise"] = result.settings.denoise;
+    const GridPlacement x = place_grid(tables.cols, tables.width);
+    const GridPlacement y = place_grid(tables.rows, tables.height);
+    json["mesh"] = {{"cols", tables.cols}, {"rows", tables.rows}, {"xstep", x.step},
+                    {"ystep", y.step},     {"imgx0", x.origin},   {"imgy0", y.origin}};
+    for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
+        json["mesh"]["gain_q9"][kColourKeys[i]] = tables.mesh[i];
+    }
+    json["radial"] = {{"center_x", tables.center_x}, {"center_y", tables.center_y}, {"norm", tables.norm}};
+    for (std::size_t i = 0; i < kColourKeys.size(); ++i) {
+        const auto* const first = tables.radial.data() + i * kRadialEntries;
+        json["radial"]["gain_q9"][kColourKeys[i]] = std::vector<int32_t>(first, first + kRadialEntries);
+    }
+    json["uniformity"] = {{"before", uniformity_json(result.before)},
+                          {"after_mesh", uniformity_json(result.after_mesh)},
+                          {"after_radial", uniformity_json(result.after_radial)}};
+    return json;
+}
+
+LensShading read_lens_shading(const Json& json, const std::string& file) {
+    LensShading result;
+    result.file = json.at("file").get<std::string>();
+    if (json.contains("illuminant_k")) {
+        result.illuminant_k = json.at("illuminant_k").get<double>();
+    }
+    const Json& mesh = json.at("mesh");
+    result.settings.set_grid(mesh.at("cols").get<int64_t>(), mesh.at("rows").get<int64_t>(), file + ": mesh");
+    ShadingTables& tables = result.tables;
+    tables.cols = result.settings.cols;
+    tables.rows = result.settings.rows;
+    for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
+        tables.mesh[i] = mesh.at("gain_q9").at(kColourKeys[i]).get<std::vector<int32_t>>();
+        if (tables.mesh[i].size() != static_cast<std::size_t>(tables.cols * tables.rows)) {
+            throw InputError(file + ": mesh: " + std::to_string(tables.mesh[i].size()) + " gains, expected " +
+                             std::to_string(tables.cols * tables.rows));
+        }
+    }
+    return result;
 }
 
 template <typename T>
@@ -104,8 +161,8 @@ std::string to_json_text(const Results& results, const std::filesystem::path& fo
     if (results.black_level) {
         json["black_level"] = black_level_json(*results.black_level, folder);
     }
-    if (results.shading_is_unity) {
-        json["lens_shading"] = {{"calibrated", false}, {"grids", "unity"}};
+    for (const LensShading& result : results.lens_shading) {
+        json["lens_shading"].push_back(lens_shading_json(result, folder));
     }
     if (!results.white_balance.empty()) {
         json["white_balance"] = Json::array();
@@ -139,6 +196,9 @@ StoredResults read_results(const std::filesystem::path& file) {
             stored.black_level = BlackLevels{read_channels<uint32_t>(section.at("offset_codes")),
                                              read_channels<float>(section.at("restoring_gain"))};
         }
+        for (const Json& entry : json.value("lens_shading", Json::array())) {
+            stored.lens_shading.push_back(read_lens_shading(entry, file.string()));
+        }
         for (const Json& entry : json.value("white_balance", Json::array())) {
             stored.white_balance.push_back(read_white_balance(entry));
         }
@@ -146,6 +206,18 @@ StoredResults read_results(const std::filesystem::path& file) {
     } catch (const Json::exception& problem) {
         throw InputError(file.string() + ": not a results file of this program: " + problem.what());
     }
+}
+
+BlackLevels read_black_level(const std::string& file) {
+    if (file.empty()) {
+        std::fprintf(stderr, "cali: no --black-level: none is subtracted\n");
+        return {};
+    }
+    const StoredResults stored = read_results(file);
+    if (!stored.black_level) {
+        throw InputError(file + ": holds no black level, expected results of cali blc or cali calibrate");
+    }
+    return *stored.black_level;
 }
 
 void print_black_level(const BlackLevelResults& results) {
@@ -168,6 +240,24 @@ void print_black_level(const BlackLevelResults& results) {
     std::printf("  %-45s %8.5f %8.5f %8.5f %8.5f\n", "restoring gain", static_cast<double>(values.gain[kRR]),
                 static_cast<double>(values.gain[kGR]), static_cast<double>(values.gain[kGB]),
                 static_cast<double>(values.gain[kBB]));
+}
+
+void print_lens_shading(const std::vector<LensShading>& results) {
+    for (const LensShading& result : results) {
+        std::printf("Lens shading: %s, mesh of %d x %d nodes, %s%s, centre (%d, %d)\n",
+                    result.file.filename().string().c_str(), result.settings.cols, result.settings.rows,
+                    shading_type_name(result.settings.type), result.settings.denoise ? ", denoised" : "",
+                    result.tables.center_x, result.tables.center_y);
+        std::printf("  %-16s %16s %16s %16s %20s\n", "", "corner / centre", "luminance rms", "worst luminance",
+                    "worst colour shift");
+        const std::pair<const char*, const Uniformity*> rows[] = {
+            {"before", &result.before}, {"after mesh", &result.after_mesh}, {"after radial", &result.after_radial}};
+        for (const auto& [name, uniformity] : rows) {
+            std::printf("  %-16s %16.3f %14.2f %% %14.2f %% %18.2f %%\n", name, uniformity->corner_to_centre,
+                        uniformity->luminance_rms * 100, uniformity->worst_luminance * 100,
+                        uniformity->worst_colour_shift * 100);
+        }
+    }
 }
 
 void print_white_balance(const std::vector<WhiteBalance>& results) {

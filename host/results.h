@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "calibration.h"
+#include "lens_shading.h"
 
 namespace cali::host {
 
@@ -20,7 +21,7 @@ struct BlackLevelResults {
 struct Results {
     Capture geometry;  ///< without samples
     std::optional<BlackLevelResults> black_level;
-    bool shading_is_unity = false;
+    std::vector<LensShading> lens_shading;
     std::vector<WhiteBalance> white_balance;
 };
 
@@ -33,12 +34,17 @@ void write_results(const std::filesystem::path& file, const Results& results);
 struct StoredResults {
     std::filesystem::path file;
     std::optional<BlackLevels> black_level;
+    std::vector<LensShading> lens_shading;  ///< without what was measured
     std::vector<WhiteBalance> white_balance;
 };
 [[nodiscard]] StoredResults read_results(const std::filesystem::path& file);
 
+/// The black level of a results file; none, with a word on standard error, for an empty name. Throws InputError.
+[[nodiscard]] BlackLevels read_black_level(const std::string& file);
+
 /// Readable tables on standard output.
 void print_black_level(const BlackLevelResults& results);
+void print_lens_shading(const std::vector<LensShading>& results);
 void print_white_balance(const std::vector<WhiteBalance>& results);
 
 }  // namespace cali::host

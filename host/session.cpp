@@ -45,6 +45,9 @@ public:
         return value<int64_t>(key, "a whole number");
     }
     [[nodiscard]] std::optional<double> number(std::string_view key) const { return value<double>(key, "a number"); }
+    [[nodiscard]] std::optional<bool> yes_or_no(std::string_view key) const {
+        return value<bool>(key, "true or false");
+    }
     [[nodiscard]] std::optional<std::string> text(std::string_view key) const {
         return value<std::string>(key, "a text in quotes");
     }
@@ -107,6 +110,14 @@ public:
     }
 
     [[nodiscard]] std::optional<Window> window(std::string_view key) const {
+        const auto numbers = whole_numbers(key, 4, "[x, y, width, height]");
+        return numbers ? std::optional(Window{(*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]})
+                       : std::nullopt;
+    }
+
+    /// A list of `count` numbers, 0 or more each.
+    [[nodiscard]] std::optional<std::vector<int>> whole_numbers(std::string_view key, std::size_t count,
+                                                                const char* expected) const {
         const toml::node* node = find(key);
         if (node == nullptr) {
             return std::nullopt;
@@ -117,10 +128,10 @@ public:
                 numbers.push_back(check_number(*number, 0, kMaxSide, where(key)));
             }
         });
-        if (!node->is_array() || numbers.size() != 4 || node->as_array()->size() != 4) {
-            fail(key, "[x, y, width, height]");
+        if (!node->is_array() || numbers.size() != count || node->as_array()->size() != count) {
+            fail(key, expected);
         }
-        return Window{numbers[0], numbers[1], numbers[2], numbers[3]};
+        return numbers;
     }
 
     [[nodiscard]] std::string where(std::string_view key) const { return name_ + ": " + std::string(key); }
@@ -181,6 +192,19 @@ Geometry read_geometry(const Section& sensor, const std::string& file) {
     return geometry;
 }
 
+ShadingSettings read_shading(const Section& section) {
+    section.allow_only({"grid", "type", "denoise"});
+    ShadingSettings settings;
+    if (const auto grid = section.whole_numbers("grid", 2, "[columns, rows]")) {
+        settings.set_grid((*grid)[0], (*grid)[1], section.where("grid"));
+    }
+    if (const auto type = section.text("type")) {
+        settings.type = parse_shading_type(*type, section.where("type"));
+    }
+    settings.denoise = section.yes_or_no("denoise").value_or(settings.denoise);
+    return settings;
+}
+
 toml::table parse(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(file, error)) {
@@ -211,7 +235,7 @@ BlackLevelMethod parse_method(const std::string& text, const std::string& where)
 Session read_session(const std::filesystem::path& file) {
     const toml::table table = parse(file);
     const Section root(&table, file.string(), file.parent_path());
-    root.allow_only({"sensor", "captures", "black_level", "white_balance"});
+    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance"});
 
     Session session;
     session.file = file;
@@ -230,6 +254,7 @@ Session read_session(const std::filesystem::path& file) {
     if (const auto method = black_level.text("method")) {
         session.black_level_method = parse_method(*method, black_level.where("method"));
     }
+    session.shading = read_shading(root.section("lens_shading"));
     const Section white_balance = root.section("white_balance");
     white_balance.allow_only({"window"});
     session.white_balance_window = white_balance.window("window");

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "geometry.h"
+#include "shading_settings.h"
 
 namespace cali::host {
 
@@ -45,6 +46,7 @@ struct Session {
     std::vector<SeriesLevel> series;
     BlackLevelMethod black_level_method = BlackLevelMethod::median;
     std::optional<Window> white_balance_window;
+    ShadingSettings shading;
 };
 
 /// Capture paths are relative to the file's folder. Unknown keys are errors. Throws InputError.

@@ -49,16 +49,15 @@ void run(const VerifyOptions& options) {
         whole_front_end ? choose_white_balance(stored, options.illuminant_k) : WhiteBalance{};
     Capture frame = read_capture(options.frame, options.geometry.geometry());
     const LibraryOutput output = options.output.output();
-    const std::vector<uint32_t> corrected = whole_front_end
-                                                ? apply_front_end(frame, *stored.black_level, {}, white_balance, output)
-                                                : apply_black_level(frame, *stored.black_level, output);
+    const LensShading* const shading = nearest_light(stored.lens_shading, white_balance.illuminant_k);
+    const std::vector<uint32_t> corrected =
+        whole_front_end
+            ? apply_front_end(frame, *stored.black_level, shading != nullptr ? grids_of(*shading) : ShadingGrids{},
+                              white_balance, output)
+            : apply_black_level(frame, *stored.black_level, output);
 
-    std::size_t above = 0;
-    std::vector<uint16_t> samples(corrected.size());
-    std::ranges::transform(corrected, samples.begin(), [&above](uint32_t sample) {
-        above += sample > kLibraryFullScale ? 1 : 0;
-        return static_cast<uint16_t>(std::min(sample, kLibraryFullScale));
-    });
+    const auto above = std::ranges::count_if(corrected, [](uint32_t sample) { return sample > kLibraryFullScale; });
+    const std::vector<uint16_t> samples = to_file_codes(corrected);
     const std::filesystem::path out = options.out;
     if (out.extension() == ".pgm") {
         write_pgm(out, frame.width, frame.height, kLibraryBits, samples);
@@ -66,7 +65,7 @@ void run(const VerifyOptions& options) {
         write_raw(out, samples);
     }
     if (above != 0) {
-        std::printf("%zu samples above 4095 were limited to it\n", above);
+        std::printf("%td samples above 4095 were limited to it\n", above);
     }
     std::printf("written: %s (%d x %d, %s, 12 bits)\n", options.out.c_str(), frame.width, frame.height,
                 kPatternNames[static_cast<std::size_t>(frame.pattern)]);

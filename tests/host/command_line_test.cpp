@@ -33,6 +33,11 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
     write_text(folder_ / "broken.json", "{\"schema\": 1, \"black_level\": {}}");
     write_text(folder_ / "other.json", "{\"schema\": 9}");
     write_text(folder_ / "missing.toml", "[captures]\ndark = \"gone.raw\"\n[sensor]\npattern = \"RGGB\"\n");
+    write_text(folder_ / "nomesh.json", "{\"schema\": 1}");
+    write_text(
+        folder_ / "mesh.json",
+        R"({"schema": 1, "lens_shading": [{"file": "f", "mesh": {"cols": 4, "rows": 4, "gain_q9": {"red": [1, 2]}}}]})");
+    write_text(folder_ / "grid.toml", "[lens_shading]\ngrid = [129, 129]\n");
     write_text(folder_ / "empty.toml", "[sensor]\nwidth = 32\n");
     const std::vector<std::string> before = folder_.names();
     const std::pair<std::vector<std::string>, const char*> cases[] = {
@@ -57,6 +62,15 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
         {{"awb", "grey.raw", "--session", "s.toml", "--black-level", "other.json"}, "schema 9, expected 1"},
         {{"awb", "grey.raw", "--session", "s.toml", "--window", "0", "0", "32", "8"},
          "the window [0, 0, 32, 8] does not fit"},
+        {{"awb", "grey.raw", "--session", "s.toml", "--lens-shading", "nomesh.json"},
+         "nomesh.json: holds no lens shading"},
+        {{"lsc", "grey.raw", "--session", "s.toml", "--grid", "17"}, "--grid is '17', expected COLSxROWS"},
+        {{"lsc", "grey.raw", "--session", "s.toml", "--grid", "3x13"}, "--grid: columns is 3, expected 4 to 129"},
+        {{"lsc", "grey.raw", "--session", "s.toml", "--grid", "69x70"}, "--grid has 4830 nodes, expected at most 4761"},
+        {{"lsc", "grey.raw", "--session", "s.toml", "--type", "hue"}, "--type is 'hue', expected chroma_and_luma"},
+        {{"calibrate", "grid.toml"}, "grid.toml: lens_shading: grid has 16641 nodes"},
+        {{"verify", "grey.raw", "--session", "s.toml", "--results", "mesh.json", "--out", "o.pgm"},
+         "mesh.json: mesh: 2 gains, expected 16"},
         {{"verify", "grey.raw", "--session", "s.toml", "--results", "other.json", "--out", "o.pgm"}, "schema 9"},
         {{"calibrate", "gone.toml"}, "gone.toml: no such session file"},
         {{"calibrate", "missing.toml"}, "gone.raw: no such file"},
@@ -78,7 +92,7 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
 }
 
 TEST_F(CommandLine, HelpHasExamplesAndVersionIsPrinted) {
-    for (const char* command : {"simulate", "blc", "awb", "calibrate", "verify"}) {
+    for (const char* command : {"simulate", "blc", "lsc", "awb", "calibrate", "verify"}) {
         const ProgramRun help = run({command, "--help"});
         EXPECT_EQ(help.status, 0);
         EXPECT_NE(help.out.find(std::string("Examples:\n  cali ") + command), std::string::npos) << help.out;

@@ -1,0 +1,56 @@
+/// Lens-shading calibration as the program runs it: one flat field in, tables and their proof out.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "calibration.h"
+#include "core/register_text.h"
+#include "shading_settings.h"
+#include "uniformity.h"
+
+namespace cali::host {
+
+struct LensShading {
+    std::filesystem::path file;
+    std::optional<double> illuminant_k;
+    ShadingSettings settings;
+    ShadingTables tables;
+    Uniformity before;
+    Uniformity after_mesh;
+    Uniformity after_radial;
+};
+
+/// The flat field after black level and each kind of correction; 12-bit codes.
+struct CorrectedFlat {
+    std::vector<uint32_t> mesh;
+    std::vector<uint32_t> radial;
+};
+
+/// Why the capture is no flat field to calibrate on, one clear text each: saturated, dark, lit from one side.
+[[nodiscard]] std::vector<std::string> find_faults(const Capture& flat, const BlackLevels& black_level);
+
+/// Throws CalibrationError with the faults; where `forced`, says them on standard error and returns.
+void require_flat(const Capture& flat, const BlackLevels& black_level, bool forced);
+
+/// Calibrates, and corrects the capture with the result. The capture's samples are used up. Throws InputError,
+/// CalibrationError.
+[[nodiscard]] LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level,
+                                               const ShadingSettings& settings, const LibraryOutput& output,
+                                               CorrectedFlat& corrected);
+
+/// The mesh as the front end takes it.
+[[nodiscard]] ShadingGrids grids_of(const LensShading& shading);
+
+/// Gains of a grey card behind the mesh of the nearest light; behind unity grids where there is none.
+[[nodiscard]] WhiteBalance balance_grey_card(Capture& grey, std::optional<double> illuminant_k,
+                                             const BlackLevels& black_level, const std::vector<LensShading>& shading,
+                                             const Window& window, const LibraryOutput& output);
+
+/// The entry whose light is nearest (by reciprocal temperature); the first where lights are unknown, none of none.
+[[nodiscard]] const LensShading* nearest_light(const std::vector<LensShading>& entries,
+                                               std::optional<double> illuminant_k);
+
+}  // namespace cali::host
