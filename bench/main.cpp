@@ -7,8 +7,6 @@
 #include <cstring>
 #include <map>
 #include <random>
-#include <regex>
-#include <utility>
 
 #include "core/row_kernels.h"
 #include "memory.h"
@@ -43,16 +41,10 @@ std::vector<Export>& exports() {
     return registered;
 }
 
-void print_memory(std::FILE* table, const std::string& filter) {
+void print_memory(std::FILE* table) {
     constexpr double kFrame = double{kWidth} * kHeight * sizeof(uint32_t);
-    bool first = true;
+    std::fprintf(table, "\n| memory at its peak | MB | ratio to the frame | at most |\n|---|---:|---:|---:|\n");
     for (const Export& measured : exports()) {
-        if (!std::regex_search(measured.name, std::regex(filter))) {
-            continue;
-        }
-        if (std::exchange(first, false)) {
-            std::fprintf(table, "\n| memory at its peak | MB | ratio to the frame | at most |\n|---|---:|---:|---:|\n");
-        }
         const auto bytes = static_cast<double>(peak_memory(measured.body));
         std::fprintf(table, "| %s | %.2f | %.2f | ", measured.name.c_str(), bytes / 1e6, bytes / kFrame);
         std::fprintf(table, measured.most > 0 ? "%.1f |\n" : "|\n", measured.most);
@@ -164,8 +156,7 @@ int main(int argc, char** argv) {
     register_lens_shading();
     RatioReporter reporter(table);
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    const std::string filter = benchmark::GetBenchmarkFilter();
-    print_memory(table, filter.empty() || filter == "all" ? "." : filter);
+    print_memory(table);
     std::fclose(table);
     return 0;
 }

@@ -120,7 +120,7 @@ LensShading read_lens_shading(const Json& json, const std::string& file) {
     tables.rows = result.settings.rows;
     for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
         tables.mesh[i] = mesh.at("gain_q9").at(kColourKeys[i]).get<std::vector<int32_t>>();
-        if (tables.mesh[i].size() != static_cast<std::size_t>(tables.cols * tables.rows)) {
+        if (tables.mesh[i].size() != static_cast<std::size_t>(tables.cols) * static_cast<std::size_t>(tables.rows)) {
             throw InputError(file + ": mesh: " + std::to_string(tables.mesh[i].size()) + " gains, expected " +
                              std::to_string(tables.cols * tables.rows));
         }

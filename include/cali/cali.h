@@ -332,16 +332,25 @@ CALI_API int32_t cali_roi_rgb_interpolation(RoiRgbMean* measured, RoiRgbMean* re
 /* -------------------------------------------------------------------------------------------- lens shading ---- */
 
 /*
- * Not built yet. Mesh grids and radial tables from one flat field.
+ * Mesh grids and radial tables from one flat field (docs/lens-shading.md tells how they come about).
  *
- * raw               element 0 is the frame, unchanged. At most 8192 either way.
+ * raw               element 0 is the frame, unchanged; 1 to 8192 either way. A last odd row or column is not read.
  * grid_cols, _rows  4..129 each, at most 4761 nodes.
- * calib_type        0 chroma and luma, 1 chroma only, 2 luma only.
- * denoise           not 0: clean each channel plane first.
- * blc_*             black levels; only their mean is used.
- * center_x, _y      out: optical centre in photosites, even. norm   out: radius normaliser.
- * rtbl, gtbl, btbl  out: grid_cols * grid_rows gains each. radius_lut   out: 128 gains (R, G, B, IR, 32 each).
+ * calib_type        0 chroma and luma, 1 chroma only, 2 luma only; below 0 as 0. Above 2 prints "calib_type err, calib
+ *                   chroma and luma" and is taken as 0.
+ * denoise           not 0: clean each channel plane first. Samples of 4096 and more do not count in its thresholds.
+ * blc_*             black levels in codes; only their mean is used.
+ * center_x, _y      out: centroid of the light in photosites, even.
+ * norm              out: 31 / (distance from there to the farthest corner), in 1/2048, truncated.
+ * rtbl, gtbl, btbl  out: grid_cols * grid_rows gains each, row-major, 512 = 1.0. Green (512..4095) is the absolute
+ *                   gain, red and blue (0..4095) are relative to it. The outer ring (256..4095) is extrapolated.
+ * radius_lut        out: 128 gains (512..4095), 32 each for R, G, B, IR: entry k at k/31 of the distance to the
+ *                   farthest corner. All are absolute, also with calib_type 1. IR repeats R.
  * reserved          not read.
+ *
+ * Prints the filter's 21 taps, the centre, and a line "WARN gain < 1x: ..." for every mesh node inside the outer ring
+ * with a gain below 512. -1 also where the GR plane holds no light to centre on. A colour without signal at the centre
+ * gives gains of 0 in its mesh.
  */
 CALI_API int32_t cali_lsc_calc(uint32_t** raw, int32_t width, int32_t height, int32_t bayer_pattern, int32_t grid_cols,
                                int32_t grid_rows, int32_t calib_type, int32_t denoise, int32_t blc_rr, int32_t blc_gr,
@@ -349,13 +358,20 @@ CALI_API int32_t cali_lsc_calc(uint32_t** raw, int32_t width, int32_t height, in
                                int32_t* norm, int32_t* rtbl, int32_t* gtbl, int32_t* btbl, int32_t* radius_lut);
 
 /*
- * Not built yet. The frame after black level and mesh shading, and after black level and radial shading.
+ * The frame after black level and mesh shading, and after black level and radial shading: the one is no input of the
+ * other.
  *
- * raw                         element 0 is the frame. MODIFIED: the black level is subtracted in it.
+ * raw                         element 0 is the frame, at most 8192 either way. MODIFIED: the black level is subtracted
+ *                             in it.
+ * grid_cols, _rows            3..129 each, at most 4761 nodes; not looked at without mesh grids.
+ * offset_*, gain_*            black level as for cali_awb_calc.
+ * center_x, _y                radial centre in photosites; the normaliser follows from it and the frame's size.
  * rtbl, gtbl, btbl            mesh grids, or any of them NULL: mesh_output is left untouched.
- * radius_lut                  128 gains, or NULL: radial_output is left untouched.
- * mesh_output, radial_output  element 0 is a frame of width * height samples.
+ * radius_lut                  128 gains, or NULL: radial_output is left untouched. The infrared table is not read.
+ * mesh_output, radial_output  element 0 is a frame of width * height samples; not looked at where its stage is skipped.
  * reserved_*                  not read.
+ *
+ * An empty frame leaves all untouched. Prints the progress of cali_awb_calc for the mesh.
  */
 CALI_API int32_t cali_lsc_verify(uint32_t** raw, int32_t width, int32_t height, int32_t bayer_pattern,
                                  int32_t grid_cols, int32_t grid_rows, int64_t reserved_7, uint32_t offset_rr,

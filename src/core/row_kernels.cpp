@@ -12,24 +12,18 @@
 
 #include "core/sample_math.h"
 
-#define CALI_ROW_KERNELS(isa)                                                                                         \
-    {                                                                                                                 \
-        isa, black_level_row, wb_gain_row, mesh_gain_row, radial_gain_row, split_row, to_float_row, filter_to_floats, \
-            filter_to_ints, masked_mean_row, bright_keys_row, fill_dark_row, smaller_row                              \
-    }
-
 namespace cali {
 namespace {
 
 namespace baseline {
 
+#define CALI_KERNEL_ISA Isa::baseline
 #include "core/simd_sse2.inc"
 //
 #include "core/row_kernels.inc"
 //
 #include "core/plane_kernels.inc"
-//
-constexpr RowKernels kKernels = CALI_ROW_KERNELS(Isa::baseline);
+#undef CALI_KERNEL_ISA
 
 }  // namespace baseline
 
@@ -42,13 +36,13 @@ constexpr RowKernels kKernels = CALI_ROW_KERNELS(Isa::baseline);
 
 namespace avx2 {
 
+#define CALI_KERNEL_ISA Isa::avx2
 #include "core/simd_avx2.inc"
 //
 #include "core/row_kernels.inc"
 //
 #include "core/plane_kernels.inc"
-//
-constexpr RowKernels kKernels = CALI_ROW_KERNELS(Isa::avx2);
+#undef CALI_KERNEL_ISA
 
 }  // namespace avx2
 

@@ -94,8 +94,9 @@ struct Reach {
 float sum_of_weights(const std::array<float, kGaussianTerms>& weights, const Reach& rows, const Reach& columns) {
     float sum = 0;
     for (int32_t dy = rows.first; dy <= rows.last; ++dy) {
+        const float* const row = weights.data() + (dy + kGaussianRadius) * kGaussianSide + kGaussianRadius;
         for (int32_t dx = columns.first; dx <= columns.last; ++dx) {
-            sum += weights[static_cast<std::size_t>((dy + kGaussianRadius) * kGaussianSide + dx + kGaussianRadius)];
+            sum += row[dx];
         }
     }
     return sum;

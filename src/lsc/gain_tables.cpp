@@ -32,6 +32,10 @@ int32_t scale_down(int32_t gain, float by) {
     return std::clamp(add_half_and_truncate(static_cast<float>(gain) / by), kUnity, kLargestGain);
 }
 
+std::size_t node_index(const ShadingTables& tables, int32_t i, int32_t j) {
+    return static_cast<std::size_t>(j) * static_cast<std::size_t>(tables.cols) + static_cast<std::size_t>(i);
+}
+
 /// Frame position of node `i`, within the frame.
 float node_position(int32_t i, const GridPlacement& placement, int32_t size) {
     const float position =
@@ -126,7 +130,7 @@ void calibrate_mesh(const FlatField& field, const CentreSignal& centre, ShadingK
             const PerChannel<float> sample =
                 field.sample_at(node_position(i, horizontal, field.width), node_position(j, vertical, field.height));
             const Gains gains = mesh_gains(field.above_black(sample), centre, kind);
-            const auto node = static_cast<std::size_t>(j * tables.cols + i);
+            const std::size_t node = node_index(tables, i, j);
             tables.mesh[0][node] = gains.red;
             tables.mesh[1][node] = gains.green;
             tables.mesh[2][node] = gains.blue;
@@ -143,9 +147,7 @@ void lsc_extrapolate_border(ShadingTables& tables) {
     const int32_t last_col = tables.cols - 1;
     const int32_t last_row = tables.rows - 1;
     for (std::vector<int32_t>& table : tables.mesh) {
-        const auto node = [&](int32_t i, int32_t j) -> int32_t& {
-            return table[static_cast<std::size_t>(j * tables.cols + i)];
-        };
+        const auto node = [&](int32_t i, int32_t j) -> int32_t& { return table[node_index(tables, i, j)]; };
         /// From the two nodes inwards along (di, dj).
         const auto extrapolate = [&](int32_t i, int32_t j, int32_t di, int32_t dj) {
             const int32_t near = node(i + di, j + dj);

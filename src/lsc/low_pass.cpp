@@ -84,10 +84,10 @@ private:
 LowPassTaps low_pass_taps() {
     LowPassTaps taps{};
     float sum = 0;
-    for (int32_t k = -kLowPassRadius; k <= kLowPassRadius; ++k) {
-        const double tap = std::exp(-0.5 * k * k * 0.0625) / (std::sqrt(6.2832) * 4.0);
-        taps[static_cast<std::size_t>(k + kLowPassRadius)] = static_cast<float>(tap);
-        sum += static_cast<float>(tap);
+    for (std::size_t i = 0; i < kTaps; ++i) {
+        const double k = static_cast<double>(i) - kLowPassRadius;
+        taps[i] = static_cast<float>(std::exp(-0.5 * k * k * 0.0625) / (std::sqrt(6.2832) * 4.0));
+        sum += taps[i];
     }
     for (float& tap : taps) {
         tap /= sum;

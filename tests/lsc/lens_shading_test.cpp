@@ -49,7 +49,9 @@ TEST(LensShadingCalc, MatchesThePlainCalibration) {
     const SavedModuleState saved;
     Random random(63);
     for (int32_t turn = 0; turn < 120; ++turn) {
-        const auto [frame, arguments] = random_turn(random, turn);
+        const CalcTurn random_calc = random_turn(random, turn);
+        const OwnedFrame& frame = random_calc.frame;
+        const reference::LensShadingArguments& arguments = random_calc.arguments;
         const Geometry geometry{frame.width, frame.height, frame.pattern};
         SCOPED_TRACE(::testing::Message() << geometry << ", type " << arguments.type << ", turn " << turn);
         const bool dump = turn % 4 == 0;
