@@ -61,9 +61,9 @@ void register_lens_shading() {
     measure("cali_lsc_calc", {20.0, 0, 2.5}, [&load] { result.calibrate(load.flat.data(), false); });
     measure("cali_lsc_calc, denoise", {0, 0, 2.5}, [&load] { result.calibrate(load.flat.data(), true); });
     result.calibrate(load.flat.data(), false);
+    static std::vector<uint32_t> radial_frame(load.result.size());
     measure("cali_lsc_verify", {7.0, 0}, [&load] {
         static uint32_t* work = load.work.data();
-        static std::vector<uint32_t> radial_frame(load.result.size());
         static uint32_t* outputs[] = {load.result.data(), radial_frame.data()};
         cali_lsc_verify(&work, kWidth, kHeight, kPattern, kGridCols, kGridRows, 0, 60, 60, 60, 60, 1.01F, 1.01F, 1.01F,
                         1.01F, result.center_x, result.center_y, 0, 0, result.mesh[0].data(), result.mesh[1].data(),
