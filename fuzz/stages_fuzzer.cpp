@@ -27,7 +27,7 @@ std::vector<uint32_t> correct(cali::Isa isa, const Parameters& parameters, std::
     const cali::WbGainStage wb_gains(parameters.wb_gains, pattern);
     black_level.row(0, 0, row.data(), row.data(), row.size());
     std::vector<uint32_t> both = row;
-    wb_gains.row(0, row.data(), row.data(), row.size());
+    wb_gains.row(0, 0, row.data(), row.data(), row.size());
     both.insert(both.end(), row.begin(), row.end());
     return both;
 }

@@ -123,7 +123,7 @@ void correct_frame(const RawFrame& frame, const BlackLevel& black_level, const M
         black_level_stage.row(row_index, 0, in, in, count);
         print_shading_progress(y, frame.height);
         shading.row(row_index, in, out);
-        gain_stage.row(row_index, out, out, count);
+        gain_stage.row(row_index, 0, out, out, count);
     }
     end_shading_progress();
 

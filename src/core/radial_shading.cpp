@@ -71,17 +71,18 @@ RadialShading::RadialShading(const RadialRegisters& registers) : registers_(regi
     }
 }
 
-void RadialShading::row(uint32_t y, const uint32_t* source, uint32_t* destination) const {
+void RadialShading::row(uint32_t y, uint32_t first_column, const uint32_t* source, uint32_t* destination,
+                        std::size_t count) const {
     const auto first = [&](uint32_t x) {
-        return static_cast<int32_t>(table_of(bayer_channel(registers_.pattern(), y, x)) * kRadialGains);
+        return static_cast<int32_t>(table_of(bayer_channel(registers_.pattern(), y, first_column + x)) * kRadialGains);
     };
     const RadialGainRow row{gains_.data(),
                             {first(0), first(1)},
                             gains_fit_16_bits_,
-                            -registers_.center_x(),
+                            static_cast<int32_t>(first_column) - registers_.center_x(),
                             std::abs(static_cast<int32_t>(y) - registers_.center_y()),
                             registers_.norm()};
-    row_kernels().radial_gain(source, destination, static_cast<std::size_t>(registers_.width()), row);
+    row_kernels().radial_gain(source, destination, count, row);
 }
 
 void run_radial_block(const RadialRegisters& registers, const uint32_t* source, uint32_t* destination) {
@@ -89,7 +90,7 @@ void run_radial_block(const RadialRegisters& registers, const uint32_t* source, 
     const auto stride = static_cast<std::size_t>(registers.width());
     const auto height = static_cast<uint32_t>(registers.height());
     for (uint32_t y = 0; y < height; ++y) {
-        stage.row(y, source + y * stride, destination + y * stride);
+        stage.row(y, 0, source + y * stride, destination + y * stride, stride);
     }
 }
 

@@ -53,7 +53,8 @@ class RadialShading {
 public:
     explicit RadialShading(const RadialRegisters& registers);
 
-    void row(uint32_t y, const uint32_t* source, uint32_t* destination) const;
+    /// Frame row `y`, `count` samples from column `first_column`.
+    void row(uint32_t y, uint32_t first_column, const uint32_t* source, uint32_t* destination, std::size_t count) const;
 
 private:
     RadialRegisters registers_;

@@ -15,10 +15,11 @@ WbGainStage::WbGainStage(const WbGains& gains, int32_t pattern)
       blue_(static_cast<float>(gains.blue) * 0.0009765625F),
       pattern_(pattern) {}
 
-void WbGainStage::row(uint32_t y, const uint32_t* source, uint32_t* destination, std::size_t count) const {
+void WbGainStage::row(uint32_t y, uint32_t first_column, const uint32_t* source, uint32_t* destination,
+                      std::size_t count) const {
     WbGainRow row{};
     for (uint32_t parity = 0; parity < 2; ++parity) {
-        const Channel channel = bayer_channel(pattern_, y, parity);
+        const Channel channel = bayer_channel(pattern_, y, first_column + parity);
         row.applied[parity] = channel == RR || channel == BB;
         row.gain[parity] = channel == RR ? red_ : blue_;
     }
@@ -32,7 +33,7 @@ void apply_wb_gains(const ConstRawFrame& source, const WbGains& gains, uint32_t*
     const WbGainStage stage(gains, source.pattern);
     const RawFrame output{destination, source.width, source.height, source.pattern};
     for (int32_t y = 0; y < source.height; ++y) {
-        stage.row(static_cast<uint32_t>(y), source.row(y), output.row(y), source.columns());
+        stage.row(static_cast<uint32_t>(y), 0, source.row(y), output.row(y), source.columns());
     }
 }
 

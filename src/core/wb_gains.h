@@ -22,7 +22,8 @@ class WbGainStage {
 public:
     WbGainStage(const WbGains& gains, int32_t pattern);
 
-    void row(uint32_t y, const uint32_t* source, uint32_t* destination, std::size_t count) const;
+    /// Frame row `y`, `count` samples from column `first_column`.
+    void row(uint32_t y, uint32_t first_column, const uint32_t* source, uint32_t* destination, std::size_t count) const;
 
 private:
     float red_;

@@ -30,7 +30,7 @@ void verify(const RawFrame& frame, const Parameters& parameters, const Outputs& 
             mesh->row(row, samples, mesh_output.row(y));
         }
         if (radial) {
-            radial->row(row, samples, radial_output.row(y));
+            radial->row(row, 0, samples, radial_output.row(y), frame.columns());
         }
     }
     if (mesh) {

@@ -1,0 +1,143 @@
+#include "core/chart_measure.h"
+
+#include <algorithm>
+
+#include "core/export_call.h"
+#include "core/scratch.h"
+
+namespace cali {
+namespace {
+
+/// The stages on a range of columns, row by row.
+class ColumnStages {
+public:
+    ColumnStages(const ConstRawFrame& frame, const FrontEnd& front_end, int32_t first_column, int32_t count)
+        : frame_(frame),
+          first_column_(static_cast<uint32_t>(first_column)),
+          count_(static_cast<std::size_t>(count)),
+          gains_before_shading_(front_end.gains_before_shading),
+          black_level_(front_end.black_level, frame.pattern) {
+        if (front_end.mesh) {
+            mesh_.emplace(frame.width, frame.height, frame.pattern, *front_end.mesh, first_column, count);
+        }
+        if (front_end.radial) {
+            radial_.emplace(pack_radial_registers(frame.width, frame.height, frame.pattern, *front_end.radial));
+        }
+        if (front_end.wb_gains) {
+            wb_gains_.emplace(*front_end.wb_gains, frame.pattern);
+        }
+    }
+
+    /// Rows in ascending order.
+    void row(int32_t frame_row, uint32_t* samples) {
+        const auto y = static_cast<uint32_t>(frame_row);
+        black_level_.row(y, first_column_, frame_.row(frame_row) + first_column_, samples, count_);
+        if (wb_gains_ && gains_before_shading_) {
+            wb_gains_->row(y, first_column_, samples, samples, count_);
+        }
+        if (mesh_) {
+            mesh_->row(y, samples, samples);
+        }
+        if (radial_) {
+            radial_->row(y, first_column_, samples, samples, count_);
+        }
+        if (wb_gains_ && !gains_before_shading_) {
+            wb_gains_->row(y, first_column_, samples, samples, count_);
+        }
+    }
+
+private:
+    ConstRawFrame frame_;
+    uint32_t first_column_;
+    std::size_t count_;
+    bool gains_before_shading_;
+    BlackLevelStage black_level_;
+    std::optional<MeshShading> mesh_;
+    std::optional<RadialShading> radial_;
+    std::optional<WbGainStage> wb_gains_;
+};
+
+/// Sums stay whole numbers below 2^53, so their order does not matter.
+uint64_t sum_every_other(const uint32_t* samples, std::size_t first, std::size_t count) {
+    uint64_t sum = 0;
+    for (std::size_t i = first; i < count; i += 2) {
+        sum += samples[i];
+    }
+    return sum;
+}
+
+std::array<double, 3> measure_window(const ConstRawFrame& frame, const FrontEnd& front_end, const RoiRect& window) {
+    constexpr std::array<std::size_t, kChannels> kColour = {2, 1, 1, 0};
+    ColumnStages stages(frame, front_end, window.x, window.w);
+    const Scratch<uint32_t> samples(static_cast<std::size_t>(window.w));
+    std::array<uint64_t, 3> sum{};
+    std::array<uint64_t, 3> count{};
+    for (int32_t y = window.y; y < window.y + window.h; ++y) {
+        stages.row(y, samples.data());
+        for (std::size_t parity = 0; parity < 2; ++parity) {
+            const std::size_t colour =
+                kColour[bayer_channel(frame.pattern, static_cast<uint32_t>(y),
+                                      static_cast<uint32_t>(window.x) + static_cast<uint32_t>(parity))];
+            sum[colour] += sum_every_other(samples.data(), parity, samples.size());
+            count[colour] += (samples.size() + 1 - parity) / 2;
+        }
+    }
+    std::array<double, 3> mean{};
+    for (std::size_t colour = 0; colour < mean.size(); ++colour) {
+        mean[colour] = static_cast<double>(sum[colour]) / static_cast<double>(count[colour]);
+    }
+    return mean;
+}
+
+}  // namespace
+
+ChartWindows windows_of_full_frame(int32_t width, int32_t height) {
+    const auto start = [](int32_t size, int32_t cell, int32_t parts) {
+        return static_cast<int32_t>(int64_t{size} * (4 * cell + 1) / parts) & ~1;
+    };
+    ChartWindows windows{};
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        const auto column = static_cast<int32_t>(i % kChartColumns);
+        const auto row = static_cast<int32_t>(i / kChartColumns);
+        windows[i] = {start(width, column, 24), start(height, row, 16), (width / 12) & ~1, (height / 8) & ~1};
+    }
+    return windows;
+}
+
+bool window_fits(const RoiRect& window, int32_t width, int32_t height) {
+    return window.x >= 0 && window.y >= 0 && window.w >= 2 && window.h >= 2 && window.w <= width - window.x &&
+           window.h <= height - window.y;
+}
+
+ChartWindows chart_windows(ArgumentCheck& check, const RoiRect* given, int32_t width, int32_t height) {
+    ChartWindows windows = windows_of_full_frame(width, height);
+    if (given != nullptr) {
+        std::copy_n(given, windows.size(), windows.begin());
+    }
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        const RoiRect& window = windows[i];
+        if (!window_fits(window, width, height)) {
+            check.reject("chart window %zu is %d x %d at (%d, %d), expected 2 x 2 or more inside the frame of %d x %d",
+                         i + 1, window.w, window.h, window.x, window.y, width, height);
+        }
+    }
+    return windows;
+}
+
+ChartMeans measure_chart(const ConstRawFrame& frame, const FrontEnd& front_end, const ChartWindows& windows) {
+    ChartMeans means{};
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        means[i] = measure_window(frame, front_end, windows[i]);
+    }
+    return means;
+}
+
+void apply_front_end(const ConstRawFrame& frame, const FrontEnd& front_end, uint32_t* destination) {
+    ColumnStages stages(frame, front_end, 0, frame.width);
+    const RawFrame output{destination, frame.width, frame.height, frame.pattern};
+    for (int32_t y = 0; y < frame.height; ++y) {
+        stages.row(y, output.row(y));
+    }
+}
+
+}  // namespace cali

@@ -1,0 +1,27 @@
+#include "math/colour_space.h"
+
+namespace cali {
+
+float srgb_decode(double encoded) {
+    const auto v = static_cast<double>(static_cast<float>(encoded));
+    return static_cast<float>(v < 0.04045 ? v / 12.92 : std::exp(std::log((v + 0.055) / 1.055) * 2.4));
+}
+
+const WhitePoint& white_point(int32_t selector) {
+    static constexpr WhitePoint kWhite65 = {
+        {{{0.4124564, 0.3575761, 0.1804375}, {0.2126729, 0.7151522, 0.072175}, {0.0193339, 0.119192, 0.9503041}}},
+        0.95047,
+        1.08883};
+    static constexpr WhitePoint kWhite50 = {
+        {{{0.4360747, 0.3850649, 0.1430804}, {0.2225045, 0.7168786, 0.0606169}, {0.0139322, 0.0971045, 0.7141733}}},
+        0.96422,
+        0.82521};
+    return selector == kD65 ? kWhite65 : kWhite50;
+}
+
+Colour srgb_to_lab(const Colour& encoded, int32_t selector) {
+    const auto linear = [&](std::size_t c) { return static_cast<double>(srgb_decode(encoded[c])); };
+    return lab_of_linear_rgb({linear(0), linear(1), linear(2)}, white_point(selector));
+}
+
+}  // namespace cali

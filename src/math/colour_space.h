@@ -1,0 +1,50 @@
+/// Colour spaces: encoded sRGB, linear RGB, CIE XYZ, CIELAB.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+namespace cali {
+
+using Colour = std::array<double, 3>;
+
+/// Selects the white of XYZ and CIELAB; any other value is D50.
+inline constexpr int32_t kD65 = 65;
+
+/// Linear value of an encoded component (IEC 61966-2-1), in single precision at both ends. The threshold is that of
+/// the encoded side; 0.04045 itself takes the power branch.
+[[nodiscard]] float srgb_decode(double encoded);
+
+/// Colours of one white point.
+struct WhitePoint {
+    std::array<Colour, 3> xyz_of_rgb;  ///< rows X, Y, Z
+    double x;                          ///< of the reference white with Y = 1
+    double z;
+};
+
+[[nodiscard]] const WhitePoint& white_point(int32_t selector);
+
+/// CIE 15: f(t) = t^(1/3), continued linearly below (6/29)^3.
+[[nodiscard]] inline double lab_f(double t) {
+    constexpr double kLimit = 6.0 / 29.0;
+    constexpr double kSlope = (29.0 / 6.0) * (29.0 / 6.0) / 3.0;
+    constexpr double kOffset = 4.0 / 29.0;
+    return t > kLimit * kLimit * kLimit ? std::pow(t, 1.0 / 3.0) : kSlope * t + kOffset;
+}
+
+/// L*, a*, b* of linear RGB.
+[[nodiscard]] inline Colour lab_of_linear_rgb(const Colour& rgb, const WhitePoint& white) {
+    const auto row = [&](const Colour& weights) {
+        return weights[0] * rgb[0] + weights[1] * rgb[1] + weights[2] * rgb[2];
+    };
+    const double fx = lab_f(row(white.xyz_of_rgb[0]) / white.x);
+    const double fy = lab_f(row(white.xyz_of_rgb[1]));
+    const double fz = lab_f(row(white.xyz_of_rgb[2]) / white.z);
+    return {116.0 * fy - 16.0, 500.0 * (fx - fy), 200.0 * (fy - fz)};
+}
+
+/// The same of encoded sRGB.
+[[nodiscard]] Colour srgb_to_lab(const Colour& encoded, int32_t selector);
+
+}  // namespace cali
