@@ -60,5 +60,6 @@ void measure(const std::string& name, const Limits& limits, const std::function<
 void register_stages();
 void register_exports();
 void register_lens_shading();
+void register_colour();
 
 }  // namespace cali::bench

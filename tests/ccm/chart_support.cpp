@@ -112,4 +112,9 @@ std::string raw_picture(const reference::Samples& frame, const Geometry& geometr
     return reference::text("P6 %d %d 255\n", geometry.width, geometry.height) + bytes;
 }
 
+OwnedFrame small_chart() {
+    Random random(90);
+    return chart_frame(random, {48, 40, 3}, 3000);
+}
+
 }  // namespace cali::test

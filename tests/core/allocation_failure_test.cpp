@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "ccm/chart_support.h"
 #include "support/export_calls.h"
 
 namespace {
@@ -84,6 +85,7 @@ TEST(AllocationFailure, LeavesEverythingUntouched) {
         module_state().debug.awb_dump = dumps;
         module_state().debug.blc_report = dumps;
         module_state().debug.lsc_dump = dumps;
+        module_state().debug.ccm_dump = dumps;
         Random random(50);
         // Neither too bright nor too dark: collecting a warning would allocate too.
         const OwnedFrame frame = random_frame(random, 30, 24, 1, 1500);
@@ -96,6 +98,10 @@ TEST(AllocationFailure, LeavesEverythingUntouched) {
                                   &BlcCall::get_histogram, &BlcCall::verify}) {
             BlcCall call(frame);
             sweep(call, method);
+        }
+        for (const auto method : {&ChartCall::joint, &ChartCall::optimised}) {
+            ChartCall call(small_chart());
+            EXPECT_GT(sweep(call, method), 0);
         }
         for (const auto method : {&LscCall::calc, &LscCall::verify}) {
             LscCall call(frame, 5, 5);

@@ -1,0 +1,46 @@
+/// Where the patches of a photographed 24-patch chart lie, and which way round it is.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "cali/cali.h"
+#include "core/chart_table.h"
+#include "math/colour_space.h"
+
+namespace cali::host {
+
+/// In photosites; the first photosite reaches from 0 to 1.
+struct Point {
+    double x;
+    double y;
+};
+
+/// The chart's own corners wherever the photograph has them: top left (by patch 1), top right (by patch 6), bottom
+/// right (by patch 24), bottom left (by patch 19).
+using Corners = std::array<Point, 4>;
+
+/// Per patch, in chart order, the largest upright rectangle of whole 2 x 2 cells in the inner half of the patch as
+/// photographed. Its centre is the patch's, to the nearest 2 x 2 cell; where the inner half holds no 2 x 2 cell that
+/// one is the window. Windows are not held against any frame. Throws InputError on corners of no convex quadrilateral
+/// and on patches of less than 4 photosites either way.
+[[nodiscard]] std::array<RoiRect, kChartPatches> windows_from_corners(const Corners& corners);
+
+/// How the chart stands in its windows.
+struct Orientation {
+    int index = 0;
+    const char* name = "upright";
+};
+
+inline constexpr int kOrientations = 8;
+
+/// The window, counted from 0, that shows each patch of the chart. Orientations 4 to 7 are those of a chart on its
+/// side, whose 24 windows run in rows of four.
+[[nodiscard]] std::array<std::size_t, kChartPatches> reading_order(int index);
+
+/// Of 24 mean linear colours in window order. Neither exposure nor white balance nor saturation matters. Upright unless
+/// another orientation fits clearly better.
+[[nodiscard]] Orientation find_orientation(std::span<const Colour> measured);
+
+}  // namespace cali::host
