@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <memory>
 
 #include "commands.h"
 #include "error.h"
 #include "output_file.h"
+#include "patch_picture.h"
 #include "results.h"
 #include "shading_files.h"
 
@@ -13,6 +15,7 @@ struct CalibrateOptions {
     std::string session;
     std::string folder;
     ShadingFileOptions files;
+    bool pictures = false;
     OutputOptions output;
 };
 
@@ -63,6 +66,27 @@ std::vector<FlatFieldRun> calibrate_lens_shading(const Session& session, const S
     return runs;
 }
 
+/// Charts, each behind the values of the nearest lights.
+void calibrate_matrices(const Session& session, const LibraryOutput& output, Results& results) {
+    for (const LitCapture& lit : session.chart) {
+        ChartFrontEnd front_end;
+        front_end.black_level = results.black_level->values;
+        if (const LensShading* const shading = nearest_light(results.lens_shading, lit.illuminant_k)) {
+            front_end.grids = grids_of(*shading);
+            front_end.flat_field = shading->file;
+        }
+        if (const WhiteBalance* const gains = nearest_light(results.white_balance, lit.illuminant_k)) {
+            front_end.white_balance = *gains;
+        } else if (session.matrix.method != MatrixMethod::joint) {
+            throw InputError(session.file.string() +
+                             ": captures: a chart but no grey card, expected one, or the colour matrix's method joint");
+        }
+        Capture chart = read_capture(lit.file, session.geometry);
+        results.matrices.push_back(calibrate_matrix(chart, front_end, session.matrix, output));
+        results.matrices.back().illuminant_k = lit.illuminant_k;
+    }
+}
+
 void run(const CalibrateOptions& options) {
     const Session session = read_session(options.session);
     if (session.dark.empty()) {
@@ -82,6 +106,13 @@ void run(const CalibrateOptions& options) {
             balance_grey_card(grey, lit.illuminant_k, black_level, results.lens_shading, window, output));
     }
 
+    const auto known_lights = static_cast<std::size_t>(std::ranges::count_if(
+        results.white_balance, [](const WhiteBalance& entry) { return entry.illuminant_k.has_value(); }));
+    if (known_lights >= kLeastCurveLights && known_lights <= kMostCurveLights) {
+        results.curve = fit_curve(results.white_balance, session.file, output);
+    }
+    calibrate_matrices(session, output, results);
+
     if (!folder.empty()) {
         make_folder(folder);
     }
@@ -98,7 +129,18 @@ void run(const CalibrateOptions& options) {
     } else {
         print_white_balance(results.white_balance);
     }
+    if (results.curve) {
+        print_curve(*results.curve);
+    }
+    print_matrices(results.matrices);
     std::printf("written: %s\n", file.string().c_str());
+    if (options.pictures) {
+        for (const MatrixCalibration& matrix : results.matrices) {
+            const std::filesystem::path picture = folder / (matrix.file.stem().string() + "_patches.png");
+            write_patch_picture(picture, matrix.measured, matrix.corrected, matrix.reference);
+            std::printf("written: %s\n", picture.string().c_str());
+        }
+    }
     for (std::size_t i = 0; i < flats.size(); ++i) {
         write_shading_files(folder, results.lens_shading[i], flats[i].corrected, flats[i].geometry, options.files);
     }
@@ -113,6 +155,7 @@ void add_calibrate_command(CLI::App& app) {
     command->add_option("--out", options->folder, "folder for results.json; default: the session file's")
         ->type_name("DIR");
     options->files.add_to(*command);
+    command->add_flag("--pictures", options->pictures, "also a PNG of each chart's patches beside the results");
     options->output.add_to(*command);
     command->footer(
         "Examples:\n"

@@ -181,6 +181,10 @@ uint32_t to_library_scale(uint32_t sample, int bits) {
     return std::min((sample + (1U << (shift - 1U))) >> shift, kLibraryFullScale);
 }
 
+uint32_t full_scale_code(const Capture& capture) {
+    return to_library_scale((1U << static_cast<uint32_t>(capture.bits)) - 1, capture.bits);
+}
+
 std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples) {
     std::vector<uint16_t> codes(samples.size());
     std::ranges::transform(samples, codes.begin(),

@@ -29,6 +29,9 @@ struct Capture {
 /// Library samples as a file of 12 bits takes them: what exceeds 4095 becomes 4095.
 [[nodiscard]] std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples);
 
+/// What a saturated sample of the capture is on the library's scale.
+[[nodiscard]] uint32_t full_scale_code(const Capture& capture);
+
 /// Reads a .pgm (binary, 8 or 16 bits) or else a headerless .raw (16-bit little-endian; with a depth of 8 bits also one
 /// byte per sample). The geometry must tell what the file does not; what both tell must agree. Throws InputError.
 [[nodiscard]] Capture read_capture(const std::filesystem::path& file, const Geometry& geometry);

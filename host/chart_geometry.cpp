@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <sstream>
+#include <string>
 #include <utility>
 
 #include "error.h"
@@ -42,7 +44,7 @@ int winding(const Corners& corners) {
         turns += turn > 0 ? 1 : 0;
         turns -= turn < 0 ? 1 : 0;
     }
-    // Four turns one way are one round: two rounds would take more corners.
+    // Four turns one way make one round; two rounds would take more corners.
     return turns / 4;
 }
 
@@ -139,7 +141,7 @@ RoiRect window_at(const Point& centre, int columns, int rows) {
     return {even(centre.x - columns), even(centre.y - rows), 2 * columns, 2 * rows};
 }
 
-bool inside(const RoiRect& window, const Corners& area, int winding) {
+bool inside(const RoiRect& window, const Corners& area, int sense) {
     const Corners corners = {{{static_cast<double>(window.x), static_cast<double>(window.y)},
                               {static_cast<double>(window.x + window.w), static_cast<double>(window.y)},
                               {static_cast<double>(window.x + window.w), static_cast<double>(window.y + window.h)},
@@ -148,15 +150,15 @@ bool inside(const RoiRect& window, const Corners& area, int winding) {
         const Point side = step(area[i], area[(i + 1) % 4]);
         const double slack = kRounding * std::hypot(side.x, side.y);
         if (!std::ranges::all_of(
-                corners, [&](const Point& corner) { return winding * cross(side, step(area[i], corner)) >= -slack; })) {
+                corners, [&](const Point& corner) { return sense * cross(side, step(area[i], corner)) >= -slack; })) {
             return false;
         }
     }
     return true;
 }
 
-RoiRect largest_window(const Corners& area, const Point& centre, int winding) {
-    const auto fits = [&](int columns, int rows) { return inside(window_at(centre, columns, rows), area, winding); };
+RoiRect largest_window(const Corners& area, const Point& centre, int sense) {
+    const auto fits = [&](int columns, int rows) { return inside(window_at(centre, columns, rows), area, sense); };
     RoiRect best = window_at(centre, 1, 1);
     int columns = 0;
     while (fits(columns + 1, 1)) {
@@ -223,13 +225,14 @@ double score(const Features& measured, const Features& reference) {
 
 std::array<RoiRect, kChartPatches> windows_from_corners(const Corners& corners) {
     check_corners(corners);
+    const int sense = winding(corners);
     const ChartMap map(corners);
     std::array<RoiRect, kChartPatches> windows{};
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
         const auto column = static_cast<double>(patch % kChartColumns);
         const auto row = static_cast<double>(patch / kChartColumns);
         check_cell(map.cell(column, row, 0), patch);
-        windows[patch] = largest_window(map.cell(column, row, kMargin), map(column + 0.5, row + 0.5), winding(corners));
+        windows[patch] = largest_window(map.cell(column, row, kMargin), map(column + 0.5, row + 0.5), sense);
     }
     return windows;
 }

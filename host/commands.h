@@ -16,6 +16,8 @@ void add_simulate_command(CLI::App& app);
 void add_blc_command(CLI::App& app);
 void add_lsc_command(CLI::App& app);
 void add_awb_command(CLI::App& app);
+void add_awb_curve_command(CLI::App& app);
+void add_ccm_command(CLI::App& app);
 void add_calibrate_command(CLI::App& app);
 void add_verify_command(CLI::App& app);
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 #include "error.h"
 
@@ -25,7 +24,7 @@ std::string text(const char* format, Values... values) {
 }
 
 double saturated_share(const Capture& capture) {
-    const uint32_t full_scale = to_library_scale((1U << static_cast<uint32_t>(capture.bits)) - 1, capture.bits);
+    const uint32_t full_scale = full_scale_code(capture);
     const auto count = std::ranges::count_if(capture.samples, [=](uint32_t sample) { return sample >= full_scale; });
     return static_cast<double>(count) / static_cast<double>(capture.samples.size());
 }
@@ -161,15 +160,6 @@ WhiteBalance balance_grey_card(Capture& grey, std::optional<double> illuminant_k
     result.illuminant_k = illuminant_k;
     result.flat_field = nearest != nullptr ? nearest->file : "";
     return result;
-}
-
-const LensShading* nearest_light(const std::vector<LensShading>& entries, std::optional<double> illuminant_k) {
-    const auto distance = [&](const LensShading& entry) {
-        return illuminant_k && entry.illuminant_k ? std::abs(1 / *illuminant_k - 1 / *entry.illuminant_k)
-                                                  : std::numeric_limits<double>::infinity();
-    };
-    const auto nearest = std::ranges::min_element(entries, {}, distance);
-    return nearest == entries.end() ? nullptr : &*nearest;
 }
 
 }  // namespace cali::host

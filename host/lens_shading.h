@@ -1,7 +1,10 @@
 /// Lens-shading calibration as the program runs it: one flat field in, tables and their proof out.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -50,7 +53,14 @@ void require_flat(const Capture& flat, const BlackLevels& black_level, bool forc
                                              const Window& window, const LibraryOutput& output);
 
 /// The entry whose light is nearest (by reciprocal temperature); the first where lights are unknown, none of none.
-[[nodiscard]] const LensShading* nearest_light(const std::vector<LensShading>& entries,
-                                               std::optional<double> illuminant_k);
+template <typename Lit>
+[[nodiscard]] const Lit* nearest_light(const std::vector<Lit>& entries, std::optional<double> illuminant_k) {
+    const auto distance = [&](const Lit& entry) {
+        return illuminant_k && entry.illuminant_k ? std::abs(1 / *illuminant_k - 1 / *entry.illuminant_k)
+                                                  : std::numeric_limits<double>::infinity();
+    };
+    const auto nearest = std::ranges::min_element(entries, {}, distance);
+    return nearest == entries.end() ? nullptr : &*nearest;
+}
 
 }  // namespace cali::host

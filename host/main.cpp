@@ -25,6 +25,8 @@ void describe(CLI::App& app) {
     add_blc_command(app);
     add_lsc_command(app);
     add_awb_command(app);
+    add_awb_curve_command(app);
+    add_ccm_command(app);
     add_calibrate_command(app);
     add_verify_command(app);
 }

@@ -107,6 +107,49 @@ Json lens_shading_json(const LensShading& result, const std::filesystem::path& f
     return json;
 }
 
+Json curve_json(const CurveResult& curve) {
+    Json json = {{"a", curve.record.a},
+                 {"b", curve.record.b},
+                 {"c", curve.record.c},
+                 {"pack", curve.record.pack.word},
+                 {"reference_k", curve.reference_k}};
+    for (const CurvePoint& point : curve.points) {
+        json["lights"].push_back(
+            {{"illuminant_k", point.illuminant_k}, {"x", point.x}, {"y", point.y}, {"fitted_y", point.fitted_y}});
+    }
+    json["table"] = curve.table;
+    return json;
+}
+
+Json differences_json(const ChartDifferences& differences) {
+    const auto summary = [](const DifferenceSummary& difference) {
+        return Json{{"mean", difference.mean},
+                    {"worst", difference.worst},
+                    {"worst_patch", difference.worst_patch + 1},
+                    {"per_patch", difference.per_patch}};
+    };
+    return {{"de_ab_1976", summary(differences.de76)}, {"de_2000", summary(differences.de2000)}};
+}
+
+Json matrix_json(const MatrixCalibration& result, const std::filesystem::path& folder) {
+    Json json = {{"file", relative_name(result.file, folder)}};
+    if (result.illuminant_k) {
+        json["illuminant_k"] = *result.illuminant_k;
+    }
+    json["method"] = matrix_method_name(result.settings.method);
+    json["white_point"] = "D" + std::to_string(result.settings.white_point);
+    json["lens_shading"] = result.flat_field.empty() ? "unity" : relative_name(result.flat_field, folder);
+    json["gain_q10"] = {{"red", result.gain_red}, {"green", 1024}, {"blue", result.gain_blue}};
+    json["exposure"] = result.exposure;
+    for (std::size_t r = 0; r < 9; r += 3) {
+        json["matrix"].push_back({result.matrix[r], result.matrix[r + 1], result.matrix[r + 2]});
+        json["matrix_q10"].push_back({result.matrix_q10[r], result.matrix_q10[r + 1], result.matrix_q10[r + 2]});
+    }
+    json["difference_before"] = differences_json(result.before);
+    json["difference_after"] = differences_json(result.after);
+    return json;
+}
+
 LensShading read_lens_shading(const Json& json, const std::string& file) {
     LensShading result;
     result.file = json.at("file").get<std::string>();
@@ -126,6 +169,18 @@ LensShading read_lens_shading(const Json& json, const std::string& file) {
         }
     }
     return result;
+}
+
+Capture read_sensor(const Json& json) {
+    Capture geometry;
+    if (json.contains("sensor")) {
+        const Json& sensor = json.at("sensor");
+        geometry.width = sensor.at("width").get<int>();
+        geometry.height = sensor.at("height").get<int>();
+        geometry.pattern = parse_pattern(sensor.at("pattern").get<std::string>(), "sensor: pattern");
+        geometry.bits = sensor.at("bits").get<int>();
+    }
+    return geometry;
 }
 
 template <typename T>
@@ -150,6 +205,11 @@ WhiteBalance read_white_balance(const Json& json) {
     return result;
 }
 
+std::string light_name(const WhiteBalance& entry) {
+    return entry.illuminant_k ? std::to_string(std::lround(*entry.illuminant_k)) + " K"
+                              : entry.file.generic_string() + " (no light given)";
+}
+
 }  // namespace
 
 std::string to_json_text(const Results& results, const std::filesystem::path& folder) {
@@ -169,6 +229,12 @@ std::string to_json_text(const Results& results, const std::filesystem::path& fo
         for (const WhiteBalance& result : results.white_balance) {
             json["white_balance"].push_back(white_balance_json(result, folder));
         }
+    }
+    if (results.curve) {
+        json["white_balance_curve"] = curve_json(*results.curve);
+    }
+    for (const MatrixCalibration& result : results.matrices) {
+        json["colour_matrix"].push_back(matrix_json(result, folder));
     }
     return json.dump(2) + "\n";
 }
@@ -191,6 +257,7 @@ StoredResults read_results(const std::filesystem::path& file) {
         }
         StoredResults stored;
         stored.file = file;
+        stored.geometry = read_sensor(json);
         if (json.contains("black_level")) {
             const Json& section = json.at("black_level");
             stored.black_level = BlackLevels{read_channels<uint32_t>(section.at("offset_codes")),
@@ -206,6 +273,38 @@ StoredResults read_results(const std::filesystem::path& file) {
     } catch (const Json::exception& problem) {
         throw InputError(file.string() + ": not a results file of this program: " + problem.what());
     }
+}
+
+WhiteBalance choose_white_balance(const StoredResults& stored, std::optional<double> illuminant_k) {
+    std::string known;
+    for (const WhiteBalance& entry : stored.white_balance) {
+        if (!illuminant_k ? stored.white_balance.size() == 1 : entry.illuminant_k == illuminant_k) {
+            return entry;
+        }
+        known += (known.empty() ? "" : ", ") + light_name(entry);
+    }
+    if (known.empty()) {
+        throw InputError(stored.file.string() +
+                         ": holds no white balance, expected results of cali calibrate with a "
+                         "grey card; --stage black-level does without");
+    }
+    throw InputError(stored.file.string() + ": holds white balance for " + known + "; choose one with --illuminant");
+}
+
+ChartFrontEnd choose_front_end(const StoredResults& stored, std::optional<double> illuminant_k, bool with_gains) {
+    if (!stored.black_level) {
+        throw InputError(stored.file.string() + ": holds no black level, expected results of cali calibrate");
+    }
+    ChartFrontEnd front_end;
+    front_end.black_level = *stored.black_level;
+    if (with_gains) {
+        front_end.white_balance = choose_white_balance(stored, illuminant_k);
+    }
+    if (const LensShading* const shading = nearest_light(stored.lens_shading, illuminant_k)) {
+        front_end.grids = grids_of(*shading);
+        front_end.flat_field = shading->file;
+    }
+    return front_end;
 }
 
 BlackLevels read_black_level(const std::string& file) {

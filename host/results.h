@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "calibration.h"
+#include "colour_calibration.h"
 #include "lens_shading.h"
+#include "white_balance_curve.h"
 
 namespace cali::host {
 
@@ -23,6 +25,8 @@ struct Results {
     std::optional<BlackLevelResults> black_level;
     std::vector<LensShading> lens_shading;
     std::vector<WhiteBalance> white_balance;
+    std::optional<CurveResult> curve;
+    std::vector<MatrixCalibration> matrices;
 };
 
 /// File names are written relative to `folder` where they lie below it.
@@ -33,11 +37,19 @@ void write_results(const std::filesystem::path& file, const Results& results);
 /// The values that later steps apply. Throws InputError.
 struct StoredResults {
     std::filesystem::path file;
+    Capture geometry;  ///< without samples
     std::optional<BlackLevels> black_level;
     std::vector<LensShading> lens_shading;  ///< without what was measured
     std::vector<WhiteBalance> white_balance;
 };
 [[nodiscard]] StoredResults read_results(const std::filesystem::path& file);
+
+/// The values for one light; with several and no light, InputError. Gains of 1 where they are not asked for.
+[[nodiscard]] ChartFrontEnd choose_front_end(const StoredResults& stored, std::optional<double> illuminant_k,
+                                             bool with_gains);
+
+/// The entry for a light: the only one, or the one of that temperature. Throws InputError.
+[[nodiscard]] WhiteBalance choose_white_balance(const StoredResults& stored, std::optional<double> illuminant_k);
 
 /// The black level of a results file; none, with a word on standard error, for an empty name. Throws InputError.
 [[nodiscard]] BlackLevels read_black_level(const std::string& file);

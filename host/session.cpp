@@ -115,6 +115,34 @@ public:
                        : std::nullopt;
     }
 
+    /// `count` lists of `length` numbers, 0 to 65535 each.
+    [[nodiscard]] std::optional<std::vector<std::vector<double>>> number_rows(std::string_view key, std::size_t count,
+                                                                              std::size_t length,
+                                                                              const char* expected) const {
+        const toml::node* node = find(key);
+        if (node == nullptr) {
+            return std::nullopt;
+        }
+        std::vector<std::vector<double>> rows;
+        for_each_element(node, [&](const toml::node& element) {
+            std::vector<double>& row = rows.emplace_back();
+            for_each_element(&element, [&](const toml::node& entry) {
+                const auto number = entry.value<double>();
+                if (!number || !(*number >= 0 && *number <= kMaxSide)) {
+                    fail(key, expected);
+                }
+                row.push_back(*number);
+            });
+            if (row.size() != length) {
+                fail(key, expected);
+            }
+        });
+        if (rows.size() != count) {
+            fail(key, expected);
+        }
+        return rows;
+    }
+
     /// A list of `count` numbers, 0 or more each.
     [[nodiscard]] std::optional<std::vector<int>> whole_numbers(std::string_view key, std::size_t count,
                                                                 const char* expected) const {
@@ -205,6 +233,34 @@ ShadingSettings read_shading(const Section& section) {
     return settings;
 }
 
+MatrixSettings read_matrix_settings(const Section& section) {
+    section.allow_only({"method", "white", "saturation", "windows", "corners"});
+    MatrixSettings settings;
+    if (const auto method = section.text("method")) {
+        settings.method = parse_matrix_method(*method, section.where("method"));
+    }
+    if (const auto white = section.text("white")) {
+        settings.white_point = parse_white_point(*white, section.where("white"));
+    }
+    settings.saturation = static_cast<float>(section.number("saturation").value_or(1.0));
+    if (const auto rows = section.number_rows("windows", kChartPatches, 4, "24 lists of [x, y, width, height]")) {
+        std::array<RoiRect, kChartPatches> windows{};
+        std::ranges::transform(*rows, windows.begin(), [](const std::vector<double>& row) {
+            const auto side = [&](std::size_t i) { return static_cast<int32_t>(row[i]); };
+            return RoiRect{side(0), side(1), side(2), side(3)};
+        });
+        settings.place.windows = windows;
+    }
+    if (const auto rows = section.number_rows("corners", 4, 2, "4 lists of [x, y]")) {
+        Corners corners{};
+        std::ranges::transform(*rows, corners.begin(), [](const std::vector<double>& row) {
+            return Point{row[0], row[1]};
+        });
+        settings.place.corners = corners;
+    }
+    return settings;
+}
+
 toml::table parse(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(file, error)) {
@@ -235,7 +291,7 @@ BlackLevelMethod parse_method(const std::string& text, const std::string& where)
 Session read_session(const std::filesystem::path& file) {
     const toml::table table = parse(file);
     const Section root(&table, file.string(), file.parent_path());
-    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance"});
+    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix"});
 
     Session session;
     session.file = file;
@@ -258,6 +314,7 @@ Session read_session(const std::filesystem::path& file) {
     const Section white_balance = root.section("white_balance");
     white_balance.allow_only({"window"});
     session.white_balance_window = white_balance.window("window");
+    session.matrix = read_matrix_settings(root.section("colour_matrix"));
     return session;
 }
 

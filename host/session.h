@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "chart_settings.h"
 #include "geometry.h"
 #include "shading_settings.h"
 
@@ -47,6 +48,7 @@ struct Session {
     BlackLevelMethod black_level_method = BlackLevelMethod::median;
     std::optional<Window> white_balance_window;
     ShadingSettings shading;
+    MatrixSettings matrix;
 };
 
 /// Capture paths are relative to the file's folder. Unknown keys are errors. Throws InputError.

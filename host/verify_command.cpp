@@ -18,27 +18,6 @@ struct VerifyOptions {
     OutputOptions output;
 };
 
-std::string light_name(const WhiteBalance& entry) {
-    return entry.illuminant_k ? std::to_string(std::lround(*entry.illuminant_k)) + " K"
-                              : entry.file.generic_string() + " (no light given)";
-}
-
-WhiteBalance choose_white_balance(const StoredResults& stored, double illuminant_k) {
-    std::string known;
-    for (const WhiteBalance& entry : stored.white_balance) {
-        if (illuminant_k == 0 ? stored.white_balance.size() == 1 : entry.illuminant_k == illuminant_k) {
-            return entry;
-        }
-        known += (known.empty() ? "" : ", ") + light_name(entry);
-    }
-    if (known.empty()) {
-        throw InputError(stored.file.string() +
-                         ": holds no white balance, expected results of cali calibrate with a "
-                         "grey card; --stage black-level does without");
-    }
-    throw InputError(stored.file.string() + ": holds white balance for " + known + "; choose one with --illuminant");
-}
-
 void run(const VerifyOptions& options) {
     const StoredResults stored = read_results(options.results);
     if (!stored.black_level) {
@@ -46,7 +25,9 @@ void run(const VerifyOptions& options) {
     }
     const bool whole_front_end = options.stage == "white-balance";
     const WhiteBalance white_balance =
-        whole_front_end ? choose_white_balance(stored, options.illuminant_k) : WhiteBalance{};
+        whole_front_end ? choose_white_balance(
+                              stored, options.illuminant_k == 0 ? std::nullopt : std::optional(options.illuminant_k))
+                        : WhiteBalance{};
     Capture frame = read_capture(options.frame, options.geometry.geometry());
     const LibraryOutput output = options.output.output();
     const LensShading* const shading = nearest_light(stored.lens_shading, white_balance.illuminant_k);

@@ -5,9 +5,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "cali/cali.h"
 #include "core/black_level.h"
-#include "core/chart_table.h"
+#include "core/chart_windows.h"
 #include "core/frame.h"
 #include "core/mesh_shading.h"
 #include "core/radial_shading.h"
@@ -16,15 +15,6 @@
 namespace cali {
 
 class ArgumentCheck;
-
-/// In frame coordinates, in chart order.
-using ChartWindows = std::array<RoiRect, kChartPatches>;
-
-/// A chart that fills the frame as 6 x 4 cells: windows of half a cell's size, centred, even-aligned.
-[[nodiscard]] ChartWindows windows_of_full_frame(int32_t width, int32_t height);
-
-/// Inside the frame and 2 x 2 or more, so that every colour is in it.
-[[nodiscard]] bool window_fits(const RoiRect& window, int32_t width, int32_t height);
 
 /// The caller's 24 windows, or the full frame's for a null pointer. Rejects what does not fit.
 [[nodiscard]] ChartWindows chart_windows(ArgumentCheck& check, const RoiRect* given, int32_t width, int32_t height);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 
 #include "error.h"
@@ -18,43 +20,36 @@ Point apply(const Map& m, const Point& p) {
     return {row(0) / row(2), row(1) / row(2)};
 }
 
-/// But for a factor.
-Map inverse(const Map& m) {
-    Map result{};
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (std::size_t j = 0; j < 3; ++j) {
-            const std::size_t a = (j + 1) % 3;
-            const std::size_t b = (j + 2) % 3;
-            result[i][j] = m[a][(i + 1) % 3] * m[b][(i + 2) % 3] - m[a][(i + 2) % 3] * m[b][(i + 1) % 3];
-        }
-    }
-    return result;
+/// The other way: two equations that are linear in the chart's coordinates.
+Point undo(const Map& m, double x, double y) {
+    const auto row = [&](const Colour& r, double at) {
+        return Colour{r[0] - at * m[2][0], r[1] - at * m[2][1], at * m[2][2] - r[2]};
+    };
+    const Colour a = row(m[0], x);
+    const Colour b = row(m[1], y);
+    const double scale = a[0] * b[1] - a[1] * b[0];
+    return {(a[2] * b[1] - a[1] * b[2]) / scale, (a[0] * b[2] - a[2] * b[0]) / scale};
 }
 
-std::string error_of(const Corners& corners) {
+bool refused(const Corners& corners, const char* text) {
     try {
         (void)host::windows_from_corners(corners);
     } catch (const host::InputError& problem) {
-        return problem.what();
+        return std::string(problem.what()).find(text) != std::string::npos;
     }
-    return "no error";
+    return false;
 }
 
 TEST(ChartWindows, TakeTheInnerHalfOfUprightCells) {
     const auto windows = host::windows_from_corners({{{100, 60}, {700, 60}, {700, 380}, {100, 380}}});
     for (int patch = 0; patch < 24; ++patch) {
-        SCOPED_TRACE(patch);
         const RoiRect& window = windows[static_cast<std::size_t>(patch)];
         // 25 photosites of margin give way to the next even column.
-        EXPECT_EQ(window.x, 126 + patch % 6 * 100);
-        EXPECT_EQ(window.y, 80 + patch / 6 * 80);
-        EXPECT_EQ(window.w, 48);
-        EXPECT_EQ(window.h, 40);
+        EXPECT_EQ((std::array{window.x, window.y, window.w, window.h}),
+                  (std::array{126 + patch % 6 * 100, 80 + patch / 6 * 80, 48, 40}));
     }
     const auto smallest = host::windows_from_corners({{{10, 10}, {34, 10}, {34, 26}, {10, 26}}});
-    EXPECT_EQ(smallest[7].w * 10 + smallest[7].h, 22);
-    EXPECT_NEAR(smallest[7].x, 15, 1);
-    EXPECT_NEAR(smallest[7].y, 15, 1);
+    EXPECT_EQ((std::array{smallest[1].x, smallest[1].w, smallest[1].h}), (std::array{16, 2, 2}));
 }
 
 TEST(ChartWindows, LieInsideTheInnerHalfOfSlantedCells) {
@@ -64,39 +59,40 @@ TEST(ChartWindows, LieInsideTheInnerHalfOfSlantedCells) {
         {{{-120, 10, 900}, {12, 95, 40}, {0.01, -0.03, 1}}},      // mirrored
     };
     for (const Map& map : maps) {
-        SCOPED_TRACE(map[0][0]);
-        const Map back = inverse(map);
         const auto windows = host::windows_from_corners(
             {apply(map, {0, 0}), apply(map, {6, 0}), apply(map, {6, 4}), apply(map, {0, 4})});
         for (std::size_t patch = 0; patch < 24; ++patch) {
             SCOPED_TRACE(patch);
-            const RoiRect& window = windows[patch];
+            const auto [x, y, w, h] = windows[patch];
             const Point middle = {static_cast<double>(patch % 6) + 0.5, static_cast<double>(patch / 6) + 0.5};
-            for (const int corner : {0, 1, 2, 3}) {
-                const Point found = apply(back, {static_cast<double>(window.x + corner % 2 * window.w),
-                                                 static_cast<double>(window.y + corner / 2 * window.h)});
-                EXPECT_NEAR(found.x, middle.x, 0.25 + 1e-6);
-                EXPECT_NEAR(found.y, middle.y, 0.25 + 1e-6);
-            }
-            EXPECT_EQ((window.x | window.y | window.w | window.h) & 1, 0);
-            EXPECT_NEAR(window.x + window.w / 2, apply(map, middle).x, 1.0);
-            EXPECT_NEAR(window.y + window.h / 2, apply(map, middle).y, 1.0);
-            EXPECT_GE(window.w * window.h, 22 * 22);  // no token of a window
+            // How far from the middle of the cell a window reaches that is larger by `more` photosites all round.
+            const auto reach = [&, x = x, y = y, w = w, h = h](int more) {
+                double furthest = 0;
+                for (const int column : {x - more, x + w + more}) {
+                    for (const int row : {y - more, y + h + more}) {
+                        const Point found = undo(map, column, row);
+                        furthest = std::max({furthest, std::abs(found.x - middle.x), std::abs(found.y - middle.y)});
+                    }
+                }
+                return furthest;
+            };
+            EXPECT_LE(reach(0), 0.25 + 1e-6);
+            EXPECT_GT(reach(2), 0.25);
+            EXPECT_EQ((x | y | w | h) & 1, 0);
+            EXPECT_NEAR(x + w / 2, apply(map, middle).x, 1.0);
+            EXPECT_NEAR(y + h / 2, apply(map, middle).y, 1.0);
         }
     }
 }
 
 TEST(ChartWindows, RefuseWhatIsNoChart) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_NE(error_of({{{0, 0}, {600, 0}, {0, 400}, {600, 400}}}).find("(600, 400) are no convex quadrilateral"),
-              std::string::npos);
-    EXPECT_NE(error_of({{{0, 0}, {600, 0}, {100, 100}, {0, 400}}}).find("no convex"), std::string::npos);
-    EXPECT_NE(error_of({{{0, 0}, {600, 0}, {300, 0}, {0, 400}}}).find("no convex"), std::string::npos);
-    EXPECT_NE(error_of({{{0, 0}, {nan, 0}, {600, 400}, {0, 400}}}).find("at most 65535"), std::string::npos);
-    EXPECT_NE(error_of({{{0, 0}, {18, 0}, {18, 40}, {0, 40}}}).find("patch 1 of the chart has 3 x 10 photosites"),
-              std::string::npos);
+    EXPECT_TRUE(refused({{{0, 0}, {600, 0}, {0, 400}, {600, 400}}}, "(600, 400) are no convex quadrilateral"));
+    EXPECT_TRUE(refused({{{0, 0}, {600, 0}, {100, 100}, {0, 400}}}, "no convex"));
+    EXPECT_TRUE(refused({{{0, 0}, {600, 0}, {300, 0}, {0, 400}}}, "no convex"));
+    EXPECT_TRUE(refused({{{0, 0}, {std::nan(""), 0}, {600, 400}, {0, 400}}}, "at most 65535"));
+    EXPECT_TRUE(refused({{{0, 0}, {18, 0}, {18, 40}, {0, 40}}}, "patch 1 of the chart has 3 x 10 photosites"));
     // Long sides, but so slanted that little fits across.
-    EXPECT_NE(error_of({{{0, 0}, {600, 0}, {1200, 12}, {600, 12}}}).find("expected at least 4 x 4"), std::string::npos);
+    EXPECT_TRUE(refused({{{0, 0}, {600, 0}, {1200, 12}, {600, 12}}}, "expected at least 4 x 4"));
 }
 
 TEST(ChartOrientation, ReadingOrderPutsTheChartsCornersWhereTheyAreSeen) {
@@ -104,35 +100,29 @@ TEST(ChartOrientation, ReadingOrderPutsTheChartsCornersWhereTheyAreSeen) {
     const std::array<std::size_t, 3> expected[] = {{0, 5, 18}, {23, 18, 5}, {5, 0, 23}, {18, 23, 0},
                                                    {3, 23, 0}, {20, 0, 23}, {0, 20, 3}, {23, 3, 20}};
     for (int index = 0; index < host::kOrientations; ++index) {
-        SCOPED_TRACE(index);
         const auto order = host::reading_order(index);
-        EXPECT_EQ((std::array{order[0], order[5], order[18]}), expected[index]);
+        EXPECT_EQ((std::array{order[0], order[5], order[18]}), expected[index]) << index;
     }
 }
 
 TEST(ChartOrientation, IsFoundWhateverTheExposureAndBalance) {
     std::mt19937 random(24);
     std::normal_distribution<double> noise(0.0, 0.004);
+    const Colour balance = {0.6, 1.0, 1.5};
     for (int index = 0; index < host::kOrientations; ++index) {
-        for (const double exposure : {0.2, 1.0, 3.0}) {
-            SCOPED_TRACE(index);
-            const auto order = host::reading_order(index);
-            std::array<Colour, 24> measured{};
-            for (std::size_t patch = 0; patch < 24; ++patch) {
-                const auto linear = [&](std::size_t c) { return double{srgb_decode(kChartSrgb24[patch][c])}; };
-                const double grey = (linear(0) + linear(1) + linear(2)) / 3;
-                const Colour balance = {0.6, 1.0, 1.5};
-                for (std::size_t c = 0; c < 3; ++c) {  // as pale as a sensor sees them
-                    measured[order[patch]][c] =
-                        exposure * (balance[c] * (0.5 * linear(c) + 0.5 * grey) + noise(random));
-                }
+        const double exposure = 0.2 + 0.4 * index;
+        const auto order = host::reading_order(index);
+        std::array<Colour, 24> measured{};
+        for (std::size_t patch = 0; patch < 24; ++patch) {
+            const auto linear = [&](std::size_t c) { return double{srgb_decode(kChartSrgb24[patch][c])}; };
+            for (std::size_t c = 0; c < 3; ++c) {  // as pale as a sensor sees them
+                const double pale = 0.5 * linear(c) + (linear(0) + linear(1) + linear(2)) / 6;
+                measured[order[patch]][c] = exposure * (balance[c] * pale + noise(random));
             }
-            const auto found = host::find_orientation(measured);
-            EXPECT_EQ(found.index, index) << found.name;
         }
+        EXPECT_EQ(host::find_orientation(measured).index, index);
     }
-    const std::array<Colour, 24> nothing{};
-    EXPECT_STREQ(host::find_orientation(nothing).name, "upright");
+    EXPECT_STREQ(host::find_orientation(std::array<Colour, 24>{}).name, "upright");
 }
 
 }  // namespace
