@@ -13,9 +13,8 @@ namespace cali::host {
 namespace {
 
 constexpr std::array<const char*, 3> kMethodNames = {"lsq", "optimised", "joint"};
-constexpr double kMostClipped = 0.01;  ///< share of the windows' samples
-constexpr double kLeastWhite = 200;    ///< codes of the white patch's green above black
-constexpr std::size_t kWhitePatch = 18;
+constexpr double kMostClipped = 0.01;   ///< share of the windows' samples
+constexpr double kLeastLight = 200;     ///< codes of the brightest patch's green above black
 constexpr std::size_t kFirstGrey = 19;  ///< between white and black
 constexpr std::size_t kLastGrey = 22;
 constexpr double kFullScale = kLibraryFullScale;
@@ -118,11 +117,16 @@ void require_usable(const Capture& chart, const Windows& windows, const std::vec
                             clipped * 100, kMostClipped * 100);
         throw CalibrationError(chart.file.string() + text);
     }
-    const double white = measured[kWhitePatch][1] * kFullScale;
-    if (white < kLeastWhite) {
-        (void)std::snprintf(text, sizeof text,
-                            ": too dark: the white patch stands %.0f codes above black, expected at least %.0f of 4095",
-                            white, kLeastWhite);
+    // Whichever patch that is: the chart may be the wrong way round.
+    double brightest = 0;
+    for (const Colour& colour : measured) {
+        brightest = std::max(brightest, colour[1] * kFullScale);
+    }
+    if (brightest < kLeastLight) {
+        (void)std::snprintf(
+            text, sizeof text,
+            ": too dark: the brightest patch stands %.0f codes above black in green, expected at least %.0f of 4095",
+            brightest, kLeastLight);
         throw CalibrationError(chart.file.string() + text);
     }
     const Orientation orientation = find_orientation(measured);

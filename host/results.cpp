@@ -145,6 +145,7 @@ Json matrix_json(const MatrixCalibration& result, const std::filesystem::path& f
         json["matrix"].push_back({result.matrix[r], result.matrix[r + 1], result.matrix[r + 2]});
         json["matrix_q10"].push_back({result.matrix_q10[r], result.matrix_q10[r + 1], result.matrix_q10[r + 2]});
     }
+    json["patches"] = {{"measured", result.measured}, {"corrected", result.corrected}, {"reference", result.reference}};
     json["difference_before"] = differences_json(result.before);
     json["difference_after"] = differences_json(result.after);
     return json;
@@ -292,11 +293,13 @@ WhiteBalance choose_white_balance(const StoredResults& stored, std::optional<dou
 }
 
 ChartFrontEnd choose_front_end(const StoredResults& stored, std::optional<double> illuminant_k, bool with_gains) {
-    if (!stored.black_level) {
-        throw InputError(stored.file.string() + ": holds no black level, expected results of cali calibrate");
-    }
     ChartFrontEnd front_end;
-    front_end.black_level = *stored.black_level;
+    if (stored.black_level) {
+        front_end.black_level = *stored.black_level;
+    } else {
+        (void)std::fprintf(stderr, "cali: %s: holds no black level: none is subtracted\n",
+                           stored.file.string().c_str());
+    }
     if (with_gains) {
         front_end.white_balance = choose_white_balance(stored, illuminant_k);
     }
