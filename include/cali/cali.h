@@ -174,8 +174,10 @@ CALI_API int32_t cali_awb_verify(uint32_t** frame, int32_t width, uint32_t heigh
                                  uint16_t gain_r, uint16_t gain_g, uint16_t gain_b, uint32_t** output);
 
 /*
- * Not built yet. Fits the parabola between the two normalised chroma ratios of up to seven light sources and packs the
- * camera's record; keeps the coefficients for cali_awb_getCurve.
+ * Fits the parabola y(x) between the two normalised chroma ratios, x = norm_a / ratio_a and y = norm_b / ratio_b, of up
+ * to seven light sources and packs the camera's record; keeps the coefficients for cali_awb_getCurve. While the
+ * parabola opens downward or dips below 0, one anchor at x = 0 is added, 0.1 higher each time, at most 101 times. Too
+ * few lights for a parabola give NaN.
  *
  * norm_a, norm_b       normalisers of the ratios.
  * ratio_a, _b, temp_k  count floats each; temperatures in kelvin, none 0.
@@ -183,13 +185,14 @@ CALI_API int32_t cali_awb_verify(uint32_t** frame, int32_t width, uint32_t heigh
  * count                0..7.
  * record               out.
  *
- * Warns "WB Calib Warning" (-1): "Amount is Over", "TempK is 0", "Total Weight is too big".
+ * Prints the record's words and bytes. Warns "WB Calib Warning" (-1): "Amount is Over", "TempK is 0", "Total Weight is
+ * too big". Codes in the record are the nearest, and saturate.
  */
 CALI_API int32_t cali_awb_BuildCurve(float norm_a, float norm_b, const float* ratio_a, const float* ratio_b,
                                      const float* temp_k, const uint8_t* weight, uint8_t count, AwbCurveRecord* record);
 
-/* Not built yet. Samples the curve of the last cali_awb_BuildCurve (all zero before one) into `table`: 200 floats
-   within 0..8, non-increasing. Of ref_a and ref_b only element 1 is read. */
+/* Samples the curve of the last cali_awb_BuildCurve (all zero before one) into `table`: 200 floats within 0..8, the
+   running minimum of 1024 y / ref_b[1] at x = i / 100 * ref_a[1] / 1024. Of ref_a and ref_b only element 1 is read. */
 CALI_API int32_t cali_awb_getCurve(float* table, const float* ref_a, const float* ref_b);
 
 /* --------------------------------------------------------------------------------------------- black level ---- */
@@ -254,7 +257,7 @@ CALI_API int32_t cali_blc_verify(uint32_t** frame, uint32_t width, uint32_t heig
 /* --------------------------------------------------------------------------------------- colour correction ---- */
 
 /*
- * Not built yet. Weighted least-squares matrix from white-balanced patches to the linear colours of a 24-patch chart,
+ * Weighted least-squares matrix from white-balanced patches to the linear colours of a 24-patch chart,
  * rows constrained to sum to 1.
  *
  * patches        patch_count pointers to patch_w * patch_h pixels of 3 interleaved samples, 0..4095, in chart order.
@@ -264,14 +267,15 @@ CALI_API int32_t cali_blc_verify(uint32_t** frame, uint32_t width, uint32_t heig
  * weights        patch_count floats.
  * ccm            out: 9 floats, row-major. ccm_q10   out: the same, 1024 = 1.0, rows summing to 1024.
  *
- * Rejects without a warning.
+ * Every diagonal element is at least 1 before the rows are normalised. The identity where the normal matrix cannot be
+ * inverted ("mat's determinant is equal 0" on standard error) or a row's sum is not above 0. Rejects without a warning.
  */
 CALI_API int32_t cali_ccm_calc(const int32_t* const* patches, const void* reserved, int32_t patch_count,
                                uint32_t patch_w, uint32_t patch_h, int32_t channels, float lambda_scale,
                                const float* weights, float* ccm, int32_t* ccm_q10);
 
 /*
- * Not built yet. Black level, mesh shading and white balance on a chart frame (unchanged), then the fit of
+ * Black level, mesh shading and white balance on a chart frame (unchanged), then the fit of
  * cali_ccm_calc. chart_windows: 24 windows in chart order, or NULL: the chart fills the frame as 6 x 4 cells, each
  * window centred with half the cell's size. Other arguments as for cali_awb_verify and cali_ccm_calc.
  */
@@ -283,7 +287,7 @@ CALI_API int32_t cali_isp_ccm_pipe_calc(uint32_t** frame, int32_t width, int32_t
                                         uint16_t gain_b, const RoiRect* chart_windows, float lambda_scale,
                                         const float* weights, float* ccm, int32_t* ccm_q10);
 
-/* Not built yet. As cali_isp_ccm_pipe_calc, with the gains taken from the chart's greys between white and black and
+/* As cali_isp_ccm_pipe_calc, with the gains taken from the chart's greys between white and black and
    returned as cali_awb_calc returns them. */
 CALI_API int32_t cali_isp_awb_ccm(uint32_t** frame, int32_t width, int32_t height, int32_t pattern, int32_t grid_cols,
                                   int32_t grid_rows, const uint32_t* red_grid, const uint32_t* green_grid,
@@ -293,7 +297,7 @@ CALI_API int32_t cali_isp_awb_ccm(uint32_t** frame, int32_t width, int32_t heigh
                                   uint16_t* gain_r, uint16_t* gain_g, uint16_t* gain_b, float* ccm, int32_t* ccm_q10);
 
 /*
- * Not built yet. The matrix that minimises the weighted CIE 1976 colour difference on a chart frame, found in two
+ * The matrix that minimises the weighted CIE 1976 colour difference on a chart frame, found in two
  * stages (hue and saturation, then the full matrix).
  *
  * frame                    width * height samples, unchanged.
@@ -305,6 +309,12 @@ CALI_API int32_t cali_isp_awb_ccm(uint32_t** frame, int32_t width, int32_t heigh
  * white_point              65 for D65, anything else D50.
  * shading_tables_held      0 loads lens_shading, anything else runs no shading stage.
  * reserved_2, _13          not read.
+ *
+ * A patch's colour is the mean of its window's samples. Windows lie inside the frame and are 2 x 2 or more; a mesh has
+ * 4 to 37 nodes either way. Prints the mesh's progress and the two minima that were found. -1 also where the patches
+ * are black or colourless, which leaves the fit without a start, and where the optimiser fails. The total of the
+ * weights is kept in an integer, truncated at every addition; weights that leave it 0 end with 0 and an error that is
+ * not finite.
  */
 CALI_API int32_t cali_isp_ccm_pipe_calc_v2(uint32_t* frame, int64_t reserved_2, const RoiRect* chart_windows,
                                            const CcmToneCurves* tone_curves, int32_t width, int32_t height,
@@ -315,17 +325,20 @@ CALI_API int32_t cali_isp_ccm_pipe_calc_v2(uint32_t* frame, int64_t reserved_2, 
 
 /* ------------------------------------------------------------------------------------------- chart regions ---- */
 
-/* Not built yet. Mean colours of regions of an 8-bit image, B, G, R per pixel, rows of `width` pixels. Rectangles must
+/* Mean colours of regions of an 8-bit image, B, G, R per pixel, rows of `width` pixels. Rectangles must
    lie inside the image, which cannot be checked: height is not read. A region without pixels gives NaN. */
 CALI_API int32_t cali_roi_rgb_cal(const uint8_t* image, int32_t width, int64_t height, RoiRgbMean* means,
                                   const RoiRect* rois, int32_t roi_count);
 
-/* Not built yet. Pulls measured chart colours towards their reference by a line per channel. With 24 records mode 0
+/* Pulls measured chart colours towards their reference by a line per channel. With 24 records mode 0
    gives the six greys (18..23) the reference lightness at their measured chroma, mode 2 a line fit of their own. */
 CALI_API int32_t cali_roi_rgb_adjust(const RoiRgbMean* measured, const RoiRgbMean* reference, RoiRgbMean* adjusted,
                                      uint32_t count, uint32_t mode);
 
-/* Not built yet. Appends interpolated grey pairs to both arrays, which need room for count + max_add records. */
+/* Keeps the pairs whose measured colour is nearly neutral, orders them by brightness and appends interpolated pairs for
+   the gaps between them to both arrays, which need room for count + max_add records; `out_count` receives the new
+   total. A plan above max_add widens its step by 2, at most 30 times; then "ERROR\n" is printed and nothing appended.
+   -1 with "No available reference gray point pairs\n" where fewer than two pairs are neutral. */
 CALI_API int32_t cali_roi_rgb_interpolation(RoiRgbMean* measured, RoiRgbMean* reference, uint32_t count,
                                             const GrayInterpSettings* settings, uint32_t* out_count);
 

@@ -94,6 +94,49 @@ TEST(OptimisedFit, MatchesThePlainOne) {
     }
 }
 
+TEST(OptimisedFit, IsNoWorseThanItsStart) {
+    Random random(88);
+    for (int turn = 0; turn < 8; ++turn) {
+        SCOPED_TRACE(turn);
+        reference::Problem plain = random_problem(random, 0);
+        plain.weights.assign(24, 1.0F);
+        plain.first_curve.resize(4096);
+        std::ranges::generate(plain.first_curve, [code = 0U]() mutable { return code++; });
+        plain.second_curve = plain.first_curve;
+        // A response that is linear in the reference, and a little noise: exactly neutral greys would sit on the jumps
+        // of the mirrored interpolation.
+        reference::PatchMeans means;
+        for (std::size_t i = 0; i < kChartPatches; ++i) {
+            Colour linear{};
+            for (std::size_t c = 0; c < 3; ++c) {
+                linear[c] = static_cast<double>(srgb_decode(kChartSrgb24[i][c]));
+            }
+            for (std::size_t c = 0; c < 3; ++c) {
+                plain.linear_rgb[i][c] = 0.75 * linear[c] + 0.2 * linear[(c + 1) % 3] + 0.05 * linear[(c + 2) % 3] +
+                                         0.002 * turn * (unit(random) - 0.5);
+            }
+            means.push_back({static_cast<float>(plain.linear_rgb[i][0]), static_cast<float>(plain.linear_rgb[i][1]),
+                             static_cast<float>(plain.linear_rgb[i][2])});
+        }
+        const ccm_v2::Problem problem = library_problem(plain);
+        CapturedOutput output;
+        const auto found = ccm_v2::optimise(problem, 1.0F);
+        const std::string text = output.take();
+        ASSERT_TRUE(found.has_value());
+        const auto error_of = [&](const std::array<float, 9>& value) {
+            ccm_v2::Matrix3 matrix{};
+            std::ranges::copy(value, matrix.begin());
+            return problem.colour_error(matrix);
+        };
+        const double start = std::stod(text.substr(text.find(") =") + 3));
+        const double least_squares = error_of(reference::fit_matrix(means, plain.weights, 1.0F).ccm);
+        EXPECT_LT(error_of(found->value), start);
+        EXPECT_LT(error_of(found->value), least_squares * 1.02 + 0.005);
+        std::printf("mean dE*ab: start %.3f, optimised %.3f, least squares %.3f\n", start, error_of(found->value),
+                    least_squares);
+    }
+}
+
 TEST(OptimisedFit, ColourlessPatchesHaveNoStart) {
     Random random(87);
     reference::Problem plain = random_problem(random, 0);
