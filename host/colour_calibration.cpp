@@ -38,6 +38,7 @@ void for_each_sample(const std::vector<uint32_t>& samples, const Capture& geomet
 std::vector<Colour> window_means(const std::vector<uint32_t>& samples, const Capture& geometry,
                                  const Windows& windows) {
     std::vector<Colour> means;
+    means.reserve(windows.size());
     for (const RoiRect& window : windows) {
         Colour sum{};
         Colour count{};
@@ -65,6 +66,7 @@ double clipped_share(const Capture& chart, const Windows& windows) {
 
 std::vector<Colour> reference_colours() {
     std::vector<Colour> linear;
+    linear.reserve(kChartPatches);
     for (const auto& encoded : kChartSrgb24) {
         linear.push_back({static_cast<double>(srgb_decode(encoded[0])), static_cast<double>(srgb_decode(encoded[1])),
                           static_cast<double>(srgb_decode(encoded[2]))});
@@ -74,6 +76,7 @@ std::vector<Colour> reference_colours() {
 
 std::vector<Colour> to_lab(const std::vector<Colour>& linear, int white) {
     std::vector<Colour> lab;
+    lab.reserve(linear.size());
     for (const Colour& colour : linear) {
         lab.push_back(lab_of_linear_rgb(colour, white_point(white)));
     }
@@ -88,6 +91,7 @@ ChartDifferences differences(const std::vector<Colour>& colours, const std::vect
 
 std::vector<Colour> apply_matrix(const std::array<float, 9>& matrix, const std::vector<Colour>& colours) {
     std::vector<Colour> corrected;
+    corrected.reserve(colours.size());
     for (const Colour& in : colours) {
         Colour out{};
         for (std::size_t r = 0; r < 3; ++r) {

@@ -32,8 +32,8 @@ void choose_shading(ArgumentCheck& check, const CcmLensShading& shading, FrontEn
 }
 
 BlackLevel black_level_of(const CcmPreprocess& preprocess) {
-    const auto& [offset, gain] = preprocess;
-    const auto code = [&](std::size_t i) { return static_cast<uint32_t>(offset[i]); };
+    const float* const gain = preprocess.gain;
+    const auto code = [&](std::size_t i) { return static_cast<uint32_t>(preprocess.offset[i]); };
     return {PerChannel<uint32_t>::from_red_first(code(0), code(1), code(2), code(3)),
             PerChannel<float>::from_red_first(gain[0], gain[1], gain[2], gain[3])};
 }

@@ -66,6 +66,9 @@ struct RowKernels {
     void (*wb_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const WbGainRow& row);
     void (*mesh_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const MeshGainRow& row);
     void (*radial_gain)(const uint32_t* source, uint32_t* destination, std::size_t count, const RadialGainRow& row);
+    /// See sample::subtract_limited.
+    void (*subtract_limited)(const uint32_t* source, uint32_t* destination, std::size_t count,
+                             const Alternating<uint32_t>& offset);
 
     // Channel planes.
 

@@ -62,6 +62,11 @@ inline constexpr uint32_t kMaxRadius = 1984;
     return static_cast<uint32_t>(std::clamp(v, 0, kFullScale));
 }
 
+/// Black-level subtraction within the 12-bit range.
+[[nodiscard]] inline uint32_t subtract_limited(uint32_t sample, uint32_t offset) {
+    return static_cast<uint32_t>(std::clamp(static_cast<int32_t>(sample - offset), 0, kFullScale));
+}
+
 /// What a dark sample may be replaced with: a sample above the threshold. Full scale stands for none.
 [[nodiscard]] inline int16_t bright_key(int32_t sample, int32_t threshold) {
     return static_cast<int16_t>(sample > threshold ? std::min(sample, kFullScale) : kFullScale);

@@ -52,7 +52,9 @@ TEST(ChartPipeline, FirstGenerationMatchesPlainStages) {
     Random random(83);
     for (int i = 0; i < 40; ++i) {
         const Turn turn = random_turn(random, i);
-        const auto& [width, height, pattern] = turn.geometry;
+        const int32_t width = turn.geometry.width;
+        const int32_t height = turn.geometry.height;
+        const int32_t pattern = turn.geometry.pattern;
         SCOPED_TRACE(::testing::Message() << turn.geometry << ", turn " << i);
         const bool joint = i % 2 == 0;
         const bool dump = i % 4 < 2;
@@ -136,7 +138,9 @@ TEST(ChartPipeline, OptimisedMatchesPlainStagesAndFit) {
     Random random(84);
     for (int i = 0; i < 24; ++i) {
         const Turn turn = random_turn(random, i);
-        const auto& [width, height, pattern] = turn.geometry;
+        const int32_t width = turn.geometry.width;
+        const int32_t height = turn.geometry.height;
+        const int32_t pattern = turn.geometry.pattern;
         const int32_t mode = i % 4;
         const bool held = i % 9 == 8;
         const bool dump = i % 5 == 0;
