@@ -158,6 +158,7 @@ int main(int argc, char** argv) {
     register_exports();
     register_lens_shading();
     register_colour();
+    register_noise();
     RatioReporter reporter(table);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     print_memory(table);

@@ -44,6 +44,9 @@ private:
 /// The measurement that all others are compared with.
 inline constexpr const char* kCopyName = "memcpy";
 
+/// A brightness series has a copy of its own to compare with: the same samples, read from where they lie.
+inline constexpr const char* kSeriesCopyName = "series: memcpy";
+
 /// What a measurement may cost at most; 0: no limit is set.
 struct Limits {
     double avx2 = 0;  ///< ratio to memcpy
@@ -61,5 +64,6 @@ void register_stages();
 void register_exports();
 void register_lens_shading();
 void register_colour();
+void register_noise();
 
 }  // namespace cali::bench
