@@ -16,6 +16,7 @@ struct CalibrateOptions {
     std::string folder;
     ShadingFileOptions files;
     bool pictures = false;
+    bool progress = false;
     OutputOptions output;
 };
 
@@ -112,6 +113,12 @@ void run(const CalibrateOptions& options) {
         results.curve = fit_curve(results.white_balance, session.file, output);
     }
     calibrate_matrices(session, output, results);
+    if (!session.series.empty()) {
+        NoiseSettings settings = session.noise;
+        settings.progress = options.progress;
+        Capture frame;
+        results.noise = calibrate_noise(session.series, session.geometry, black_level, settings, output, frame);
+    }
 
     if (!folder.empty()) {
         make_folder(folder);
@@ -133,7 +140,14 @@ void run(const CalibrateOptions& options) {
         print_curve(*results.curve);
     }
     print_matrices(results.matrices);
+    if (results.noise) {
+        print_noise(*results.noise);
+    }
     std::printf("written: %s\n", file.string().c_str());
+    if (options.pictures && results.noise) {
+        write_noise_plot(folder / "noise.svg", *results.noise);
+        std::printf("written: %s\n", (folder / "noise.svg").string().c_str());
+    }
     if (options.pictures) {
         for (const MatrixCalibration& matrix : results.matrices) {
             const std::filesystem::path picture = folder / (matrix.file.stem().string() + "_patches.png");
@@ -155,7 +169,9 @@ void add_calibrate_command(CLI::App& app) {
     command->add_option("--out", options->folder, "folder for results.json; default: the session file's")
         ->type_name("DIR");
     options->files.add_to(*command);
-    command->add_flag("--pictures", options->pictures, "also a PNG of each chart's patches beside the results");
+    command->add_flag("--pictures", options->pictures,
+                      "also a PNG of each chart's patches and an SVG of the noise beside the results");
+    command->add_flag("--progress", options->progress, "show the progress of the noise series also without a terminal");
     options->output.add_to(*command);
     command->footer(
         "Examples:\n"

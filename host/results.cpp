@@ -151,6 +151,37 @@ Json matrix_json(const MatrixCalibration& result, const std::filesystem::path& f
     return json;
 }
 
+Json noise_line_json(const NoiseLine& line) {
+    return {{"slope", line.slope}, {"intercept", line.intercept}, {"relative_residual_rms", line.residual}};
+}
+
+Json noise_json(const NoiseResults& results) {
+    Json json = {{"window",
+                  {{"x", results.window.x},
+                   {"y", results.window.y},
+                   {"width", results.window.width},
+                   {"height", results.window.height}}}};
+    for (const NoiseLevel& level : results.levels) {
+        json["levels"].push_back({{"name", level.name},
+                                  {"frames", level.frames},
+                                  {"mean", channels_json(level.mean)},
+                                  {"deviation", channels_json(level.deviation)},
+                                  {"variance", channels_json(level.variance)}});
+    }
+    for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
+        const char* const key = kChannelKeys[c];
+        json["deviation_line"][key] = noise_line_json(results.deviation[c]);
+        json["variance_line"][key] = noise_line_json(results.variance[c]);
+    }
+    json["registers"] = {
+        {"slope_format", results.settings.slope_format}, {"level_format", results.settings.level_format},
+        {"ref_level", results.settings.ref_level},       {"slope", channels_json(results.slope_fix)},
+        {"level", channels_json(results.level_fix)},     {"luma_slope", results.luma_slope_fix},
+        {"luma_level", results.luma_level_fix}};
+    json["warnings"] = results.warnings;
+    return json;
+}
+
 LensShading read_lens_shading(const Json& json, const std::string& file) {
     LensShading result;
     result.file = json.at("file").get<std::string>();
@@ -236,6 +267,9 @@ std::string to_json_text(const Results& results, const std::filesystem::path& fo
     }
     for (const MatrixCalibration& result : results.matrices) {
         json["colour_matrix"].push_back(matrix_json(result, folder));
+    }
+    if (results.noise) {
+        json["noise"] = noise_json(*results.noise);
     }
     return json.dump(2) + "\n";
 }

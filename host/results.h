@@ -9,6 +9,7 @@
 #include "calibration.h"
 #include "colour_calibration.h"
 #include "lens_shading.h"
+#include "noise_calibration.h"
 #include "white_balance_curve.h"
 
 namespace cali::host {
@@ -27,6 +28,7 @@ struct Results {
     std::vector<WhiteBalance> white_balance;
     std::optional<CurveResult> curve;
     std::vector<MatrixCalibration> matrices;
+    std::optional<NoiseResults> noise;
 };
 
 /// File names are written relative to `folder` where they lie below it.

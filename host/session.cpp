@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "error.h"
+#include "noise_calibration.h"
 
 namespace cali::host {
 namespace {
@@ -103,8 +104,13 @@ public:
                 fail(key, "tables such as { files = [\"level1_a.raw\", \"level1_b.raw\"] }");
             }
             const Section entry(element.as_table(), where(key), folder_);
-            entry.allow_only({"files"});
-            levels.push_back({entry.files("files")});
+            entry.allow_only({"files", "glob"});
+            std::vector<std::filesystem::path> files = entry.files("files");
+            if (const auto pattern = entry.text("glob")) {
+                const auto matched = matching_files(folder_ / *pattern);
+                files.insert(files.end(), matched.begin(), matched.end());
+            }
+            levels.push_back({std::move(files)});
         });
         return levels;
     }
@@ -261,6 +267,20 @@ MatrixSettings read_matrix_settings(const Section& section) {
     return settings;
 }
 
+NoiseSettings read_noise_settings(const Section& section) {
+    section.allow_only({"window", "ref_level", "slope_format", "level_format"});
+    NoiseSettings settings;
+    settings.window = section.window("window");
+    if (const auto level = section.whole_number("ref_level")) {
+        settings.ref_level = check_number(*level, 0, 4095, section.where("ref_level"));
+    }
+    settings.slope_format = section.text("slope_format").value_or(settings.slope_format);
+    settings.level_format = section.text("level_format").value_or(settings.level_format);
+    check_noise_format(settings.slope_format, section.where("slope_format"));
+    check_noise_format(settings.level_format, section.where("level_format"));
+    return settings;
+}
+
 toml::table parse(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(file, error)) {
@@ -288,10 +308,20 @@ BlackLevelMethod parse_method(const std::string& text, const std::string& where)
     return static_cast<BlackLevelMethod>(at - kMethodNames.begin());
 }
 
+void check_noise_format(const std::string& format, const std::string& where) {
+    const std::size_t point = format.find('.');
+    const auto digits = [&](std::size_t first, std::size_t last) {
+        return last > first && last - first <= 2 && format.find_first_not_of("0123456789", first) >= last;
+    };
+    if (point == std::string::npos || !digits(1, point) || !digits(point + 1, format.size())) {
+        throw InputError(where + " is '" + format + "', expected a format such as U4.8");
+    }
+}
+
 Session read_session(const std::filesystem::path& file) {
     const toml::table table = parse(file);
     const Section root(&table, file.string(), file.parent_path());
-    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix"});
+    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix", "noise"});
 
     Session session;
     session.file = file;
@@ -314,6 +344,7 @@ Session read_session(const std::filesystem::path& file) {
     const Section white_balance = root.section("white_balance");
     white_balance.allow_only({"window"});
     session.white_balance_window = white_balance.window("window");
+    session.noise = read_noise_settings(root.section("noise"));
     session.matrix = read_matrix_settings(root.section("colour_matrix"));
     return session;
 }

@@ -37,6 +37,17 @@ struct SeriesLevel {
     std::vector<std::filesystem::path> files;
 };
 
+struct NoiseSettings {
+    std::optional<Window> window;  ///< default: the centre, at most 512 x 512
+    int ref_level = 1024;          ///< code at which the level register holds the noise
+    std::string slope_format = "U4.12";
+    std::string level_format = "U10.0";
+    bool progress = false;  ///< on standard error
+};
+
+/// Throws InputError where a register format has no form such as "U4.8".
+void check_noise_format(const std::string& format, const std::string& where);
+
 struct Session {
     std::filesystem::path file;
     Geometry geometry;
@@ -49,6 +60,7 @@ struct Session {
     std::optional<Window> white_balance_window;
     ShadingSettings shading;
     MatrixSettings matrix;
+    NoiseSettings noise;
 };
 
 /// Capture paths are relative to the file's folder. Unknown keys are errors. Throws InputError.
