@@ -397,28 +397,36 @@ CALI_API int32_t cali_lsc_verify(uint32_t** raw, int32_t width, int32_t height, 
 /* ------------------------------------------------------------------------------------------- noise profile ---- */
 
 /*
- * Not built yet. Mean and standard deviation per level and cell position ((column & 1) + 2 (row & 1)).
+ * Mean and standard deviation per level and cell position ((column & 1) + 2 (row & 1)).
  *
  * levels        by value: released before the call returns, in every case, also on -1.
- * count         levels; nframes: frames per level; neither above what the list holds.
- * nch           cell positions, 4 in general.
+ * count         levels; below 1 the list is only released. nframes: frames per level, 0 or more. Neither above what the
+ *               list holds; width * height * nframes at most 2^31 - 1.
+ * nch           cell positions, as many as the frame has or more: 4 in general.
  * means, stds   nch pointers to count floats each, out.
+ *
+ * The sums run in single precision, frame after frame, row by row: beyond 2^24 in a sum every addition rounds, and over
+ * several full frames the deviation comes out visibly wrong. Prefer windows of 512 x 512 (docs/noise.md has figures).
+ * The divisor of the mean is N = width * height * nframes / nch, that of the variance N - 1; N of 1 gives what a
+ * division by zero gives.
  */
 CALI_API int32_t cali_isp_roi_mean_std_calc(LevelList levels, uint32_t width, uint32_t height, int32_t count,
                                             int32_t nch, int32_t nframes, float** means, float** stds);
 
-/* Not built yet. The same with variances. */
+/* The same with variances. */
 CALI_API int32_t cali_isp_roi_mean_var_calc(LevelList levels, uint32_t width, uint32_t height, int32_t count,
                                             int32_t nch, int32_t nframes, float** means, float** vars);
 
-/* Not built yet. Least-squares line through n points. slope and intercept receive the bits of floats. */
+/* Least-squares line through n points, n read as signed. slope and intercept receive the bits of floats; equal x give
+   NaN or infinity. */
 CALI_API int32_t cali_isp_np_lr_calc(const float* x, const float* y, uint32_t n, uint32_t* slope, uint32_t* intercept);
 
 /*
- * Not built yet. Noise line of each channel: standard deviation against mean over a brightness series.
+ * Noise line of each channel: standard deviation against mean over a brightness series.
  *
  * levels            the caller keeps the list. Its frames are MODIFIED: the black levels are subtracted, samples
  *                   limited to 0..4095.
+ * pattern           0..3. Others are taken, but no cell position then has a channel: the lines are NaN.
  * black_gr_rr       serves both GR and RR.
  * slope_*, inter..  out: the bits of floats.
  * reserved          not read.
@@ -430,20 +438,21 @@ CALI_API int32_t cali_isp_np_float_calc(const LevelList* levels, uint32_t width,
                                         uint32_t* slope_gr, uint32_t* intercept_gr, uint32_t* slope_rr,
                                         uint32_t* intercept_rr);
 
-/* Not built yet. Register values of a noise line: the slope with slope_frac_bits fraction bits, the level at ref_level
+/* Register values of a noise line: the slope with slope_frac_bits fraction bits, the level at ref_level
    as a plain integer, each limited to its register's range. reserved_a, reserved_b are not read. */
 CALI_API int32_t cali_isp_np_float_to_fix_calc(float slope, float intercept, int32_t ref_level, int32_t* slope_fix,
                                                int32_t* level_fix, int64_t reserved_a, uint32_t slope_int_bits,
                                                uint32_t slope_frac_bits, int64_t reserved_b, uint32_t level_bits_a,
                                                uint32_t level_bits_b);
 
-/* Not built yet. The same with formats as NUL-terminated texts such as "U4.8", copied on entry. An empty text is the
-   one case in which a C++ exception reaches the caller: std::out_of_range, before any output is written. */
+/* The same with formats as NUL-terminated texts such as "U4.8", copied on entry. A text without "." is rejected. An
+   empty text is the one case in which a C++ exception reaches the caller: std::out_of_range, before any output is
+   written. */
 CALI_API int32_t cali_isp_np_float_to_fix_calc_v2(float slope, float intercept, int32_t ref_level, int32_t* slope_fix,
                                                   int32_t* level_fix, const char* slope_format,
                                                   const char* level_format);
 
-/* Not built yet. As cali_isp_np_float_calc with variances in place of standard deviations. */
+/* As cali_isp_np_float_calc with variances in place of standard deviations; patterns outside 0..3 are rejected. */
 CALI_API int32_t cali_isp_np_float_calc_ainr(const LevelList* levels, uint32_t width, uint32_t height, int32_t count,
                                              int32_t nframes, int32_t pattern, uint32_t black_bb, uint32_t black_gb,
                                              uint32_t black_gr_rr, int64_t reserved, uint32_t* slope_bb,
@@ -451,29 +460,31 @@ CALI_API int32_t cali_isp_np_float_calc_ainr(const LevelList* levels, uint32_t w
                                              uint32_t* slope_gr, uint32_t* intercept_gr, uint32_t* slope_rr,
                                              uint32_t* intercept_rr);
 
-/* Not built yet. As cali_isp_np_float_calc, converted to registers. formats: slope and level format, "U4.8,U8.0". */
+/* As cali_isp_np_float_calc, converted to registers; patterns outside 0..3 are rejected. formats: slope and level
+   format, "U4.8,U8.0". */
 CALI_API int32_t cali_isp_np_fix_calc(const LevelList* levels, uint32_t width, uint32_t height, int32_t count,
                                       int32_t nframes, int32_t pattern, uint32_t black_bb, uint32_t black_gb,
                                       uint32_t black_gr_rr, int32_t ref_level, const char* formats, int32_t* slope_bb,
                                       int32_t* level_bb, int32_t* slope_gb, int32_t* level_gb, int32_t* slope_gr,
                                       int32_t* level_gr, int32_t* slope_rr, int32_t* level_rr);
 
-/* Not built yet. Moves register values to other formats: rounded where bits are dropped, limited to the new range. */
+/* Moves register values to other formats: rounded where bits are dropped, limited to the new range. */
 CALI_API int32_t cali_isp_np_fix_to_fix_calc(int32_t slope_fix, int32_t level_fix, const char* slope_format,
                                              const char* level_format, const char* new_slope_format,
                                              const char* new_level_format, int32_t* new_slope_fix,
                                              int32_t* new_level_fix);
 
-/* Not built yet. The luma line of four channel lines (BB, GB, GR, RR), converted to registers. */
+/* The luma line of four channel lines (BB, GB, GR, RR), converted to registers: noise of 0.299 R + 0.587 G + 0.114 B of
+   independent channels at 17 levels, with a line through it. */
 CALI_API int32_t cali_isp_ynr_np_fix_calc(const float* slopes, const float* intercepts, int32_t ref_level,
                                           const char* slope_format, const char* level_format, int32_t* slope_fix,
                                           int32_t* level_fix);
 
-/* Not built yet. output = clamp(a - b + 2048, 0, 4095), width * height samples. */
+/* output = clamp(a - b + 2048, 0, 4095), width * height samples. */
 CALI_API int32_t cali_isp_diff_img_calc(uint32_t** frame_a, uint32_t** frame_b, uint32_t width, uint32_t height,
                                         uint32_t** output);
 
-/* Not built yet. Standard deviation of each photosite over 2 or more frames; width * height floats. */
+/* Standard deviation of each photosite over 2 or more frames; width * height floats. */
 CALI_API int32_t cali_isp_std_img_calc(uint32_t** frames, int32_t nframes, uint32_t width, uint32_t height,
                                        float* output);
 
