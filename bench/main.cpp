@@ -159,6 +159,7 @@ int main(int argc, char** argv) {
     register_lens_shading();
     register_colour();
     register_noise();
+    register_clut();
     RatioReporter reporter(table);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     print_memory(table);

@@ -65,5 +65,6 @@ void register_exports();
 void register_lens_shading();
 void register_colour();
 void register_noise();
+void register_clut();
 
 }  // namespace cali::bench

@@ -255,22 +255,5 @@ TEST(Rejection, EmptyFramesHaveDefinedEstimates) {
     EXPECT_EQ(call.histograms[0], std::vector<uint32_t>(4096, 0));
 }
 
-/// All arguments 0 or null: writing anything would crash.
-template <typename... Arguments>
-int32_t call_with_zeros(int32_t (*exported)(Arguments...)) {
-    return exported(Arguments{}...);
-}
-
-template <typename... Exports>
-std::vector<int32_t> call_all_with_zeros(Exports... exports) {
-    return {call_with_zeros(exports)...};
-}
-
-TEST(NotBuiltYet, ReturnsMinusOneAndWritesNothing) {
-    const CapturedWarnings warnings;
-    const auto results = call_all_with_zeros(cali_clut_calc, cali_clut_calc_rgb);
-    EXPECT_EQ(results, std::vector<int32_t>(2, -1));
-}
-
 }  // namespace
 }  // namespace cali::test

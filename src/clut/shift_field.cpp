@@ -1,0 +1,256 @@
+#include "clut/shift_field.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace cali::clut {
+namespace {
+
+constexpr int kRounds = 3;
+
+/// Shifts with the weight that they rest on; 0: nothing yet.
+struct Partial {
+    Field shift;
+    std::vector<double> weight;
+
+    explicit Partial(std::size_t size) : shift(size), weight(size) {}
+};
+
+/// Phase 0.
+Partial gather(const Lattice& lattice, std::span<const ShiftCell> cells) {
+    Partial partial(lattice.size());
+    for (const ShiftCell& cell : cells) {
+        const Neighbours around = neighbours_of(lattice, cell.position);
+        for (std::size_t corner = 0; corner < 8; ++corner) {
+            const std::size_t node = lattice.index(around.node[corner]);
+            const double weight = cell.weight * around.weight[corner];
+            partial.weight[node] += weight;
+            for (std::size_t c = 0; c < 3; ++c) {
+                partial.shift[node][c] += weight * cell.shift[c];
+            }
+        }
+    }
+    for (std::size_t i = 0; i < partial.shift.size(); ++i) {
+        if (partial.weight[i] > 0) {
+            for (double& component : partial.shift[i]) {
+                component /= partial.weight[i];
+            }
+        }
+    }
+    return partial;
+}
+
+/// Phase 1: gaps of at most two radii between filled nodes of a line, linearly.
+void interpolate_first_axis(const Lattice& lattice, double radius, Partial& partial) {
+    const int32_t nodes = lattice.axis[0].nodes;
+    const double most = 2 * radius * lattice.axis[0].intervals();
+    for (std::size_t line = 0; line < partial.shift.size(); line += static_cast<std::size_t>(nodes)) {
+        int32_t last = -1;
+        for (int32_t i = 0; i < nodes; ++i) {
+            const std::size_t upper = line + static_cast<std::size_t>(i);
+            if (partial.weight[upper] <= 0) {
+                continue;
+            }
+            for (int32_t k = last + 1; last >= 0 && k < i && i - last <= most; ++k) {
+                const std::size_t lower = line + static_cast<std::size_t>(last);
+                const std::size_t between = line + static_cast<std::size_t>(k);
+                const double t = static_cast<double>(k - last) / (i - last);
+                for (std::size_t c = 0; c < 3; ++c) {
+                    partial.shift[between][c] = partial.shift[lower][c] * (1 - t) + partial.shift[upper][c] * t;
+                }
+                partial.weight[between] = std::min(partial.weight[lower], partial.weight[upper]);
+            }
+            last = i;
+        }
+    }
+}
+
+/// A node within reach of another.
+struct Reach {
+    std::array<int32_t, 3> step;
+    std::ptrdiff_t offset;  ///< in the table, where no axis wraps
+    double nearness;        ///< 1 at the node itself, 0 at the radius
+};
+
+std::vector<Reach> reach_of(const Lattice& lattice, double radius) {
+    std::array<int32_t, 3> most{};
+    for (std::size_t a = 0; a < 3; ++a) {
+        const Axis& axis = lattice.axis[a];
+        most[a] = std::min(static_cast<int32_t>(radius * axis.intervals()),
+                           axis.cyclic ? (axis.nodes - 1) / 2 : axis.nodes - 1);
+    }
+    std::vector<Reach> reach;
+    std::array<int32_t, 3> d{};
+    for (d[2] = -most[2]; d[2] <= most[2]; ++d[2]) {
+        for (d[1] = -most[1]; d[1] <= most[1]; ++d[1]) {
+            for (d[0] = -most[0]; d[0] <= most[0]; ++d[0]) {
+                double squared = 0;
+                std::ptrdiff_t offset = 0;
+                for (std::size_t a = 0; a < 3; ++a) {
+                    const double distance = d[a] / (lattice.axis[a].intervals() * radius);
+                    squared += distance * distance;
+                    offset += d[a] * static_cast<std::ptrdiff_t>(lattice.stride(a));
+                }
+                if (squared < 1) {
+                    reach.push_back({d, offset, (1 - squared) * (1 - squared)});
+                }
+            }
+        }
+    }
+    return reach;
+}
+
+/// Index of the node a step away; nothing outside.
+std::optional<std::size_t> step_from(const Lattice& lattice, const std::array<int32_t, 3>& node, std::size_t index,
+                                     const Reach& reach) {
+    std::ptrdiff_t offset = reach.offset;
+    for (std::size_t a = 0; a < 3; ++a) {
+        const int32_t nodes = lattice.axis[a].nodes;
+        const int32_t to = node[a] + reach.step[a];
+        if (to >= 0 && to < nodes) {
+            continue;
+        }
+        if (!lattice.axis[a].cyclic) {
+            return std::nullopt;
+        }
+        offset += (to < 0 ? nodes : -nodes) * static_cast<std::ptrdiff_t>(lattice.stride(a));
+    }
+    return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(index) + offset);
+}
+
+/// Phase 2: the mean of the filled nodes within the radius, weighted by nearness, times the fall-off from the nearest.
+void fill_from_neighbours(const Lattice& lattice, std::span<const Reach> reach, Partial& partial) {
+    struct Sum {
+        Vector3 shift{};
+        double weight = 0;
+        double nearest = 0;
+    };
+    std::vector<Sum> sums(lattice.size());
+    lattice.for_each_node([&](const std::array<int32_t, 3>& node, std::size_t source) {
+        if (partial.weight[source] <= 0) {
+            return;
+        }
+        const Vector3& shift = partial.shift[source];
+        const double own = std::min(partial.weight[source], 1.0);
+        for (const Reach& step : reach) {
+            const auto target = step_from(lattice, node, source, step);
+            if (!target) {
+                continue;
+            }
+            Sum& sum = sums[*target];
+            const double weight = step.nearness * step.nearness * own;
+            for (std::size_t c = 0; c < 3; ++c) {
+                sum.shift[c] += weight * shift[c];
+            }
+            sum.weight += weight;
+            sum.nearest = std::max(sum.nearest, step.nearness);
+        }
+    });
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        if (sums[i].weight > 0) {
+            for (std::size_t c = 0; c < 3; ++c) {
+                partial.shift[i][c] = sums[i].shift[c] / sums[i].weight * sums[i].nearest;
+            }
+            partial.weight[i] = sums[i].nearest;
+        }
+    }
+}
+
+/// Phase 3: border nodes that nothing reached go on from the node inside them, at half its shift.
+void extrapolate_borders(const Lattice& lattice, Partial& partial) {
+    lattice.for_each_node([&](const std::array<int32_t, 3>& node, std::size_t i) {
+        if (partial.weight[i] > 0) {
+            return;
+        }
+        for (std::size_t a = 0; a < 3; ++a) {
+            const int32_t last = lattice.axis[a].nodes - 1;
+            if (lattice.axis[a].cyclic || (node[a] != 0 && node[a] != last)) {
+                continue;
+            }
+            const std::size_t inner = node[a] == 0 ? i + lattice.stride(a) : i - lattice.stride(a);
+            for (std::size_t c = 0; c < 3 && partial.weight[inner] > 0; ++c) {
+                partial.shift[i][c] = partial.shift[inner][c] / 2;
+            }
+        }
+    });
+}
+
+/// Phases 4 and 5 work on three nodes along each axis in turn; edges repeat.
+template <typename Combine>
+void filter_axes(const Lattice& lattice, Field& field, Combine combine) {
+    for (std::size_t a = 0; a < 3; ++a) {
+        const auto nodes = static_cast<std::size_t>(lattice.axis[a].nodes);
+        const std::size_t stride = lattice.stride(a);
+        const std::size_t around = lattice.axis[a].cyclic ? nodes - 1 : 0;
+        for (std::size_t block = 0; block < field.size(); block += nodes * stride) {
+            for (std::size_t first = block; first < block + stride; ++first) {
+                const Vector3 start = field[first];
+                Vector3 lower = field[first + around * stride];
+                for (std::size_t i = 0; i < nodes; ++i) {
+                    Vector3& node = field[first + i * stride];
+                    const Vector3 own = node;
+                    const Vector3& upper = i + 1 < nodes ? field[first + (i + 1) * stride] : around != 0 ? start : own;
+                    for (std::size_t c = 0; c < 3; ++c) {
+                        node[c] = combine(lower[c], own[c], upper[c]);
+                    }
+                    lower = own;
+                }
+            }
+        }
+    }
+}
+
+double median(double a, double b, double c) { return std::max(std::min(a, b), std::min(std::max(a, b), c)); }
+
+double low_pass(double a, double b, double c) { return 0.25 * a + 0.5 * b + 0.25 * c; }
+
+Field one_round(const Lattice& lattice, std::span<const ShiftCell> cells, const FieldSettings& settings,
+                std::span<const Reach> reach, const PhaseObserver& observer) {
+    Partial partial = gather(lattice, cells);
+    observer(0, partial.shift);
+    interpolate_first_axis(lattice, settings.radius, partial);
+    observer(1, partial.shift);
+    fill_from_neighbours(lattice, reach, partial);
+    observer(2, partial.shift);
+    extrapolate_borders(lattice, partial);
+    observer(3, partial.shift);
+    Field field = std::move(partial.shift);
+    if (settings.postprocess) {
+        filter_axes(lattice, field, median);
+        observer(4, field);
+        filter_axes(lattice, field, low_pass);
+        observer(5, field);
+    }
+    return field;
+}
+
+}  // namespace
+
+Field build_field(const Lattice& lattice, std::span<const ShiftCell> cells, const FieldSettings& settings,
+                  const NeutralMask& mask, const PhaseObserver& observer) {
+    const std::vector<Reach> reach = reach_of(lattice, settings.radius);
+    std::vector<double> kept(lattice.size());
+    lattice.for_each_node(
+        [&](const std::array<int32_t, 3>& node, std::size_t i) { kept[i] = mask(lattice.position(node)); });
+    Field field(lattice.size());
+    std::vector<ShiftCell> left(cells.begin(), cells.end());
+    for (int round = 0; round < kRounds; ++round) {
+        const Field more = one_round(
+            lattice, left, settings, reach, round == 0 ? observer : [](int /*phase*/, const Field& /*field*/) {});
+        for (std::size_t i = 0; i < field.size(); ++i) {
+            for (std::size_t c = 0; c < 3; ++c) {
+                field[i][c] += more[i][c] * kept[i];
+            }
+        }
+        for (std::size_t k = 0; k < left.size(); ++k) {
+            const Vector3 reached = sample_field(lattice, field, cells[k].position);
+            for (std::size_t c = 0; c < 3; ++c) {
+                left[k].shift[c] = cells[k].shift[c] - reached[c];
+            }
+        }
+    }
+    return field;
+}
+
+}  // namespace cali::clut

@@ -1,0 +1,49 @@
+/// Colour look-up tables in fixed point.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "clut/shift_field.h"
+
+namespace cali::clut {
+
+enum class Domain { hsv, rgb };
+
+/// Three integers per node. hsv: hue shift in 1/64 degree, saturation and value scale with 1024 = 1.0. rgb: output
+/// codes, 4095 = 1.0.
+struct Table {
+    Lattice lattice;
+    std::vector<int32_t> value;
+};
+
+/// Encoded colours, each component within 0..1.
+struct ColourCell {
+    Vector3 measured;
+    Vector3 target;
+    double weight;
+};
+
+struct TableSettings {
+    Domain domain = Domain::rgb;
+    std::array<int32_t, 3> nodes{33, 33, 33};
+    double strength = 1;
+    FieldSettings field;
+};
+
+/// What the last step found.
+struct TableReport {
+    int32_t inversions = 0;                ///< neighbours out of order along an axis, before they were resolved
+    double largest_second_difference = 0;  ///< along any axis, of the node's shift in units of its axis
+};
+
+/// Hue wraps, the neutral axis stays, nodes far from any cell stay, neighbouring nodes keep their order along each
+/// axis. Throws std::bad_alloc.
+[[nodiscard]] Table build_table(std::span<const ColourCell> cells, const TableSettings& settings,
+                                const PhaseObserver& observer, TableReport& report);
+
+/// The table without any cell.
+[[nodiscard]] Lattice lattice_of(Domain domain, const std::array<int32_t, 3>& nodes);
+
+}  // namespace cali::clut
