@@ -17,6 +17,7 @@ struct CalibrateOptions {
     ShadingFileOptions files;
     bool pictures = false;
     bool progress = false;
+    bool tables = false;
     OutputOptions output;
 };
 
@@ -113,6 +114,13 @@ void run(const CalibrateOptions& options) {
         results.curve = fit_curve(results.white_balance, session.file, output);
     }
     calibrate_matrices(session, output, results);
+    std::vector<ColourTable> tables;
+    for (const MatrixCalibration& matrix : results.matrices) {
+        if (options.tables) {
+            tables.push_back(calibrate_table(
+                {matrix.file, matrix.illuminant_k, matrix.corrected, matrix.reference, matrix.limited}, {}, output));
+        }
+    }
     if (!session.series.empty()) {
         NoiseSettings settings = session.noise;
         settings.progress = options.progress;
@@ -140,10 +148,16 @@ void run(const CalibrateOptions& options) {
         print_curve(*results.curve);
     }
     print_matrices(results.matrices);
+    std::ranges::for_each(tables, print_table);
     if (results.noise) {
         print_noise(*results.noise);
     }
     std::printf("written: %s\n", file.string().c_str());
+    for (const ColourTable& table : tables) {
+        const std::filesystem::path cube = folder / (table.input.file.stem().string() + ".cube");
+        write_cube(cube, table);
+        std::printf("written: %s\n", cube.string().c_str());
+    }
     if (options.pictures && results.noise) {
         write_noise_plot(folder / "noise.svg", *results.noise);
         std::printf("written: %s\n", (folder / "noise.svg").string().c_str());
@@ -171,6 +185,7 @@ void add_calibrate_command(CLI::App& app) {
     options->files.add_to(*command);
     command->add_flag("--pictures", options->pictures,
                       "also a PNG of each chart's patches and an SVG of the noise beside the results");
+    command->add_flag("--tables", options->tables, "also a colour look-up table per chart, as a .cube file");
     command->add_flag("--progress", options->progress, "show the progress of the noise series also without a terminal");
     options->output.add_to(*command);
     command->footer(

@@ -89,7 +89,7 @@ ChartDifferences differences(const std::vector<Colour>& colours, const std::vect
     return {summarise(lab, wanted, delta_e_1976), summarise(lab, wanted, delta_e_2000)};
 }
 
-std::vector<Colour> apply_matrix(const std::array<float, 9>& matrix, const std::vector<Colour>& colours) {
+std::vector<Colour> apply_matrix(const std::array<float, 9>& matrix, const std::vector<Colour>& colours, int& limited) {
     std::vector<Colour> corrected;
     corrected.reserve(colours.size());
     for (const Colour& in : colours) {
@@ -98,6 +98,7 @@ std::vector<Colour> apply_matrix(const std::array<float, 9>& matrix, const std::
             for (std::size_t c = 0; c < 3; ++c) {
                 out[r] += static_cast<double>(matrix[3 * r + c]) * in[c];
             }
+            limited += out[r] < 0 || out[r] > 1 ? 1 : 0;
             out[r] = std::clamp(out[r], 0.0, 1.0);
         }
         corrected.push_back(out);
@@ -275,7 +276,7 @@ MatrixCalibration calibrate_matrix(Capture& chart, const ChartFrontEnd& front_en
     in_force.red = result.gain_red;
     in_force.blue = result.gain_blue;
     result.measured = measure(normalised, in_force);
-    result.corrected = apply_matrix(result.matrix, result.measured);
+    result.corrected = apply_matrix(result.matrix, result.measured, result.limited);
     result.before = differences(result.measured, result.reference, settings.white_point);
     result.after = differences(result.corrected, result.reference, settings.white_point);
     return result;

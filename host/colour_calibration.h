@@ -39,6 +39,7 @@ struct MatrixCalibration {
     std::vector<Colour> measured;   ///< linear, normalised, white-balanced; 1 = white
     std::vector<Colour> corrected;  ///< by the matrix, within 0..1
     std::vector<Colour> reference;  ///< linear
+    int limited = 0;                ///< components that the matrix pushed out of 0..1
     ChartDifferences before;
     ChartDifferences after;
 };

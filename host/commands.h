@@ -18,6 +18,7 @@ void add_lsc_command(CLI::App& app);
 void add_awb_command(CLI::App& app);
 void add_awb_curve_command(CLI::App& app);
 void add_ccm_command(CLI::App& app);
+void add_clut_command(CLI::App& app);
 void add_noise_command(CLI::App& app);
 void add_calibrate_command(CLI::App& app);
 void add_verify_command(CLI::App& app);

@@ -27,6 +27,7 @@ void describe(CLI::App& app) {
     add_awb_command(app);
     add_awb_curve_command(app);
     add_ccm_command(app);
+    add_clut_command(app);
     add_noise_command(app);
     add_calibrate_command(app);
     add_verify_command(app);

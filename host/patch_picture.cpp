@@ -26,8 +26,7 @@ constexpr std::size_t kHeight = kChartRows * (kCell + kGap) + kGap;
 /// IEC 61966-2-1; dark where it is not a number.
 uint8_t srgb_code(double linear) {
     const double value = linear > 0 ? std::min(linear, 1.0) : 0.0;
-    const double encoded = value <= 0.0031308 ? 12.92 * value : 1.055 * std::pow(value, 1 / 2.4) - 0.055;
-    return static_cast<uint8_t>(std::lround(255 * encoded));
+    return static_cast<uint8_t>(std::lround(255 * srgb_encode(value)));
 }
 
 std::string png_of(const std::vector<uint8_t>& pixels, const std::filesystem::path& file) {

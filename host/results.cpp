@@ -145,10 +145,50 @@ Json matrix_json(const MatrixCalibration& result, const std::filesystem::path& f
         json["matrix"].push_back({result.matrix[r], result.matrix[r + 1], result.matrix[r + 2]});
         json["matrix_q10"].push_back({result.matrix_q10[r], result.matrix_q10[r + 1], result.matrix_q10[r + 2]});
     }
-    json["patches"] = {{"measured", result.measured}, {"corrected", result.corrected}, {"reference", result.reference}};
+    json["patches"] = {{"measured", result.measured},
+                       {"corrected", result.corrected},
+                       {"reference", result.reference},
+                       {"limited_components", result.limited}};
     json["difference_before"] = differences_json(result.before);
     json["difference_after"] = differences_json(result.after);
     return json;
+}
+
+Json table_json(const ColourTable& table, const std::filesystem::path& folder) {
+    Json json = {{"file", relative_name(table.input.file, folder)}};
+    if (table.input.illuminant_k) {
+        json["illuminant_k"] = *table.input.illuminant_k;
+    }
+    json["domain"] = table.settings.domain == TableDomain::rgb ? "rgb" : "hsv";
+    json["nodes"] = table.settings.nodes;
+    json["strength"] = table.settings.strength;
+    json["radius"] = table.settings.radius;
+    json["limited_components"] = table.input.limited;
+    json["de_2000"] = {{"before_mean", table.before.mean},
+                       {"before_worst", table.before.worst},
+                       {"after_mean", table.after.mean},
+                       {"after_worst", table.after.worst},
+                       {"leave_one_out_mean", table.leave_one_out},
+                       {"grey_movement", table.grey_movement}};
+    json["table"] = table.value;
+    return json;
+}
+
+TableInput read_chart(const Json& json) {
+    TableInput input;
+    input.file = json.at("file").get<std::string>();
+    if (json.contains("illuminant_k")) {
+        input.illuminant_k = json.at("illuminant_k").get<double>();
+    }
+    const Json& patches = json.at("patches");
+    input.corrected = patches.at("corrected").get<std::vector<Colour>>();
+    input.reference = patches.at("reference").get<std::vector<Colour>>();
+    input.limited = patches.at("limited_components").get<int>();
+    if (input.corrected.empty() || input.corrected.size() != input.reference.size()) {
+        throw InputError("colour_matrix: patches hold " + std::to_string(input.corrected.size()) + " corrected and " +
+                         std::to_string(input.reference.size()) + " reference colours, expected as many, and some");
+    }
+    return input;
 }
 
 Json noise_line_json(const NoiseLine& line) {
@@ -268,6 +308,9 @@ std::string to_json_text(const Results& results, const std::filesystem::path& fo
     for (const MatrixCalibration& result : results.matrices) {
         json["colour_matrix"].push_back(matrix_json(result, folder));
     }
+    for (const ColourTable& table : results.tables) {
+        json["colour_table"].push_back(table_json(table, folder));
+    }
     if (results.noise) {
         json["noise"] = noise_json(*results.noise);
     }
@@ -303,6 +346,9 @@ StoredResults read_results(const std::filesystem::path& file) {
         }
         for (const Json& entry : json.value("white_balance", Json::array())) {
             stored.white_balance.push_back(read_white_balance(entry));
+        }
+        for (const Json& entry : json.value("colour_matrix", Json::array())) {
+            stored.charts.push_back(read_chart(entry));
         }
         return stored;
     } catch (const Json::exception& problem) {

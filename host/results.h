@@ -8,6 +8,7 @@
 
 #include "calibration.h"
 #include "colour_calibration.h"
+#include "colour_table.h"
 #include "lens_shading.h"
 #include "noise_calibration.h"
 #include "white_balance_curve.h"
@@ -28,6 +29,7 @@ struct Results {
     std::vector<WhiteBalance> white_balance;
     std::optional<CurveResult> curve;
     std::vector<MatrixCalibration> matrices;
+    std::vector<ColourTable> tables;
     std::optional<NoiseResults> noise;
 };
 
@@ -43,6 +45,7 @@ struct StoredResults {
     std::optional<BlackLevels> black_level;
     std::vector<LensShading> lens_shading;  ///< without what was measured
     std::vector<WhiteBalance> white_balance;
+    std::vector<TableInput> charts;
 };
 [[nodiscard]] StoredResults read_results(const std::filesystem::path& file);
 

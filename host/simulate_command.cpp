@@ -149,6 +149,7 @@ Json truth_json(const SimulateOptions& options, const SensorModel& sensor) {
     json["falloff_k4"] = sensor.falloff_k4;
     json["axis_x"] = (sensor.width - 1) / 2.0 + sensor.axis_x;
     json["axis_y"] = (sensor.height - 1) / 2.0 + sensor.axis_y;
+    json["bend"] = sensor.bend;
     json["read_noise_codes"] = sensor.read_noise;
     json["conversion_gain_codes_per_electron"] = sensor.conversion_gain;
     json["camera_of_xyz"] = sensor.camera_of_xyz;
@@ -208,6 +209,11 @@ void add_simulate_command(CLI::App& app) {
         ->check(CLI::Range(kMinIlluminantK, kMaxIlluminantK))
         ->capture_default_str();
     command->add_option("--axis", options->axis, "optical axis, photosites right of and below the centre")->expected(2);
+    command
+        ->add_option("--bend", options->sensor.bend,
+                     "how far chart colours leave a linear response; 0: a matrix can mend them all")
+        ->check(CLI::Range(-1.0, 1.0))
+        ->capture_default_str();
     command->add_option("--read-noise", options->sensor.read_noise, "standard deviation in 12-bit codes")
         ->check(CLI::Range(0.0, 200.0))
         ->capture_default_str();

@@ -23,6 +23,20 @@ Vector3 scaled(const Vector3& colour, double factor) {
     return {std::max(colour[0] * factor, 0.0), std::max(colour[1] * factor, 0.0), std::max(colour[2] * factor, 0.0)};
 }
 
+Vector3 bent(const Vector3& colour, const Vector3& white, double bend) {
+    Vector3 relative{};
+    for (std::size_t c = 0; c < relative.size(); ++c) {
+        relative[c] = colour[c] / white[c];
+    }
+    const auto [least, most] = std::ranges::minmax(relative);
+    const double mean = (relative[0] + relative[1] + relative[2]) / 3;
+    Vector3 result{};
+    for (std::size_t c = 0; c < result.size(); ++c) {
+        result[c] = white[c] * (relative[c] + bend * (relative[c] - mean) * (most - least));
+    }
+    return result;
+}
+
 double exposure_for(const Vector3& white, double level) { return level / *std::ranges::max_element(white); }
 
 /// Which entry of a chart scene a position shows.
@@ -66,7 +80,7 @@ Scene chart_scene(const SensorModel& sensor, double illuminant_k, double level) 
     for (const auto& encoded : kChartSrgb24) {
         const Vector3 linear = {linear_of_srgb(encoded[0]), linear_of_srgb(encoded[1]), linear_of_srgb(encoded[2])};
         const Vector3 xyz = adapt_from_d65(xyz_of_linear_srgb(linear), white_xyz);
-        scene.colours.push_back(scaled(multiply(sensor.camera_of_xyz, xyz), exposure));
+        scene.colours.push_back(scaled(bent(multiply(sensor.camera_of_xyz, xyz), white, sensor.bend), exposure));
     }
     scene.colours.push_back(scaled(white, exposure * kBorderReflectance));
     return scene;

@@ -24,6 +24,9 @@ struct SensorModel {
     /// Light left at distance r from the axis, 1 at the half diagonal: 1 - k2 r^2 - k4 r^4.
     Channels<double> falloff_k2 = {0.38, 0.35, 0.35, 0.33};
     double falloff_k4 = 0.10;
+    /// How far chart colours leave a response that is linear in the reference: colours relative to white move away from
+    /// their mean in proportion to their spread. Greys stay.
+    double bend = 0;
     /// CIE XYZ to camera red, green, blue.
     Matrix3 camera_of_xyz = {{{0.80, -0.15, -0.10}, {-0.30, 1.20, 0.18}, {0.05, -0.05, 0.72}}};
 

@@ -23,7 +23,6 @@
  * Threads    none are created. The white-balance window and curve are process-wide and unsynchronised: call from one
  *            thread at a time. Nothing needs to be initialised or shut down.
  *
- * An export marked "not built yet" returns -1 and writes nothing.
  */
 #ifndef CALI_CALI_H
 #define CALI_CALI_H
@@ -502,14 +501,24 @@ typedef struct ClutSettings {
 } ClutSettings;
 
 /*
- * Not built yet. Look-up table that takes measured colours to their targets, over hue, saturation and value.
- * table: nodes[0] * nodes[1] * nodes[2] * 3 integers, hue fastest: per node the hue shift in 1/64 degree, saturation
- * and value scale with 1024 = 1.0. cell_count: 1 or more, colours within 0..1.
+ * Look-up table that takes measured colours to their targets, over hue, saturation and value (docs/colour-tables.md).
+ *
+ * measured, target  cell_count colours each, encoded sRGB within 0..1. Weights, 0 or more, are those of `measured`.
+ * cell_count        1 or more.
+ * settings          nodes 2..65; strength 0..1; radius above 0, at most 1.
+ * table             out: nodes[0] * nodes[1] * nodes[2] * 3 integers, hue fastest, then saturation, then value: per
+ * node the hue shift in 1/64 degree, saturation and value scale with 1024 = 1.0. Node i of n sits at i / (n - 1) of its
+ * axis, on the hue circle at i / n.
+ *
+ * The neutral axis stays, nodes farther from every cell than the radius stay, neighbouring nodes keep their order along
+ * each axis. Prints how many were out of order before that was mended, and the largest second difference. The
+ * environment variable CLUT_EXPORT_TABLE above 0 writes "clut_input.txt", "clut_phase_0.txt" to "clut_phase_5.txt" and
+ * "clut_phase_final.txt"; CLUT_BYPASS_POSTPROCESS above 0 leaves out phases 4 and 5. Both are echoed where set.
  */
 CALI_API int32_t cali_clut_calc(const ClutCell* measured, const ClutCell* target, int32_t cell_count,
                                 const ClutSettings* settings, int32_t* table);
 
-/* Not built yet. The same over red, green and blue, red fastest: per node the output colour, 0..4095. */
+/* The same over red, green and blue, red fastest: per node the output colour, codes 0..4095. */
 CALI_API int32_t cali_clut_calc_rgb(const ClutCell* measured, const ClutCell* target, int32_t cell_count,
                                     const ClutSettings* settings, int32_t* table);
 

@@ -5,6 +5,10 @@
 
 namespace cali::clut {
 
+Lattice lattice_of(Domain domain, const std::array<int32_t, 3>& nodes) {
+    return {{Axis{nodes[0], domain == Domain::hsv}, Axis{nodes[1], false}, Axis{nodes[2], false}}};
+}
+
 Neighbours neighbours_of(const Lattice& lattice, const Vector3& position) {
     std::array<std::array<int32_t, 2>, 3> node{};
     std::array<double, 3> fraction{};

@@ -55,6 +55,11 @@ struct Lattice {
     }
 };
 
+enum class Domain { hsv, rgb };
+
+/// Hue is cyclic.
+[[nodiscard]] Lattice lattice_of(Domain domain, const std::array<int32_t, 3>& nodes);
+
 /// The eight nodes around a position, with the weights of trilinear interpolation.
 struct Neighbours {
     std::array<std::array<int32_t, 3>, 8> node{};

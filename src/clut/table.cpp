@@ -169,10 +169,6 @@ std::vector<int32_t> to_fixed_point(Domain domain, const Lattice& lattice, const
 
 }  // namespace
 
-Lattice lattice_of(Domain domain, const std::array<int32_t, 3>& nodes) {
-    return {{Axis{nodes[0], domain == Domain::hsv}, Axis{nodes[1], false}, Axis{nodes[2], false}}};
-}
-
 Table build_table(std::span<const ColourCell> cells, const TableSettings& settings, const PhaseObserver& observer,
                   TableReport& report) {
     Table table{lattice_of(settings.domain, settings.nodes), {}};

@@ -9,8 +9,6 @@
 
 namespace cali::clut {
 
-enum class Domain { hsv, rgb };
-
 /// Three integers per node. hsv: hue shift in 1/64 degree, saturation and value scale with 1024 = 1.0. rgb: output
 /// codes, 4095 = 1.0.
 struct Table {
@@ -42,8 +40,5 @@ struct TableReport {
 /// axis. Throws std::bad_alloc.
 [[nodiscard]] Table build_table(std::span<const ColourCell> cells, const TableSettings& settings,
                                 const PhaseObserver& observer, TableReport& report);
-
-/// The table without any cell.
-[[nodiscard]] Lattice lattice_of(Domain domain, const std::array<int32_t, 3>& nodes);
 
 }  // namespace cali::clut

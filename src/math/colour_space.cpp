@@ -7,6 +7,10 @@ float srgb_decode(double encoded) {
     return static_cast<float>(v < 0.04045 ? v / 12.92 : std::exp(std::log((v + 0.055) / 1.055) * 2.4));
 }
 
+double srgb_encode(double linear) {
+    return linear <= 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
+}
+
 const WhitePoint& white_point(int32_t selector) {
     static constexpr WhitePoint kWhite65 = {
         {{{0.4124564, 0.3575761, 0.1804375}, {0.2126729, 0.7151522, 0.072175}, {0.0193339, 0.119192, 0.9503041}}},

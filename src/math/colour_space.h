@@ -16,6 +16,9 @@ inline constexpr int32_t kD65 = 65;
 /// the encoded side; 0.04045 itself takes the power branch.
 [[nodiscard]] float srgb_decode(double encoded);
 
+/// The inverse, in double.
+[[nodiscard]] double srgb_encode(double linear);
+
 /// Colours of one white point.
 struct WhitePoint {
     std::array<Colour, 3> xyz_of_rgb;  ///< rows X, Y, Z

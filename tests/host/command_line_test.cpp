@@ -92,7 +92,8 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
 }
 
 TEST_F(CommandLine, HelpHasExamplesAndVersionIsPrinted) {
-    for (const char* command : {"simulate", "blc", "lsc", "awb", "awb-curve", "ccm", "noise", "calibrate", "verify"}) {
+    for (const char* command :
+         {"simulate", "blc", "lsc", "awb", "awb-curve", "ccm", "clut", "noise", "calibrate", "verify"}) {
         const ProgramRun help = run({command, "--help"});
         EXPECT_EQ(help.status, 0);
         EXPECT_NE(help.out.find(std::string("Examples:\n  cali ") + command), std::string::npos) << help.out;
