@@ -121,6 +121,7 @@ std::vector<SeriesLevel> levels_of_folder(const std::filesystem::path& folder) {
         throw InputError(folder.string() + ": holds no captures (.raw or .pgm), nor folders with any");
     }
     std::vector<SeriesLevel> levels;
+    levels.reserve(groups.size());
     for (auto& [name, files] : groups) {
         levels.push_back({std::move(files)});
     }

@@ -1,5 +1,6 @@
 #include "progress.h"
 
+#include <cmath>
 #include <cstdio>
 
 #ifdef _WIN32
@@ -21,8 +22,8 @@ void Progress::step() {
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     const double rate = static_cast<double>(done_) / (seconds > 1e-9 ? seconds : 1e-9);
-    const auto left = static_cast<int>(static_cast<double>(total_ - done_) / rate + 0.5);
-    (void)std::fprintf(stderr, "\r%zu of %zu frames, %.1f frames/s, %d:%02d left ", done_, total_, rate, left / 60,
+    const auto left = std::lround(static_cast<double>(total_ - done_) / rate);
+    (void)std::fprintf(stderr, "\r%zu of %zu frames, %.1f frames/s, %ld:%02ld left ", done_, total_, rate, left / 60,
                        left % 60);
 }
 
