@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 #include "commands.h"
@@ -10,7 +12,7 @@ namespace {
 
 struct CcmOptions {
     std::string chart;
-    std::string values;
+    std::vector<std::string> values;
     std::string method;
     std::string white;
     std::optional<double> saturation;
@@ -45,6 +47,20 @@ MatrixSettings settings_of(const CcmOptions& options) {
     return settings;
 }
 
+/// What several results files hold together.
+StoredResults read_all(const std::vector<std::string>& files) {
+    StoredResults all = read_results(files.front());
+    for (std::size_t i = 1; i < files.size(); ++i) {
+        StoredResults more = read_results(files[i]);
+        if (!all.black_level) {
+            all.black_level = more.black_level;
+        }
+        std::ranges::move(more.lens_shading, std::back_inserter(all.lens_shading));
+        std::ranges::move(more.white_balance, std::back_inserter(all.white_balance));
+    }
+    return all;
+}
+
 void run(const CcmOptions& options) {
     const MatrixSettings settings = settings_of(options);
     const std::optional<double> light = options.illuminant_k > 0 ? std::optional(options.illuminant_k) : std::nullopt;
@@ -53,7 +69,7 @@ void run(const CcmOptions& options) {
     if (options.values.empty()) {
         std::fprintf(stderr, "cali: no --values: no black level, no lens shading, gains of 1\n");
     } else {
-        front_end = choose_front_end(read_results(options.values), light, settings.method != MatrixMethod::joint);
+        front_end = choose_front_end(read_all(options.values), light, settings.method != MatrixMethod::joint);
     }
     const LibraryOutput output = options.output.output();
     Results results;
@@ -79,7 +95,7 @@ void add_ccm_command(CLI::App& app) {
     command->add_option("CHART", options->chart, "capture of the chart, .raw or .pgm")->required();
     command
         ->add_option("--values", options->values,
-                     "results file with the black level, lens shading and white balance to apply")
+                     "results files with the black level, lens shading and white balance to apply")
         ->type_name("FILE");
     command->add_option("--method", options->method,
                         "lsq (least squares, default), optimised (least colour difference), or joint (least squares, "

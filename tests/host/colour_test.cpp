@@ -67,6 +67,19 @@ TEST_F(ColourChart, MatricesRecoverTheReference) {
     }
     EXPECT_LE(mean_of(optimised, "de_ab_1976"), mean_of(lsq, "de_ab_1976"));
     EXPECT_NE(optimised["matrix"], d50["matrix"]);
+    // Values from several files together are those of one.
+    ASSERT_EQ(run({"awb", "grey_5000K.raw", "--session", "session.toml", "--black-level", "results.json",
+                   "--lens-shading", "results.json", "--illuminant", "5000", "--results", "awb.json"})
+                  .status,
+              0);
+    json parts = results;
+    parts.erase("white_balance");
+    write_text(folder_ / "parts.json", parts.dump());
+    const ProgramRun together = run({"ccm", "chart_5000K.raw", "--session", "session.toml", "--illuminant", "5000",
+                                     "--values", "awb.json", "parts.json"});
+    EXPECT_EQ(together.status, 0);
+    EXPECT_EQ(together.err, "");
+    EXPECT_EQ(read_json(folder_ / "ccm.json")["colour_matrix"][0]["matrix"], lsq["matrix"]);
     // The joint method's gains come from the chart, the others' from the grey card.
     EXPECT_NE(joint["gain_q10"], lsq["gain_q10"]);
     EXPECT_NEAR(joint["gain_q10"]["red"].get<double>() / lsq["gain_q10"]["red"].get<double>(), 1, 0.01);
