@@ -75,31 +75,31 @@ std::vector<uint32_t> cut(const Capture& frame, const Window& window, const Blac
     return samples;
 }
 
-/// Statistics of one level through an export; positions become channels.
-template <typename Measure>
-void measure_level(Measure measure, const char* name, std::vector<std::vector<uint32_t>>& frames, const Window& window,
-                   int pattern, const std::filesystem::path& file, const LibraryOutput& output, Channels<float>& mean,
-                   Channels<float>& spread) {
+/// Statistics of one level; positions become channels. The deviation's export takes the same root, of the same sums.
+void measure_level(std::vector<std::vector<uint32_t>>& frames, const Window& window, int pattern,
+                   const std::filesystem::path& file, const LibraryOutput& output, NoiseLevel& level) {
     std::vector<uint32_t*> pointers;
     pointers.reserve(frames.size());
     std::ranges::transform(frames, std::back_inserter(pointers), [](auto& frame) { return frame.data(); });
-    LevelListOwner owner({pointers});
+    const LevelListOwner owner({pointers});
     std::array<float, 4> means{};
-    std::array<float, 4> spreads{};
+    std::array<float, 4> variances{};
     std::array<float*, 4> mean_pointers = {&means[0], &means[1], &means[2], &means[3]};
-    std::array<float*, 4> spread_pointers = {&spreads[0], &spreads[1], &spreads[2], &spreads[3]};
-    require_accepted(output.call(name,
-                                 [&] {
-                                     return measure(owner.copy(), static_cast<uint32_t>(window.width),
-                                                    static_cast<uint32_t>(window.height), 1, 4,
-                                                    static_cast<int32_t>(frames.size()), mean_pointers.data(),
-                                                    spread_pointers.data());
-                                 }),
-                     name, file);
+    std::array<float*, 4> variance_pointers = {&variances[0], &variances[1], &variances[2], &variances[3]};
+    constexpr const char* kName = "cali_isp_roi_mean_var_calc";
+    require_accepted(
+        output.call(kName,
+                    [&] {
+                        return cali_isp_roi_mean_var_calc(
+                            owner.copy(), static_cast<uint32_t>(window.width), static_cast<uint32_t>(window.height), 1,
+                            4, static_cast<int32_t>(frames.size()), mean_pointers.data(), variance_pointers.data());
+                    }),
+        kName, file);
     for (uint32_t position = 0; position < 4; ++position) {
         const auto channel = static_cast<std::size_t>(RR - bayer_channel(pattern, position >> 1U, position & 1U));
-        mean[channel] = means[position];
-        spread[channel] = spreads[position];
+        level.mean[channel] = means[position];
+        level.variance[channel] = variances[position];
+        level.deviation[channel] = std::sqrt(variances[position]);
     }
 }
 
@@ -244,11 +244,7 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
                                    " of the samples are at full scale or not above black, expected at most " +
                                    percent(kMostClipped));
         }
-        Channels<float> again{};
-        measure_level(cali_isp_roi_mean_std_calc, "cali_isp_roi_mean_std_calc", frames, results.window, capture.pattern,
-                      files[0], output, level.mean, level.deviation);
-        measure_level(cali_isp_roi_mean_var_calc, "cali_isp_roi_mean_var_calc", frames, results.window, capture.pattern,
-                      files[0], output, again, level.variance);
+        measure_level(frames, results.window, capture.pattern, files[0], output, level);
         results.levels.push_back(std::move(level));
     }
     progress.finish();
