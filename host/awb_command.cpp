@@ -73,7 +73,7 @@ void add_awb_command(CLI::App& app) {
         ->expected(4)
         ->check(CLI::Range(0, kMaxSide));
     command->add_option("--illuminant", options->illuminant_k, "colour temperature of the light, in kelvin")
-        ->check(CLI::Range(1000.0, 40000.0));
+        ->check(NumberRange(1000.0, 40000.0));
     command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();
     options->geometry.add_to(*command);
     options->output.add_to(*command);

@@ -102,14 +102,14 @@ void add_ccm_command(CLI::App& app) {
                         "white balance from the chart's greys)");
     command->add_option("--white", options->white, "white of the colour differences: D65 (default) or D50");
     command->add_option("--saturation", options->saturation, "factor of the optimised method; default 1")
-        ->check(CLI::Range(0.0, 4.0));
+        ->check(NumberRange(0.0, 4.0));
     command
         ->add_option("--corners", options->corners,
                      "the chart's corners by its patches 1, 6, 24 and 19, as X Y four times; default: the session's "
                      "windows or corners, or a chart that fills the frame")
         ->expected(8);
     command->add_option("--illuminant", options->illuminant_k, "colour temperature of the light, in kelvin")
-        ->check(CLI::Range(1000.0, 40000.0));
+        ->check(NumberRange(1000.0, 40000.0));
     command->add_option("--picture", options->picture, "PNG of the patches: measured, corrected and reference")
         ->type_name("FILE");
     command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();

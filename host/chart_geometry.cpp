@@ -264,14 +264,11 @@ Orientation find_orientation(std::span<const Colour> measured) {
         return {srgb_decode(encoded[0]), srgb_decode(encoded[1]), srgb_decode(encoded[2])};
     });
     Orientation best;
-    double best_score = 0;
     for (int index = 0; index < kOrientations; ++index) {
         const auto order = reading_order(index);
-        const double fit = score(features_of([&](std::size_t patch) { return measured[order[patch]]; }), reference) +
-                           (index == 0 ? kUprightBonus : 0);
-        if (index == 0 || fit > best_score) {
-            best = {index, kNames[static_cast<std::size_t>(index)]};
-            best_score = fit;
+        const double fit = score(features_of([&](std::size_t patch) { return measured[order[patch]]; }), reference);
+        if (index == 0 || fit > best.score + (best.index == 0 ? kUprightBonus : 0)) {
+            best = {index, kNames[static_cast<std::size_t>(index)], fit};
         }
     }
     return best;

@@ -31,6 +31,7 @@ using Corners = std::array<Point, 4>;
 struct Orientation {
     int index = 0;
     const char* name = "upright";
+    double score = 0;  ///< mean correlation of brightness and colour ratios with the reference, at most 1
 };
 
 inline constexpr int kOrientations = 8;

@@ -19,26 +19,11 @@ struct ClutOptions {
     OutputOptions output;
 };
 
-const TableInput& choose_chart(const StoredResults& stored, double illuminant_k) {
-    std::string known;
-    for (const TableInput& input : stored.charts) {
-        if (illuminant_k == 0 ? stored.charts.size() == 1 : input.illuminant_k == illuminant_k) {
-            return input;
-        }
-        known +=
-            (known.empty() ? "" : ", ") + (input.illuminant_k ? std::to_string(std::lround(*input.illuminant_k)) + " K"
-                                                              : input.file.generic_string() + " (no light given)");
-    }
-    if (known.empty()) {
-        throw InputError(stored.file.string() +
-                         ": holds no colour matrix, expected results of cali ccm or of cali calibrate with a chart");
-    }
-    throw InputError(stored.file.string() + ": holds colour matrices for " + known + "; choose one with --illuminant");
-}
-
 void run(ClutOptions options) {
     const StoredResults stored = read_results(options.source);
-    const TableInput& input = choose_chart(stored, options.illuminant_k);
+    const std::optional<double> light = options.illuminant_k > 0 ? std::optional(options.illuminant_k) : std::nullopt;
+    const TableInput& input = choose_by_light(stored.charts, light, stored.file, "colour matrix",
+                                              "results of cali ccm, or of cali calibrate with a chart");
     options.settings.domain = options.domain == "rgb" ? TableDomain::rgb : TableDomain::hsv;
     if (options.settings.domain == TableDomain::hsv && !options.cube.empty()) {
         throw InputError("--cube takes the rgb domain, found --domain hsv");
@@ -68,7 +53,7 @@ void add_clut_command(CLI::App& app) {
     CLI::App* command = app.add_subcommand("clut", "Colour look-up table for what a colour matrix leaves");
     command->add_option("RESULTS", options->source, "results file with a colour matrix")->required();
     command->add_option("--illuminant", options->illuminant_k, "light whose matrix is meant, in kelvin")
-        ->check(CLI::Range(1000.0, 40000.0));
+        ->check(NumberRange(1000.0, 40000.0));
     command->add_option("--domain", options->domain, "rgb, or hsv")
         ->check(CLI::IsMember({"rgb", "hsv"}))
         ->capture_default_str();
@@ -76,10 +61,10 @@ void add_clut_command(CLI::App& app) {
         ->check(CLI::Range(2, 65))
         ->capture_default_str();
     command->add_option("--strength", options->settings.strength, "share of the correction")
-        ->check(CLI::Range(0.0, 1.0))
+        ->check(NumberRange(0.0, 1.0))
         ->capture_default_str();
     command->add_option("--radius", options->settings.radius, "reach of a patch, in units of the axes")
-        ->check(CLI::Range(0.001, 1.0))
+        ->check(NumberRange(0.001, 1.0))
         ->capture_default_str();
     command->add_option("--cube", options->cube, "the rgb table as a .cube file")->type_name("FILE");
     command->add_option("--picture", options->picture, "PNG of the patches: before, after and reference")

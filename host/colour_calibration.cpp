@@ -13,6 +13,7 @@ namespace cali::host {
 namespace {
 
 constexpr std::array<const char*, 3> kMethodNames = {"lsq", "optimised", "joint"};
+constexpr double kLeastScore = 0.5;     ///< of the chart's best orientation
 constexpr double kMostClipped = 0.01;   ///< share of the windows' samples
 constexpr double kLeastLight = 200;     ///< codes of the brightest patch's green above black
 constexpr std::size_t kFirstGrey = 19;  ///< between white and black
@@ -135,6 +136,14 @@ void require_usable(const Capture& chart, const Windows& windows, const std::vec
         throw CalibrationError(chart.file.string() + text);
     }
     const Orientation orientation = find_orientation(measured);
+    if (orientation.score < kLeastScore) {
+        (void)std::snprintf(
+            text, sizeof text,
+            ": shows no 24-patch chart in its windows: their colours correlate with its by %.2f at best, "
+            "expected %.1f or more",
+            orientation.score, kLeastScore);
+        throw CalibrationError(chart.file.string() + text);
+    }
     if (orientation.index != 0) {
         throw CalibrationError(chart.file.string() + ": the chart is " + orientation.name +
                                ", expected upright with dark skin top left: check the windows or corners");

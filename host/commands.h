@@ -23,6 +23,12 @@ void add_noise_command(CLI::App& app);
 void add_calibrate_command(CLI::App& app);
 void add_verify_command(CLI::App& app);
 
+/// Numbers within limits, and nothing else: CLI::Range lets NaN pass.
+class NumberRange : public CLI::Validator {
+public:
+    NumberRange(double low, double high);
+};
+
 /// --session, --size, --pattern and --bits, as commands on single captures take them.
 class GeometryOptions {
 public:

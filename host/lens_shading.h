@@ -11,6 +11,7 @@
 
 #include "calibration.h"
 #include "core/register_text.h"
+#include "error.h"
 #include "shading_settings.h"
 #include "uniformity.h"
 
@@ -51,6 +52,26 @@ void require_flat(const Capture& flat, const BlackLevels& black_level, bool forc
 [[nodiscard]] WhiteBalance balance_grey_card(Capture& grey, std::optional<double> illuminant_k,
                                              const BlackLevels& black_level, const std::vector<LensShading>& shading,
                                              const Window& window, const LibraryOutput& output);
+
+/// The only entry, or the one of a light; `what` speaks of the entries. Throws InputError, which names the lights.
+template <typename Lit>
+[[nodiscard]] const Lit& choose_by_light(const std::vector<Lit>& entries, std::optional<double> illuminant_k,
+                                         const std::filesystem::path& file, const std::string& what,
+                                         const std::string& expected) {
+    std::string known;
+    for (const Lit& entry : entries) {
+        if (!illuminant_k ? entries.size() == 1 : entry.illuminant_k == illuminant_k) {
+            return entry;
+        }
+        known +=
+            (known.empty() ? "" : ", ") + (entry.illuminant_k ? std::to_string(std::lround(*entry.illuminant_k)) + " K"
+                                                              : entry.file.generic_string() + " (no light given)");
+    }
+    if (known.empty()) {
+        throw InputError(file.string() + ": holds no " + what + ", expected " + expected);
+    }
+    throw InputError(file.string() + ": holds " + what + " for " + known + "; choose one with --illuminant");
+}
 
 /// The entry whose light is nearest (by reciprocal temperature); the first where lights are unknown, none of none.
 template <typename Lit>

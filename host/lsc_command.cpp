@@ -70,7 +70,7 @@ void add_lsc_command(CLI::App& app) {
     command->add_option("--type", options->type, "what the gains correct: chroma_and_luma (default), chroma or luma");
     command->add_flag("--denoise,!--no-denoise", options->denoise, "clean noise and dust before filtering");
     command->add_option("--illuminant", options->illuminant_k, "colour temperature of the light, in kelvin")
-        ->check(CLI::Range(1000.0, 40000.0));
+        ->check(NumberRange(1000.0, 40000.0));
     command->add_flag("--force", options->force, "calibrate on a capture that is no flat field, after saying why not");
     command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();
     options->files.add_to(*command);

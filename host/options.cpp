@@ -1,6 +1,19 @@
 #include "commands.h"
 
+#include <sstream>
+
 namespace cali::host {
+
+NumberRange::NumberRange(double low, double high) {
+    std::ostringstream limits;
+    limits << low << " to " << high;
+    description("NUMBER in " + limits.str());
+    func_ = [low, high, limits = limits.str()](std::string& text) {
+        double value = 0;
+        const bool inside = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
+        return inside ? std::string() : "Value " + text + " not in range " + limits;
+    };
+}
 
 void GeometryOptions::add_to(CLI::App& command) {
     command.add_option("--session", session_, "session file that tells the geometry (docs/session.md)")

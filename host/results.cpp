@@ -277,11 +277,6 @@ WhiteBalance read_white_balance(const Json& json) {
     return result;
 }
 
-std::string light_name(const WhiteBalance& entry) {
-    return entry.illuminant_k ? std::to_string(std::lround(*entry.illuminant_k)) + " K"
-                              : entry.file.generic_string() + " (no light given)";
-}
-
 }  // namespace
 
 std::string to_json_text(const Results& results, const std::filesystem::path& folder) {
@@ -357,19 +352,8 @@ StoredResults read_results(const std::filesystem::path& file) {
 }
 
 WhiteBalance choose_white_balance(const StoredResults& stored, std::optional<double> illuminant_k) {
-    std::string known;
-    for (const WhiteBalance& entry : stored.white_balance) {
-        if (!illuminant_k ? stored.white_balance.size() == 1 : entry.illuminant_k == illuminant_k) {
-            return entry;
-        }
-        known += (known.empty() ? "" : ", ") + light_name(entry);
-    }
-    if (known.empty()) {
-        throw InputError(stored.file.string() +
-                         ": holds no white balance, expected results of cali calibrate with a "
-                         "grey card; --stage black-level does without");
-    }
-    throw InputError(stored.file.string() + ": holds white balance for " + known + "; choose one with --illuminant");
+    return choose_by_light(stored.white_balance, illuminant_k, stored.file, "white balance",
+                           "results of cali awb, or of cali calibrate with a grey card");
 }
 
 ChartFrontEnd choose_front_end(const StoredResults& stored, std::optional<double> illuminant_k, bool with_gains) {

@@ -248,7 +248,11 @@ MatrixSettings read_matrix_settings(const Section& section) {
     if (const auto white = section.text("white")) {
         settings.white_point = parse_white_point(*white, section.where("white"));
     }
-    settings.saturation = static_cast<float>(section.number("saturation").value_or(1.0));
+    const double saturation = section.number("saturation").value_or(settings.saturation);
+    if (!(saturation >= 0 && saturation <= 4)) {
+        throw InputError(section.where("saturation") + " is " + std::to_string(saturation) + ", expected 0 to 4");
+    }
+    settings.saturation = static_cast<float>(saturation);
     if (const auto rows = section.number_rows("windows", kChartPatches, 4, "24 lists of [x, y, width, height]")) {
         std::array<RoiRect, kChartPatches> windows{};
         std::ranges::transform(*rows, windows.begin(), [](const std::vector<double>& row) {
@@ -313,8 +317,10 @@ void check_noise_format(const std::string& format, const std::string& where) {
     const auto digits = [&](std::size_t first, std::size_t last) {
         return last > first && last - first <= 2 && format.find_first_not_of("0123456789", first) >= last;
     };
-    if (point == std::string::npos || !digits(1, point) || !digits(point + 1, format.size())) {
-        throw InputError(where + " is '" + format + "', expected a format such as U4.8");
+    constexpr int kMostBits = 31;
+    const bool formed = point != std::string::npos && digits(1, point) && digits(point + 1, format.size());
+    if (!formed || std::stoi(format.substr(1)) + std::stoi(format.substr(point + 1)) > kMostBits) {
+        throw InputError(where + " is '" + format + "', expected a format such as U4.8 of at most 31 bits");
     }
 }
 

@@ -206,19 +206,19 @@ void add_simulate_command(CLI::App& app) {
         ->check(CLI::IsMember({"raw", "pgm", "both"}))
         ->capture_default_str();
     command->add_option("--illuminants", options->illuminants, "colour temperatures in kelvin")
-        ->check(CLI::Range(kMinIlluminantK, kMaxIlluminantK))
+        ->check(NumberRange(kMinIlluminantK, kMaxIlluminantK))
         ->capture_default_str();
     command->add_option("--axis", options->axis, "optical axis, photosites right of and below the centre")->expected(2);
     command
         ->add_option("--bend", options->sensor.bend,
                      "how far chart colours leave a linear response; 0: a matrix can mend them all")
-        ->check(CLI::Range(-1.0, 1.0))
+        ->check(NumberRange(-1.0, 1.0))
         ->capture_default_str();
     command->add_option("--read-noise", options->sensor.read_noise, "standard deviation in 12-bit codes")
-        ->check(CLI::Range(0.0, 200.0))
+        ->check(NumberRange(0.0, 200.0))
         ->capture_default_str();
     command->add_option("--conversion-gain", options->sensor.conversion_gain, "12-bit codes per electron")
-        ->check(CLI::Range(0.0, 100.0))
+        ->check(NumberRange(0.0, 100.0))
         ->capture_default_str();
     command->add_option("--dark-frames", options->dark_frames, "how many")
         ->check(CLI::Range(1, 999))

@@ -68,7 +68,7 @@ void add_verify_command(CLI::App& app) {
         ->check(CLI::IsMember({"black-level", "white-balance"}))
         ->capture_default_str();
     command->add_option("--illuminant", options->illuminant_k, "light whose gains are applied, in kelvin")
-        ->check(CLI::Range(1000.0, 40000.0));
+        ->check(NumberRange(1000.0, 40000.0));
     options->geometry.add_to(*command);
     options->output.add_to(*command);
     command->footer(

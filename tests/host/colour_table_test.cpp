@@ -93,7 +93,7 @@ TEST_F(ColourTable, WrongInputIsNamed) {
     write_text(folder_ / "none.json", "{\"schema\": 1}");
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{"clut", "none.json"}, "none.json: holds no colour matrix"},
-        {{"clut", "results.json"}, "holds colour matrices for 5000 K, 6500 K; choose one with --illuminant"},
+        {{"clut", "results.json"}, "holds colour matrix for 5000 K, 6500 K; choose one with --illuminant"},
         {{"clut", "results.json", "--illuminant", "5000", "--nodes", "66"}, "--nodes"},
         {{"clut", "results.json", "--illuminant", "5000", "--domain", "lab"}, "--domain"},
         {{"clut", "results.json", "--illuminant", "5000", "--domain", "hsv", "--cube", "t.cube"},

@@ -121,11 +121,14 @@ TEST_F(ColourChart, ThatIsUnusableIsNamed) {
     expect_refusal([&](int x, int y) { return sample(958 - (x & ~1) + (x & 1), y); },
                    "the chart is mirrored left to right");
     expect_refusal([&](int x, int y) { return sample(x, y) * 4; }, "20.8 % of the chart's samples are clipped");
+    expect_refusal([&](int x, int y) { return 1000U + static_cast<uint32_t>(x * 31 + y * 17) % 200; },
+                   "shows no 24-patch chart in its windows");
     expect_refusal([&](int x, int y) { return sample(x, y) / 40; }, "too dark: the brightest patch stands ");
 }
 
 TEST_F(ColourChart, OptionsAreChecked) {
     write_text(folder_ / "windows.toml", "[colour_matrix]\nwindows = [[0, 0, 4]]\n");
+    write_text(folder_ / "saturation.toml", "[colour_matrix]\nsaturation = nan\n");
     write_text(folder_ / "corners.toml",
                "[sensor]\nwidth = 960\nheight = 640\npattern = \"RGGB\"\nbits = 12\n"
                "[colour_matrix]\ncorners = [[0, 0], [2000, 0], [2000, 600], [0, 600]]\n");
@@ -143,6 +146,8 @@ TEST_F(ColourChart, OptionsAreChecked) {
          "corners"},
         {{"ccm", "chart_5000K.raw", "--session", "session.toml", "--values", "two.json"},
          "holds white balance for 3000 K, 6000 K; choose one with --illuminant"},
+        {{"ccm", "chart_5000K.raw", "--session", "session.toml", "--saturation", "nan"}, "nan not in range 0 to 4"},
+        {{"ccm", "chart_5000K.raw", "--session", "saturation.toml"}, "saturation is nan, expected 0 to 4"},
         {{"awb-curve", "two.json"}, "two.json: white balance for 2 lights of known temperature, expected 3 to 7"},
     };
     for (const auto& [arguments, expected] : cases) {

@@ -169,6 +169,7 @@ TEST_F(NoiseSeries, ThatIsUnusableIsNamed) {
         {{"empty", "--level", "series_1_*.raw"}, "both a folder and --level"},
         {{"--window", "0", "0", "321", "240"}, "the window [0, 0, 321, 240], expected even numbers inside"},
         {{"--slope-format", "U4"}, "--slope-format is 'U4', expected a format such as U4.8"},
+        {{"--level-format", "U20.12"}, "--level-format is 'U20.12', expected a format such as U4.8 of at most 31 bits"},
         {{"--level", "series_1_*.raw", "--level", "bright.pgm"},
          "level 2 (bright.pgm): 100.0 % of the samples are at full"},
         {{"--level", "series_1_*.raw", "--level", "dark_?.raw"}, "level 2 (dark_1.raw): "},
