@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "chart_geometry.h"
+#include "choice.h"
 #include "core/channel.h"
 #include "core/chart_windows.h"
 #include "error.h"
@@ -25,12 +26,11 @@ using Windows = std::array<RoiRect, kChartPatches>;
 /// Calls `use(colour, sample)` for every sample of a window.
 template <typename Use>
 void for_each_sample(const std::vector<uint32_t>& samples, const Capture& geometry, const RoiRect& window, Use use) {
-    constexpr std::array<std::size_t, kChannels> kColour = {2, 1, 1, 0};
     for (int y = window.y; y < window.y + window.h; ++y) {
         for (int x = window.x; x < window.x + window.w; ++x) {
             const Channel channel = bayer_channel(geometry.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
-            use(kColour[channel], samples[static_cast<std::size_t>(y) * static_cast<std::size_t>(geometry.width) +
-                                          static_cast<std::size_t>(x)]);
+            use(colour_of(channel), samples[static_cast<std::size_t>(y) * static_cast<std::size_t>(geometry.width) +
+                                            static_cast<std::size_t>(x)]);
         }
     }
 }
@@ -218,18 +218,13 @@ int fit_optimised(Capture& chart, const ChartFrontEnd& front_end, const Windows&
 const char* matrix_method_name(MatrixMethod method) { return kMethodNames[static_cast<std::size_t>(method)]; }
 
 MatrixMethod parse_matrix_method(const std::string& text, const std::string& where) {
-    const auto at = std::ranges::find(kMethodNames, text);
-    if (at == kMethodNames.end()) {
-        throw InputError(where + " is '" + text + "', expected lsq, optimised or joint");
-    }
-    return static_cast<MatrixMethod>(at - kMethodNames.begin());
+    return parse_choice<MatrixMethod>(kMethodNames, text, where);
 }
 
 int parse_white_point(const std::string& text, const std::string& where) {
-    if (text != "D65" && text != "D50") {
-        throw InputError(where + " is '" + text + "', expected D65 or D50");
-    }
-    return text == "D65" ? 65 : 50;
+    constexpr std::array<const char*, 2> kNames = {"D65", "D50"};
+    constexpr std::array<int, 2> kSelectors = {kD65, 50};
+    return kSelectors[parse_choice<std::size_t>(kNames, text, where)];
 }
 
 std::array<RoiRect, kChartPatches> chart_windows(const ChartPlace& place, const Capture& chart) {

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "choice.h"
 #include "error.h"
 #include "noise_calibration.h"
 
@@ -305,11 +306,7 @@ toml::table parse(const std::filesystem::path& file) {
 const char* method_name(BlackLevelMethod method) { return kMethodNames[static_cast<std::size_t>(method)]; }
 
 BlackLevelMethod parse_method(const std::string& text, const std::string& where) {
-    const auto at = std::ranges::find(kMethodNames, text);
-    if (at == kMethodNames.end()) {
-        throw InputError(where + " is '" + text + "', expected median, mean or mean_deviation");
-    }
-    return static_cast<BlackLevelMethod>(at - kMethodNames.begin());
+    return parse_choice<BlackLevelMethod>(kMethodNames, text, where);
 }
 
 void check_noise_format(const std::string& format, const std::string& where) {

@@ -1,8 +1,8 @@
 #include "shading_settings.h"
 
-#include <algorithm>
 #include <array>
 
+#include "choice.h"
 #include "core/mesh_shading.h"
 #include "error.h"
 #include "geometry.h"
@@ -18,11 +18,7 @@ constexpr int kLeastGridSide = 4;
 const char* shading_type_name(ShadingType type) { return kTypeNames[static_cast<std::size_t>(type)]; }
 
 ShadingType parse_shading_type(const std::string& text, const std::string& where) {
-    const auto at = std::ranges::find(kTypeNames, text);
-    if (at == kTypeNames.end()) {
-        throw InputError(where + " is '" + text + "', expected chroma_and_luma, chroma or luma");
-    }
-    return static_cast<ShadingType>(at - kTypeNames.begin());
+    return parse_choice<ShadingType>(kTypeNames, text, where);
 }
 
 void ShadingSettings::set_grid(int64_t new_cols, int64_t new_rows, const std::string& where) {

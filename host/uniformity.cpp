@@ -21,7 +21,6 @@ int block_count(int wanted, int cells) {
 
 BlockMeans block_means(std::span<const uint32_t> samples, int width, int height, int pattern,
                        const Channels<uint32_t>& black) {
-    constexpr std::array<std::size_t, kChannels> kColour = {2, 1, 1, 0};
     const PerChannel<uint32_t> offset =
         PerChannel<uint32_t>::from_red_first(black[kRR], black[kGR], black[kGB], black[kBB]);
     const int cells_x = width / 2;
@@ -36,7 +35,8 @@ BlockMeans block_means(std::span<const uint32_t> samples, int width, int height,
         for (int x = 0; x < cells_x * 2; ++x) {
             const Channel channel = bayer_channel(pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
             const std::size_t block = block_row + static_cast<std::size_t>(x / 2 * means.cols / cells_x);
-            means.colour[block][kColour[channel]] += static_cast<double>(row[x]) - static_cast<double>(offset[channel]);
+            means.colour[block][colour_of(channel)] +=
+                static_cast<double>(row[x]) - static_cast<double>(offset[channel]);
             cells[block] += 0.25;
         }
     }

@@ -68,8 +68,8 @@ int32_t cali_awb_calc(uint32_t** frame, int32_t width, uint32_t height, int32_t 
         if (!check.ok()) {
             return kRejected;
         }
-        const BlackLevel black_level{PerChannel<uint32_t>::from_red_first(offset_rr, offset_gr, offset_gb, offset_bb),
-                                     PerChannel<float>::from_red_first(gain_rr, gain_gr, gain_gb, gain_bb)};
+        const BlackLevel black_level = BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                                  {gain_rr, gain_gr, gain_gb, gain_bb});
         const awb::ColourSums sums = awb::measure_window(front.view(), black_level, front.grids, window);
         const awb::GainRegisters gains = awb::gains_from_sums(sums, window);
         *gain_r = gains.red;
@@ -98,8 +98,8 @@ int32_t cali_awb_verify(uint32_t** frame, int32_t width, uint32_t height, int32_
         if (front.empty()) {
             return kOk;
         }
-        const BlackLevel black_level{PerChannel<uint32_t>::from_red_first(offset_rr, offset_gr, offset_gb, offset_bb),
-                                     PerChannel<float>::from_red_first(gain_rr, gain_gr, gain_gb, gain_bb)};
+        const BlackLevel black_level = BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                                  {gain_rr, gain_gr, gain_gb, gain_bb});
         awb::correct_frame(front.view(), black_level, front.grids, {gain_r, gain_b}, *output);
         return kOk;
     });

@@ -233,8 +233,8 @@ int32_t cali_blc_verify(uint32_t** frame, uint32_t width, uint32_t height, uint3
         if (module_state().debug.blc_report) {
             picture.emplace(input.width, input.height);
         }
-        const BlackLevelStage stage({PerChannel<uint32_t>::from_red_first(offset_rr, offset_gr, offset_gb, offset_bb),
-                                     PerChannel<float>::from_red_first(gain_rr, gain_gr, gain_gb, gain_bb)},
+        const BlackLevelStage stage(BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                               {gain_rr, gain_gr, gain_gb, gain_bb}),
                                     input.pattern);
         const RawFrame corrected{*output, input.width, input.height, input.pattern};
         for (int32_t y = 0; y < input.height; ++y) {

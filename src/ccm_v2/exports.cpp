@@ -32,10 +32,9 @@ void choose_shading(ArgumentCheck& check, const CcmLensShading& shading, FrontEn
 }
 
 BlackLevel black_level_of(const CcmPreprocess& preprocess) {
-    const float* const gain = preprocess.gain;
-    const auto code = [&](std::size_t i) { return static_cast<uint32_t>(preprocess.offset[i]); };
-    return {PerChannel<uint32_t>::from_red_first(code(0), code(1), code(2), code(3)),
-            PerChannel<float>::from_red_first(gain[0], gain[1], gain[2], gain[3])};
+    std::array<uint32_t, 4> offset{};
+    std::ranges::transform(preprocess.offset, offset.begin(), [](int32_t code) { return static_cast<uint32_t>(code); });
+    return BlackLevel::from_red_first(offset, std::to_array(preprocess.gain));
 }
 
 WbGains gains_of(int64_t red, int64_t blue) {

@@ -2,11 +2,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "cali/cali.h"
 #include "clut/table.h"
+#include "core/debug_file.h"
 #include "core/export_call.h"
 
 namespace cali::clut {
@@ -14,11 +14,6 @@ namespace {
 
 constexpr int32_t kLeastNodes = 2;
 constexpr int32_t kMostNodes = 65;
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
 
 /// An environment variable read as a decimal number; echoed where it is set.
 bool is_enabled(const char* name) {
@@ -64,7 +59,7 @@ void check_settings(ArgumentCheck& check, const ClutSettings* settings) {
 /// One node per line: its numbers along the axes, then what is stored.
 template <typename Value>
 void dump(const char* name, const Lattice& lattice, const char* format, Value value) {
-    const File file(std::fopen(name, "wb"));
+    const DebugFile file = open_debug_file(name);
     if (!file) {
         return;
     }
@@ -79,7 +74,7 @@ void dump(const char* name, const Lattice& lattice, const char* format, Value va
 }
 
 void dump_cells(std::span<const ColourCell> cells) {
-    const File file(std::fopen("clut_input.txt", "wb"));
+    const DebugFile file = open_debug_file("clut_input.txt");
     if (!file) {
         return;
     }

@@ -13,6 +13,13 @@ namespace cali {
 struct BlackLevel {
     PerChannel<uint32_t> offset;
     PerChannel<float> gain;
+
+    /// From the red-first order of the exports.
+    static constexpr BlackLevel from_red_first(const std::array<uint32_t, 4>& offsets,
+                                               const std::array<float, 4>& gains) {
+        return {PerChannel<uint32_t>::from_red_first(offsets[0], offsets[1], offsets[2], offsets[3]),
+                PerChannel<float>::from_red_first(gains[0], gains[1], gains[2], gains[3])};
+    }
 };
 
 /// The gain that restores full scale after subtracting `offset`: 4096 / (4096 - offset). Infinite at 4096.

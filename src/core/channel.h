@@ -46,6 +46,9 @@ inline constexpr Channel kBayerMap[kBayerPatterns][2][2] = {
     return kBayerMap[pattern][row & 1U][column & 1U];
 }
 
+/// The colour of a channel: 0 red, 1 green, 2 blue.
+[[nodiscard]] constexpr std::size_t colour_of(Channel channel) { return channel == RR ? 0 : channel == BB ? 2 : 1; }
+
 /// Code of a photosite in any of the 20 mosaics: 2 x 2 below pattern 4, else 4 x 4. The 4 x 4 mosaics also carry the
 /// codes 7 and 16 to 19, which are no channels of the four-channel stages. `pattern` must be 0 to 19.
 [[nodiscard]] uint32_t channel_of(uint32_t row, uint32_t column, int32_t pattern);

@@ -89,7 +89,6 @@ void prefetch(const uint32_t* samples, std::size_t count) {
 
 std::array<double, 3> measure_window(const ConstRawFrame& frame, const FrontEnd& front_end,
                                      const std::optional<RadialShading>& radial, const RoiRect& window) {
-    constexpr std::array<std::size_t, kChannels> kColour = {2, 1, 1, 0};
     constexpr int32_t kRowsAhead = 4;
     ColumnStages stages(frame, front_end, radial, window.x, window.w);
     const Scratch<uint32_t> samples(static_cast<std::size_t>(window.w));
@@ -103,8 +102,8 @@ std::array<double, 3> measure_window(const ConstRawFrame& frame, const FrontEnd&
         const std::array<uint64_t, 2> row_sum = sum_alternating(samples.data(), samples.size());
         for (std::size_t parity = 0; parity < 2; ++parity) {
             const std::size_t colour =
-                kColour[bayer_channel(frame.pattern, static_cast<uint32_t>(y),
-                                      static_cast<uint32_t>(window.x) + static_cast<uint32_t>(parity))];
+                colour_of(bayer_channel(frame.pattern, static_cast<uint32_t>(y),
+                                        static_cast<uint32_t>(window.x) + static_cast<uint32_t>(parity)));
             sum[colour] += row_sum[parity];
             count[colour] += (samples.size() + 1 - parity) / 2;
         }

@@ -1,24 +1,14 @@
 #include "core/demosaic.h"
 
-#include <cstdlib>
-
 #include "core/channel.h"
+#include "core/reflect.h"
 
 namespace cali {
 namespace {
 
-/// One step outside at most; a single row or column is its own neighbour.
-int32_t reflect(int32_t i, int32_t size) {
-    if (size == 1) {
-        return 0;
-    }
-    return i < 0 ? -i : i >= size ? 2 * (size - 1) - i : i;
-}
-
 std::size_t colour_at(const ConstRawFrame& frame, int32_t y, int32_t x) {
-    constexpr std::array<std::size_t, kChannels> kColour = {2, 1, 1, 0};
     // Parity alone counts, also for -1.
-    return kColour[bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x))];
+    return colour_of(bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)));
 }
 
 }  // namespace

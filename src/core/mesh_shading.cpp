@@ -65,11 +65,6 @@ GridPlacement block_placement(int32_t nodes, int32_t size) {
     return placement;
 }
 
-std::size_t grid_of(Channel channel) {
-    constexpr std::array<std::size_t, kChannels> kGrid = {2, 1, 1, 0};
-    return kGrid[channel];
-}
-
 }  // namespace
 
 void check_mesh_size(ArgumentCheck& check, int32_t cols, int32_t rows, int32_t least) {
@@ -149,7 +144,7 @@ void MeshShading::fill_grids(const MeshGrids& grids) {
 template <typename Node>
 const Node* MeshShading::grid_row(const PaddedGrids<Node>& grids, int32_t j, uint32_t y, std::size_t column) const {
     const Channel channel = bayer_channel(pattern_, y, first_column_ + static_cast<uint32_t>(column));
-    return grids[grid_of(channel)].data() + static_cast<std::size_t>(std::clamp(j, 0, rows_)) * stride_;
+    return grids[colour_of(channel)].data() + static_cast<std::size_t>(std::clamp(j, 0, rows_)) * stride_;
 }
 
 void MeshShading::interpolate_grid_row(GainRows& rows, int32_t j, uint32_t y) {

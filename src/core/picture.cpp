@@ -2,17 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 
 #include "core/arithmetic.h"
 #include "core/channel.h"
+#include "core/debug_file.h"
 
 namespace cali {
 namespace {
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 int32_t scale(uint32_t sample, int32_t full_scale) {
     return to_int32(static_cast<double>(static_cast<float>(sample)) * 256.0 /
@@ -22,7 +18,7 @@ int32_t scale(uint32_t sample, int32_t full_scale) {
 uint8_t low_byte(int32_t value) { return static_cast<uint8_t>(static_cast<uint32_t>(value) & 0xFFU); }
 
 void write_file(const char* name, int32_t width, int32_t height, const uint8_t* bytes, std::size_t size) {
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(name, "wb"));
+    const DebugFile file = open_debug_file(name);
     if (!file) {
         return;
     }
@@ -79,13 +75,12 @@ void write_ppm_planes(const char* name, const Picture& picture, const std::array
 }
 
 void write_ppm_mosaic(const char* name, const Picture& picture, const ConstRawFrame& frame, int32_t full_scale) {
-    constexpr std::array<std::size_t, kChannels> kByte = {2, 1, 1, 0};
     for (int32_t y = 0; y < frame.height; ++y) {
         for (int32_t x = 0; x < frame.width; ++x) {
             const Channel channel = bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
             uint8_t* const rgb = pixel(picture, y, x);
             std::fill_n(rgb, 3, uint8_t{0});
-            rgb[kByte[channel]] = low_byte(scale(frame.row(y)[x], full_scale));
+            rgb[colour_of(channel)] = low_byte(scale(frame.row(y)[x], full_scale));
         }
     }
     write_picture(name, picture);

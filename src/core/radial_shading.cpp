@@ -15,11 +15,6 @@ constexpr uint32_t kFullStrength = 4095;
 constexpr int32_t kStrengthRounding = 512 * 4096 + 1536;  // the block's own
 constexpr std::size_t kTables = 3;
 
-std::size_t table_of(Channel channel) {
-    constexpr std::array<std::size_t, kChannels> kTable = {2, 1, 1, 0};
-    return kTable[channel];
-}
-
 int32_t gain_at_radius(const RadialRegisters& registers, std::size_t table, uint32_t radius) {
     const auto fraction = static_cast<int32_t>(radius & 63U);
     const std::size_t i = std::min<std::size_t>(radius >> 6U, kRadialEntries - 1);
@@ -74,7 +69,7 @@ RadialShading::RadialShading(const RadialRegisters& registers) : registers_(regi
 void RadialShading::row(uint32_t y, uint32_t first_column, const uint32_t* source, uint32_t* destination,
                         std::size_t count) const {
     const auto first = [&](uint32_t x) {
-        return static_cast<int32_t>(table_of(bayer_channel(registers_.pattern(), y, first_column + x)) * kRadialGains);
+        return static_cast<int32_t>(colour_of(bayer_channel(registers_.pattern(), y, first_column + x)) * kRadialGains);
     };
     const RadialGainRow row{gains_.data(),
                             {first(0), first(1)},

@@ -65,8 +65,8 @@ int32_t cali_lsc_verify(uint32_t** raw, int32_t width, int32_t height, int32_t b
                         int64_t /*reserved_19*/, const int32_t* rtbl, const int32_t* gtbl, const int32_t* btbl,
                         const int32_t* radius_lut, uint32_t** mesh_output, uint32_t** radial_output) {
     return run_export([&] {
-        lsc::Parameters parameters{{PerChannel<uint32_t>::from_red_first(offset_rr, offset_gr, offset_gb, offset_bb),
-                                    PerChannel<float>::from_red_first(gain_rr, gain_gr, gain_gb, gain_bb)},
+        lsc::Parameters parameters{BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                              {gain_rr, gain_gr, gain_gb, gain_bb}),
                                    {},
                                    {}};
         if (rtbl != nullptr && gtbl != nullptr && btbl != nullptr) {

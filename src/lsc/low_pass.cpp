@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/reflect.h"
 #include "core/row_kernels.h"
 
 namespace cali::lsc {
@@ -10,16 +11,6 @@ namespace {
 
 constexpr std::size_t kTaps = 2 * kLowPassRadius + 1;
 constexpr std::size_t kRing = 32;  ///< rows in flight, a power of two above kTaps
-
-/// Position of sample `i` in a line of `size` that is reflected about its first and last samples.
-int32_t reflect(int32_t i, int32_t size) {
-    if (size == 1) {
-        return 0;
-    }
-    const int32_t period = 2 * (size - 1);
-    const int32_t offset = (i % period + period) % period;
-    return std::min(offset, period - offset);
-}
 
 /// One plane's filter. Output rows overwrite input rows that no output row needs any more.
 class PlaneFilter {

@@ -1,9 +1,9 @@
 #include "lsc/result_files.h"
 
 #include <cstdio>
-#include <memory>
 #include <string>
 
+#include "core/debug_file.h"
 #include "core/picture.h"
 #include "core/register_text.h"
 
@@ -13,12 +13,8 @@ namespace {
 constexpr int32_t kPictureFullScale = 4096;
 constexpr std::array<const char*, 3> kSampleFiles = {"_sample_rr_nr.ppm", "_sample_gg_nr.ppm", "_sample_bb_nr.ppm"};
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 void write_text(const char* name, const std::string& text) {
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(name, "wb"));
+    const DebugFile file = open_debug_file(name);
     if (file) {
         std::fwrite(text.data(), 1, text.size(), file.get());
     }
