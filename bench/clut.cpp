@@ -1,8 +1,8 @@
 #include <array>
 
 #include "cali/cali.h"
-#include "clut/apply.h"
-#include "core/chart_table.h"
+#include "chart/chart_table.h"
+#include "lut/apply.h"
 #include "workload.h"
 
 namespace cali::bench {
@@ -39,11 +39,11 @@ void register_clut() {
     }
     static std::vector<std::array<float, 3>> work = picture;
     for (const auto& [name, interpolation] :
-         {std::pair{"apply rgb table, trilinear", clut::Interpolation::trilinear},
-          std::pair{"apply rgb table, tetrahedral", clut::Interpolation::tetrahedral}}) {
+         {std::pair{"apply rgb table, trilinear", lut::Interpolation::trilinear},
+          std::pair{"apply rgb table, tetrahedral", lut::Interpolation::tetrahedral}}) {
         measure(name, {}, [interpolation = interpolation] {
-            clut::apply_rgb_table({clut::lattice_of(clut::Domain::rgb, {kNodes, kNodes, kNodes}), table.data()},
-                                  interpolation, work);
+            lut::apply_rgb_table({lut::lattice_of(lut::Domain::rgb, {kNodes, kNodes, kNodes}), table.data()},
+                                 interpolation, work);
         });
     }
 }

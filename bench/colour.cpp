@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "cali/cali.h"
-#include "ccm_v2/objective.h"
+#include "ccm_optimised/objective.h"
 #include "reference/colour.h"
 #include "workload.h"
 
@@ -13,7 +13,7 @@ constexpr int kEvaluations = 1000;
 /// One fit's input, for the library and for the plain version.
 struct FitInput {
     reference::Problem plain;
-    ccm_v2::Problem fast;
+    ccm_optimised::Problem fast;
 
     static FitInput make() {
         reference::Problem plain;
@@ -28,8 +28,12 @@ struct FitInput {
         plain.first_curve.resize(4096);
         std::ranges::generate(plain.first_curve, [code = 0U]() mutable { return code++; });
         plain.second_curve = plain.first_curve;
-        ccm_v2::Problem fast{
-            {}, {}, ccm_v2::ToneCurve(plain.first_curve), ccm_v2::ToneCurve(plain.second_curve), {}, plain.selector};
+        ccm_optimised::Problem fast{{},
+                                    {},
+                                    ccm_optimised::ToneCurve(plain.first_curve),
+                                    ccm_optimised::ToneCurve(plain.second_curve),
+                                    {},
+                                    plain.selector};
         for (std::size_t i = 0; i < kChartPatches; ++i) {
             std::ranges::copy(plain.linear_rgb[i], fast.linear_rgb[i].begin());
             std::ranges::copy(plain.reference_lab[i], fast.reference_lab[i].begin());
@@ -62,7 +66,7 @@ void register_colour() {
     static volatile double sink = 0;  // results are wanted
     measure("fit: 1000 errors of a matrix", {}, [] {
         for (int i = 0; i < kEvaluations; ++i) {
-            sink = sink + input.fast.colour_error(ccm_v2::normalise_ccm(matrix_of(i)));
+            sink = sink + input.fast.colour_error(ccm_optimised::normalise_ccm(matrix_of(i)));
         }
     });
     measure("fit: 1000 errors of a matrix, plain", {}, [] {

@@ -8,8 +8,8 @@
 #include <map>
 #include <random>
 
-#include "core/row_kernels.h"
-#include "core/warning.h"
+#include "boundary/warning.h"
+#include "kernels/row_kernels.h"
 #include "memory.h"
 #include "ratio_reporter.h"
 #include "workload.h"

@@ -1,8 +1,8 @@
 #include "blc/histogram.h"
-#include "core/black_level.h"
-#include "core/mesh_shading.h"
-#include "core/radial_shading.h"
-#include "core/wb_gains.h"
+#include "stages/black_level.h"
+#include "stages/mesh_shading.h"
+#include "stages/radial_shading.h"
+#include "stages/wb_gains.h"
 #include "workload.h"
 
 namespace cali::bench {

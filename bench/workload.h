@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/frame.h"
-#include "core/mesh_shading.h"
+#include "stages/mesh_shading.h"
 
 namespace cali::bench {
 

@@ -7,9 +7,9 @@
 #include <cstring>
 #include <vector>
 
-#include "core/black_level.h"
-#include "core/row_kernels.h"
-#include "core/wb_gains.h"
+#include "kernels/row_kernels.h"
+#include "stages/black_level.h"
+#include "stages/wb_gains.h"
 
 namespace {
 

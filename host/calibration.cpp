@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/black_level.h"
 #include "error.h"
+#include "stages/black_level.h"
 
 namespace cali::host {
 namespace {

@@ -6,7 +6,7 @@
 #include <span>
 
 #include "cali/cali.h"
-#include "core/chart_table.h"
+#include "chart/chart_table.h"
 #include "math/colour_space.h"
 
 namespace cali::host {

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "cali/cali.h"
+#include "chart/chart_table.h"
 #include "chart_geometry.h"
-#include "core/chart_table.h"
 
 namespace cali::host {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "chart/chart_windows.h"
 #include "chart_geometry.h"
 #include "choice.h"
 #include "core/channel.h"
-#include "core/chart_windows.h"
 #include "error.h"
 #include "math/colour_space.h"
 

@@ -7,8 +7,8 @@
 
 #include "calibration.h"
 #include "chart_settings.h"
-#include "colour_difference.h"
 #include "lens_shading.h"
+#include "math/colour_difference.h"
 
 namespace cali::host {
 

@@ -5,7 +5,7 @@
 
 #include "cali/cali.h"
 #include "calibration.h"
-#include "clut/apply.h"
+#include "lut/apply.h"
 #include "math/colour_space.h"
 #include "output_file.h"
 
@@ -56,16 +56,16 @@ std::vector<int32_t> make_table(const TableInput& input, const ColourTableSettin
 /// A linear colour behind a table.
 Colour through(const std::vector<int32_t>& table, const ColourTableSettings& settings, const Colour& linear) {
     const bool rgb = settings.domain == TableDomain::rgb;
-    const clut::Lattice lattice =
-        clut::lattice_of(rgb ? clut::Domain::rgb : clut::Domain::hsv, {settings.nodes, settings.nodes, settings.nodes});
+    const lut::Lattice lattice =
+        lut::lattice_of(rgb ? lut::Domain::rgb : lut::Domain::hsv, {settings.nodes, settings.nodes, settings.nodes});
     Colour colour = encoded(linear);
     if (rgb) {
         std::array<float, 3> codes = {static_cast<float>(colour[0]), static_cast<float>(colour[1]),
                                       static_cast<float>(colour[2])};
-        clut::apply_rgb_table({lattice, table.data()}, clut::Interpolation::tetrahedral, {&codes, 1});
+        lut::apply_rgb_table({lattice, table.data()}, lut::Interpolation::tetrahedral, {&codes, 1});
         colour = {codes[0], codes[1], codes[2]};
     } else {
-        colour = clut::apply_hsv_table(lattice, table.data(), colour);
+        colour = lut::apply_hsv_table(lattice, table.data(), colour);
     }
     return {static_cast<double>(srgb_decode(colour[0])), static_cast<double>(srgb_decode(colour[1])),
             static_cast<double>(srgb_decode(colour[2]))};

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "colour_difference.h"
 #include "library_call.h"
+#include "math/colour_difference.h"
 
 namespace cali::host {
 

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "calibration.h"
-#include "core/register_text.h"
 #include "error.h"
 #include "shading_settings.h"
+#include "stages/register_text.h"
 #include "uniformity.h"
 
 namespace cali::host {

@@ -6,8 +6,8 @@
 #include <cstdio>
 
 #include "core/channel.h"
-#include "core/sample_math.h"
 #include "error.h"
+#include "kernels/sample_math.h"
 #include "progress.h"
 
 namespace cali::host {

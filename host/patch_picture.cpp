@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/chart_table.h"
+#include "chart/chart_table.h"
 #include "error.h"
 #include "output_file.h"
 

@@ -4,9 +4,9 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "core/grid_placement.h"
 #include "error.h"
 #include "output_file.h"
+#include "stages/grid_placement.h"
 
 namespace cali::host {
 namespace {

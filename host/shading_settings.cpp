@@ -3,9 +3,9 @@
 #include <array>
 
 #include "choice.h"
-#include "core/mesh_shading.h"
 #include "error.h"
 #include "geometry.h"
+#include "stages/mesh_shading.h"
 
 namespace cali::host {
 namespace {

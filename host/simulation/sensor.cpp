@@ -4,8 +4,8 @@
 #include <cmath>
 #include <random>
 
+#include "chart/chart_table.h"
 #include "core/channel.h"
-#include "core/chart_table.h"
 
 namespace cali::host {
 namespace {

@@ -3,11 +3,11 @@
 #include <array>
 #include <optional>
 
+#include "boundary/warning.h"
 #include "core/arithmetic.h"
 #include "core/channel.h"
-#include "core/picture.h"
 #include "core/scratch.h"
-#include "core/warning.h"
+#include "pictures/picture.h"
 
 namespace cali::awb {
 namespace {

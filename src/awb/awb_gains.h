@@ -3,11 +3,11 @@
 
 #include <cstdint>
 
-#include "core/black_level.h"
+#include "boundary/module_state.h"
 #include "core/frame.h"
-#include "core/mesh_shading.h"
-#include "core/module_state.h"
-#include "core/wb_gains.h"
+#include "stages/black_level.h"
+#include "stages/mesh_shading.h"
+#include "stages/wb_gains.h"
 
 namespace cali::awb {
 

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "core/module_state.h"
+#include "boundary/module_state.h"
 
 namespace cali::awb {
 

@@ -3,8 +3,8 @@
 #include <span>
 
 #include "awb/curve.h"
+#include "boundary/export_call.h"
 #include "cali/cali.h"
-#include "core/export_call.h"
 
 using namespace cali;
 

@@ -1,6 +1,6 @@
 #include "awb/awb_gains.h"
+#include "boundary/export_call.h"
 #include "cali/cali.h"
-#include "core/export_call.h"
 
 namespace cali::awb {
 namespace {

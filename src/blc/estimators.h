@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
-#include "core/black_level.h"
 #include "core/frame.h"
+#include "stages/black_level.h"
 
 namespace cali::blc {
 

@@ -5,11 +5,11 @@
 
 #include "blc/estimators.h"
 #include "blc/histogram.h"
+#include "boundary/export_call.h"
+#include "boundary/module_state.h"
 #include "cali/cali.h"
 #include "core/arithmetic.h"
-#include "core/export_call.h"
-#include "core/module_state.h"
-#include "core/picture.h"
+#include "pictures/picture.h"
 
 namespace cali::blc {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "core/module_state.h"
+#include "boundary/module_state.h"
 
 namespace cali::blc {
 namespace {

@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "boundary/export_call.h"
 #include "cali/cali.h"
 #include "clut/table.h"
-#include "core/debug_file.h"
-#include "core/export_call.h"
+#include "pictures/debug_file.h"
 
 namespace cali::clut {
 namespace {
@@ -147,13 +147,13 @@ using namespace cali;
 int32_t cali_clut_calc(const ClutCell* measured, const ClutCell* target, int32_t cell_count,
                        const ClutSettings* settings, int32_t* table) {
     return run_export([&] {
-        return clut::calibrate("cali_clut_calc", clut::Domain::hsv, measured, target, cell_count, settings, table);
+        return clut::calibrate("cali_clut_calc", lut::Domain::hsv, measured, target, cell_count, settings, table);
     });
 }
 
 int32_t cali_clut_calc_rgb(const ClutCell* measured, const ClutCell* target, int32_t cell_count,
                            const ClutSettings* settings, int32_t* table) {
     return run_export([&] {
-        return clut::calibrate("cali_clut_calc_rgb", clut::Domain::rgb, measured, target, cell_count, settings, table);
+        return clut::calibrate("cali_clut_calc_rgb", lut::Domain::rgb, measured, target, cell_count, settings, table);
     });
 }

@@ -4,9 +4,19 @@
 #include <functional>
 #include <span>
 
-#include "clut/lattice.h"
+#include "lut/lattice.h"
 
 namespace cali::clut {
+
+using lut::Axis;
+using lut::Domain;
+using lut::Field;
+using lut::Lattice;
+using lut::lattice_of;
+using lut::Neighbours;
+using lut::neighbours_of;
+using lut::sample_field;
+using lut::Vector3;
 
 /// Where a colour was measured and how far it has to move.
 struct ShiftCell {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "clut/hsv.h"
+#include "lut/hsv.h"
 
 namespace cali::clut {
 namespace {
@@ -30,8 +30,8 @@ std::vector<ShiftCell> rgb_cells(std::span<const ColourCell> cells) {
 std::vector<ShiftCell> hsv_cells(std::span<const ColourCell> cells) {
     std::vector<ShiftCell> shifts;
     for (const ColourCell& cell : cells) {
-        const Vector3 from = hsv_of_rgb(cell.measured);
-        const Vector3 to = hsv_of_rgb(cell.target);
+        const Vector3 from = lut::hsv_of_rgb(cell.measured);
+        const Vector3 to = lut::hsv_of_rgb(cell.target);
         if (from[1] < kLeastSaturation || from[2] <= 0) {
             continue;
         }

@@ -1,4 +1,4 @@
-/// Colour look-up tables in fixed point.
+/// Colour look-up tables from cells.
 #pragma once
 
 #include <cstdint>
@@ -6,15 +6,11 @@
 #include <vector>
 
 #include "clut/shift_field.h"
+#include "lut/table.h"
 
 namespace cali::clut {
 
-/// Three integers per node. hsv: hue shift in 1/64 degree, saturation and value scale with 1024 = 1.0. rgb: output
-/// codes, 4095 = 1.0.
-struct Table {
-    Lattice lattice;
-    std::vector<int32_t> value;
-};
+using lut::Table;
 
 /// Encoded colours, each component within 0..1.
 struct ColourCell {

@@ -3,8 +3,8 @@
 #include <array>
 #include <cstdio>
 
+#include "boundary/module_state.h"
 #include "core/arithmetic.h"
-#include "core/module_state.h"
 #include "lsc/denoise.h"
 #include "lsc/flat_field.h"
 #include "lsc/gain_tables.h"

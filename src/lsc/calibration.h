@@ -5,7 +5,7 @@
 
 #include "core/channel.h"
 #include "core/frame.h"
-#include "core/register_text.h"
+#include "stages/register_text.h"
 
 namespace cali::lsc {
 

@@ -1,6 +1,6 @@
 #include "lsc/channel_planes.h"
 
-#include "core/row_kernels.h"
+#include "kernels/row_kernels.h"
 
 namespace cali::lsc {
 

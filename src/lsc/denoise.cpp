@@ -4,9 +4,9 @@
 #include <array>
 #include <cmath>
 
-#include "core/row_kernels.h"
-#include "core/sample_math.h"
 #include "core/scratch.h"
+#include "kernels/row_kernels.h"
+#include "kernels/sample_math.h"
 
 namespace cali::lsc {
 namespace {

@@ -1,8 +1,8 @@
 #include <algorithm>
 
+#include "boundary/export_call.h"
+#include "boundary/module_state.h"
 #include "cali/cali.h"
-#include "core/export_call.h"
-#include "core/module_state.h"
 #include "lsc/calibration.h"
 #include "lsc/verification.h"
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "core/arithmetic.h"
-#include "core/grid_placement.h"
+#include "stages/grid_placement.h"
 
 namespace cali::lsc {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/register_text.h"
 #include "lsc/flat_field.h"
+#include "stages/register_text.h"
 
 namespace cali::lsc {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "core/reflect.h"
-#include "core/row_kernels.h"
+#include "kernels/row_kernels.h"
 
 namespace cali::lsc {
 namespace {

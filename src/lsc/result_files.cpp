@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <string>
 
-#include "core/debug_file.h"
-#include "core/picture.h"
-#include "core/register_text.h"
+#include "pictures/debug_file.h"
+#include "pictures/picture.h"
+#include "stages/register_text.h"
 
 namespace cali::lsc {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "core/arithmetic.h"
 #include "core/channel.h"
-#include "core/wb_gains.h"
+#include "stages/wb_gains.h"
 
 namespace cali::lsc {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "core/frame.h"
-#include "core/picture.h"
 #include "core/scratch.h"
+#include "pictures/picture.h"
 
 namespace cali::lsc {
 

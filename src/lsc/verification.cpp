@@ -1,6 +1,6 @@
 #include "lsc/verification.h"
 
-#include "core/module_state.h"
+#include "boundary/module_state.h"
 #include "lsc/uniformity.h"
 
 namespace cali::lsc {

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <optional>
 
-#include "core/black_level.h"
 #include "core/frame.h"
-#include "core/mesh_shading.h"
-#include "core/radial_shading.h"
+#include "stages/black_level.h"
+#include "stages/mesh_shading.h"
+#include "stages/radial_shading.h"
 
 namespace cali::lsc {
 

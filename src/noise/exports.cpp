@@ -2,8 +2,8 @@
 #include <bit>
 #include <stdexcept>
 
+#include "boundary/export_call.h"
 #include "cali/cali.h"
-#include "core/export_call.h"
 #include "noise/images.h"
 #include "noise/level_list.h"
 #include "noise/registers.h"

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "core/arithmetic.h"
-#include "core/row_kernels.h"
-#include "core/sample_math.h"
+#include "kernels/row_kernels.h"
+#include "kernels/sample_math.h"
 
 namespace cali::noise {
 namespace {

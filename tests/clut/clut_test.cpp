@@ -4,18 +4,18 @@
 #include <limits>
 
 #include "cali/cali.h"
-#include "clut/apply.h"
-#include "clut/hsv.h"
-#include "colour_difference.h"
-#include "core/chart_table.h"
+#include "chart/chart_table.h"
+#include "lut/apply.h"
+#include "lut/hsv.h"
+#include "math/colour_difference.h"
 #include "math/colour_space.h"
 #include "support/support.h"
 
 namespace cali::test {
 namespace {
 
-using clut::Domain;
-using clut::Vector3;
+using lut::Domain;
+using lut::Vector3;
 
 constexpr ClutSettings kSettings{{33, 33, 33}, 1.0F, 0.2F};
 
@@ -27,11 +27,11 @@ ClutCell cell_of(const Vector3& colour) {
 std::vector<Vector3> distorted_chart(Random& random) {
     std::vector<Vector3> colours;
     for (const auto& encoded : kChartSrgb24) {
-        Vector3 hsv = clut::hsv_of_rgb({encoded[0], encoded[1], encoded[2]});
+        Vector3 hsv = lut::hsv_of_rgb({encoded[0], encoded[1], encoded[2]});
         const double noise = static_cast<double>(random() % 1000) / 1e5;
         hsv[0] += 0.02 * std::sin(6.2832 * hsv[0]) * hsv[1] + 1;
         hsv[1] = std::clamp(hsv[1] * (0.9 + 0.1 * hsv[1]) + noise * hsv[1], 0.0, 1.0);
-        Vector3 rgb = clut::rgb_of_hsv(hsv);
+        Vector3 rgb = lut::rgb_of_hsv(hsv);
         for (double& component : rgb) {
             component = std::clamp(component, 0.0, 1.0);
         }
@@ -71,18 +71,18 @@ std::vector<int32_t> table_of(Domain domain, const CellLists& lists, const ClutS
 }
 
 Vector3 through(Domain domain, const std::vector<int32_t>& table, const ClutSettings& settings, const Vector3& colour) {
-    const clut::Lattice lattice = clut::lattice_of(domain, {settings.nodes[0], settings.nodes[1], settings.nodes[2]});
+    const lut::Lattice lattice = lut::lattice_of(domain, {settings.nodes[0], settings.nodes[1], settings.nodes[2]});
     if (domain == Domain::hsv) {
-        return clut::apply_hsv_table(lattice, table.data(), colour);
+        return lut::apply_hsv_table(lattice, table.data(), colour);
     }
     std::array<float, 3> rgb = {static_cast<float>(colour[0]), static_cast<float>(colour[1]),
                                 static_cast<float>(colour[2])};
-    clut::apply_rgb_table({lattice, table.data()}, clut::Interpolation::tetrahedral, {&rgb, 1});
+    lut::apply_rgb_table({lattice, table.data()}, lut::Interpolation::tetrahedral, {&rgb, 1});
     return {rgb[0], rgb[1], rgb[2]};
 }
 
 double difference(const Vector3& colour, const Vector3& reference) {
-    return host::delta_e_2000(srgb_to_lab(colour, kD65), srgb_to_lab(reference, kD65));
+    return delta_e_2000(srgb_to_lab(colour, kD65), srgb_to_lab(reference, kD65));
 }
 
 class LookUpTable : public ::testing::TestWithParam<Domain> {};
@@ -132,7 +132,7 @@ TEST_P(LookUpTable, KeepsNeighboursInOrder) {
     }
     const ClutSettings settings{{17, 12, 9}, 1.0F, 0.3F};
     const std::vector<int32_t> table = table_of(GetParam(), lists, settings);
-    const clut::Lattice lattice = clut::lattice_of(GetParam(), {17, 12, 9});
+    const lut::Lattice lattice = lut::lattice_of(GetParam(), {17, 12, 9});
     lattice.for_each_node([&](const std::array<int32_t, 3>& node, std::size_t i) {
         for (std::size_t a = 0; a < 3; ++a) {
             if (node[a] + 1 == lattice.axis[a].nodes) {
@@ -159,20 +159,19 @@ TEST(LookUpTableHsv, HueWraps) {
     // Reds on either side of hue 0, both to be turned by 10 degrees.
     CellLists lists;
     for (const double hue : {-0.01, 0.01}) {
-        lists.measured.push_back(cell_of(clut::rgb_of_hsv({hue, 0.8, 0.8})));
-        lists.target.push_back(cell_of(clut::rgb_of_hsv({hue + 10.0 / 360, 0.8, 0.8})));
+        lists.measured.push_back(cell_of(lut::rgb_of_hsv({hue, 0.8, 0.8})));
+        lists.target.push_back(cell_of(lut::rgb_of_hsv({hue + 10.0 / 360, 0.8, 0.8})));
     }
     const std::vector<int32_t> table = table_of(Domain::hsv, lists, kSettings);
-    const Vector3 found = clut::hsv_of_rgb(through(Domain::hsv, table, kSettings, clut::rgb_of_hsv({0.999, 0.8, 0.8})));
+    const Vector3 found = lut::hsv_of_rgb(through(Domain::hsv, table, kSettings, lut::rgb_of_hsv({0.999, 0.8, 0.8})));
     EXPECT_NEAR(found[0] * 360, 10 - 0.36, 1);
-    const Vector3 opposite =
-        clut::hsv_of_rgb(through(Domain::hsv, table, kSettings, clut::rgb_of_hsv({0.5, 0.8, 0.8})));
+    const Vector3 opposite = lut::hsv_of_rgb(through(Domain::hsv, table, kSettings, lut::rgb_of_hsv({0.5, 0.8, 0.8})));
     EXPECT_NEAR(opposite[0] * 360, 180, 0.05);
 }
 
 TEST(LookUpTableApply, InterpolationsAgreeOnLinearTables) {
     Random random(112);
-    const clut::Lattice lattice = clut::lattice_of(Domain::rgb, {5, 9, 33});
+    const lut::Lattice lattice = lut::lattice_of(Domain::rgb, {5, 9, 33});
     std::vector<int32_t> table;
     lattice.for_each_node([&](const std::array<int32_t, 3>& node, std::size_t /*i*/) {
         table.insert(table.end(),
@@ -183,8 +182,8 @@ TEST(LookUpTableApply, InterpolationsAgreeOnLinearTables) {
         std::array<float, 3> a = {component(), component(), i % 10 == 0 ? 1.0F : component()};
         std::array<float, 3> b = a;
         const std::array<float, 3> in = a;
-        clut::apply_rgb_table({lattice, table.data()}, clut::Interpolation::trilinear, {&a, 1});
-        clut::apply_rgb_table({lattice, table.data()}, clut::Interpolation::tetrahedral, {&b, 1});
+        lut::apply_rgb_table({lattice, table.data()}, lut::Interpolation::trilinear, {&a, 1});
+        lut::apply_rgb_table({lattice, table.data()}, lut::Interpolation::tetrahedral, {&b, 1});
         const float expected = (in[0] * 4 * 500 + in[1] * 8 * 100 + in[2] * 32 * 30) / 4095;
         EXPECT_NEAR(a[0], expected, 1e-5F);
         for (std::size_t c = 0; c < 3; ++c) {

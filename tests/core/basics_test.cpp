@@ -2,7 +2,7 @@
 
 #include "core/arithmetic.h"
 #include "core/channel.h"
-#include "core/grid_placement.h"
+#include "stages/grid_placement.h"
 #include "support/support.h"
 
 namespace cali::test {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <random>
 
-#include "clut/apply.h"
+#include "lut/apply.h"
 #include "program.h"
 
 namespace cali::test {
@@ -80,8 +80,8 @@ TEST_F(ColourTable, IsTakenByAnotherReader) {
     ASSERT_EQ(std::system(command.c_str()), 0);  // NOLINT(concurrency-mt-unsafe)
     const std::string out = read_text(folder_ / "out.raw");
     ASSERT_EQ(out.size(), colours.size() * 6);
-    clut::apply_rgb_table({clut::lattice_of(clut::Domain::rgb, {17, 17, 17}), table.data()},
-                          clut::Interpolation::tetrahedral, colours);
+    lut::apply_rgb_table({lut::lattice_of(lut::Domain::rgb, {17, 17, 17}), table.data()},
+                         lut::Interpolation::tetrahedral, colours);
     for (std::size_t i = 0; i < colours.size() * 3; ++i) {
         const auto byte = [&](std::size_t at) { return static_cast<unsigned>(static_cast<unsigned char>(out[at])); };
         const double read = (byte(2 * i) * 256 + byte(2 * i + 1)) / 65535.0;

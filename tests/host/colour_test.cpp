@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "capture.h"
-#include "colour_difference.h"
+#include "math/colour_difference.h"
 #include "math/colour_space.h"
 #include "program.h"
 
@@ -222,8 +222,8 @@ TEST(RealCaptures, ChartThroughBothFits) {
             const auto f = [&](std::size_t c) { return lab_f(patches.xyz[i][c] * scale); };
             measured.push_back({116 * f(1) - 16, 500 * (f(0) - f(1)), 200 * (f(1) - f(2))});
         }
-        const host::DifferenceSummary de76 = host::summarise(lab, measured, host::delta_e_1976);
-        const host::DifferenceSummary de2000 = host::summarise(lab, measured, host::delta_e_2000);
+        const cali::DifferenceSummary de76 = cali::summarise(lab, measured, cali::delta_e_1976);
+        const cali::DifferenceSummary de2000 = cali::summarise(lab, measured, cali::delta_e_2000);
         std::printf("real chart, %s, against measured XYZ: dE*ab mean %.2f, worst %.2f; dE2000 mean %.2f, worst %.2f\n",
                     method, de76.mean, de76.worst, de2000.mean, de2000.worst);
         // Uneven light and six colours outside what three channels can do leave about 7 to any matrix.

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "core/warning.h"
+#include "boundary/warning.h"
 
 namespace cali::test {
 namespace {

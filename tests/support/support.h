@@ -13,12 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "core/black_level.h"
+#include "boundary/module_state.h"
 #include "core/frame.h"
-#include "core/mesh_shading.h"
-#include "core/module_state.h"
-#include "core/row_kernels.h"
+#include "kernels/row_kernels.h"
 #include "reference/raw_stages.h"
+#include "stages/black_level.h"
+#include "stages/mesh_shading.h"
 
 namespace cali::test {
 

@@ -1,0 +1,74 @@
+/// What every export needs around its one internal call: status codes, argument checks, no exception across.
+#pragma once
+
+#include <cstdint>
+
+#include "boundary/warning.h"
+
+namespace cali {
+
+inline constexpr int32_t kOk = 0;
+inline constexpr int32_t kRejected = -1;
+
+/// Largest frame side of the shading blocks, whose size fields have 13 bits.
+inline constexpr int32_t kMaxShadedSide = 8192;
+
+/// Checks an export's arguments and shows one warning, for the first that is rejected.
+///
+///     ArgumentCheck check(Family::blc, "cali_blc_verify");
+///     check.frame_size(width, height);
+///     check.pointer("output", output);
+///     if (!check.ok()) return kRejected;
+class ArgumentCheck {
+public:
+    ArgumentCheck(Family family, const char* export_name) : family_(family), export_name_(export_name) {}
+
+    [[nodiscard]] bool ok() const { return ok_; }
+
+    /// Not null.
+    void pointer(const char* name, const void* value);
+
+    /// The pointer and what it points to, as frames cross the boundary.
+    template <typename Sample>
+    void frame(const char* name, Sample* const* value) {
+        pointer(name, static_cast<const void*>(value));
+        if (value != nullptr) {
+            pointee(name, *value);
+        }
+    }
+
+    /// Neither side negative, and no more samples than a signed 32-bit integer counts.
+    void frame_size(int64_t width, int64_t height);
+
+    /// Neither side above what the shading blocks' size fields hold.
+    void shaded_size(int64_t width, int64_t height);
+
+    /// One of the four Bayer layouts.
+    void pattern(int64_t value);
+
+    /// `name` is `found`, outside `low` to `high`.
+    void range(const char* name, int64_t found, int64_t low, int64_t high);
+
+    /// Shows the text (as printf would print it) unless an earlier argument was rejected already.
+    [[gnu::format(printf, 2, 3)]] void reject(const char* format, ...);
+
+private:
+    void pointee(const char* name, const void* value);
+
+    Family family_;
+    const char* export_name_;
+    bool ok_ = true;
+};
+
+/// Runs an export's body. An allocation failure is -1 without a warning; no other exception is expected, and none
+/// crosses the boundary.
+template <typename Body>
+int32_t run_export(Body&& body) noexcept {
+    try {
+        return body();
+    } catch (...) {
+        return kRejected;
+    }
+}
+
+}  // namespace cali

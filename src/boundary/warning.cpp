@@ -1,0 +1,57 @@
+#include "boundary/warning.h"
+
+#include <cstdio>
+
+#ifdef _WIN32
+#include <windows.h>
+
+#include <cstdlib>
+#include <cstring>
+#endif
+
+namespace cali {
+namespace {
+
+void platform_sink(const char* caption, const char* text) {
+#ifdef _WIN32
+    const char* where = std::getenv("CALI_WARNINGS");
+    if (where == nullptr || std::strcmp(where, "stderr") != 0) {
+        MessageBoxA(nullptr, text, caption, MB_OK);
+        return;
+    }
+#endif
+    std::fprintf(stderr, "%s: %s\n", caption, text);
+    std::fflush(stderr);
+}
+
+WarningSink current_sink = platform_sink;
+
+}  // namespace
+
+const char* warning_caption(Family family) {
+    switch (family) {
+        case Family::wb: return "WB Calib Warning";
+        case Family::blc: return "BLC Calib Warning";
+        case Family::lsc: return "LSC Calib Warning";
+        case Family::ccm: return "CCM Calib Warning";
+        case Family::roi: return "ROI Calib Warning";
+        case Family::noise: return "Noise Calib Warning";
+        case Family::clut: return "CLUT Calib Warning";
+    }
+    return "Calib Warning";
+}
+
+void warn(Family family, const char* text) noexcept {
+    try {
+        current_sink(warning_caption(family), text);
+    } catch (...) {  // a sink that cannot report must not take the calibration down
+    }
+}
+
+WarningSink set_warning_sink(WarningSink sink) noexcept {
+    const WarningSink before = current_sink;
+    current_sink = sink != nullptr ? sink : platform_sink;
+    return before == platform_sink ? nullptr : before;
+}
+
+}  // namespace cali

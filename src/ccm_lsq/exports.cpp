@@ -1,0 +1,195 @@
+#include <algorithm>
+
+#include "boundary/export_call.h"
+#include "boundary/module_state.h"
+#include "cali/cali.h"
+#include "ccm_lsq/matrix_fit.h"
+#include "chart/chart_measure.h"
+#include "pictures/raw_picture.h"
+
+namespace cali::ccm_lsq {
+namespace {
+
+constexpr int32_t kChannels3 = 3;
+constexpr double kFullScale = 4095.0;
+
+/// The first generation's exports on a raw frame.
+struct ChartFrame {
+    const char* export_name;
+    uint32_t** frame;
+    int32_t width;
+    int32_t height;
+    int32_t pattern;
+    MeshGrids grids;
+    BlackLevel black_level;
+    const RoiRect* given_windows;
+    const float* weights;
+    float* ccm;
+    int32_t* ccm_q10;
+
+    /// Fills `windows`.
+    [[nodiscard]] bool accepted(ArgumentCheck& check, ChartWindows& windows) const {
+        check.frame_size(width, height);
+        check.shaded_size(width, height);
+        check.pattern(pattern);
+        check_mesh_size(check, grids.cols, grids.rows);
+        check.frame("frame", frame);
+        check_mesh_grids(check, grids.red, grids.green, grids.blue);
+        check.pointer("weights", weights);
+        check.pointer("ccm", ccm);
+        check.pointer("ccm_q10", ccm_q10);
+        if (check.ok()) {
+            windows = chart_windows(check, given_windows, width, height);
+        }
+        return check.ok();
+    }
+
+    [[nodiscard]] ConstRawFrame view() const { return {*frame, width, height, pattern}; }
+
+    /// Writes the matrix of what the stages give; with the debug switch on, first the picture.
+    void fit(const FrontEnd& front_end, const ChartWindows& windows, float lambda_scale) const;
+};
+
+ColourMatrix fit_chart(const ChartMeans& means, const float* weights, float lambda_scale) {
+    PatchMeans patches;
+    for (const auto& mean : means) {
+        patches.push_back({static_cast<float>(mean[0] / kFullScale), static_cast<float>(mean[1] / kFullScale),
+                           static_cast<float>(mean[2] / kFullScale)});
+    }
+    return fit_matrix(patches, {weights, kChartPatches}, lambda_scale);
+}
+
+void ChartFrame::fit(const FrontEnd& front_end, const ChartWindows& windows, float lambda_scale) const {
+    if (module_state().debug.ccm_dump) {
+        write_raw_picture(view(), front_end);
+    }
+    const ColourMatrix matrix = fit_chart(measure_chart(view(), front_end, windows), weights, lambda_scale);
+    std::ranges::copy(matrix.value, ccm);
+    std::ranges::copy(matrix.q10, ccm_q10);
+}
+
+/// From the greys between white and black.
+WbGains grey_gains(const ChartMeans& means) {
+    constexpr std::size_t kFirst = 19;
+    constexpr std::size_t kLast = 22;
+    std::array<double, 3> sum{};
+    for (std::size_t i = kFirst; i <= kLast; ++i) {
+        for (std::size_t c = 0; c < sum.size(); ++c) {
+            sum[c] += means[i][c];
+        }
+    }
+    constexpr double kCount = kLast - kFirst + 1;
+    const auto mean = [&](std::size_t c) { return static_cast<float>(sum[c] / kCount); };
+    return {wb_gain_register(mean(1), mean(0)), wb_gain_register(mean(1), mean(2))};
+}
+
+PatchMeans patch_means(const int32_t* const* patches, int32_t count, std::size_t pixels) {
+    PatchMeans means;
+    for (int32_t i = 0; i < count; ++i) {
+        std::array<double, 3> sum{};
+        for (std::size_t p = 0; p < pixels; ++p) {
+            for (std::size_t c = 0; c < sum.size(); ++c) {
+                sum[c] += static_cast<double>(static_cast<float>(patches[i][p * 3 + c]) / 4095.0F);
+            }
+        }
+        const auto n = static_cast<double>(pixels);
+        means.push_back(
+            {static_cast<float>(sum[0] / n), static_cast<float>(sum[1] / n), static_cast<float>(sum[2] / n)});
+    }
+    return means;
+}
+
+}  // namespace
+}  // namespace cali::ccm_lsq
+
+using namespace cali;
+
+int32_t cali_ccm_calc(const int32_t* const* patches, const void* /*reserved*/, int32_t patch_count, uint32_t patch_w,
+                      uint32_t patch_h, int32_t channels, float lambda_scale, const float* weights, float* ccm,
+                      int32_t* ccm_q10) {
+    return run_export([&] {
+        const uint64_t pixels = uint64_t{patch_w} * patch_h;
+        const bool counts = patch_count >= 1 && patch_count <= static_cast<int32_t>(kChartPatches) &&
+                            channels == ccm_lsq::kChannels3 && pixels <= INT32_MAX;
+        if (!counts || patches == nullptr || weights == nullptr || ccm == nullptr || ccm_q10 == nullptr ||
+            (pixels != 0 &&
+             std::any_of(patches, patches + patch_count, [](const int32_t* p) { return p == nullptr; }))) {
+            return kRejected;
+        }
+        const ColourMatrix matrix = ccm_lsq::fit_matrix(ccm_lsq::patch_means(patches, patch_count, pixels),
+                                                        {weights, static_cast<std::size_t>(patch_count)}, lambda_scale);
+        std::ranges::copy(matrix.value, ccm);
+        std::ranges::copy(matrix.q10, ccm_q10);
+        return kOk;
+    });
+}
+
+int32_t cali_isp_ccm_pipe_calc(uint32_t** frame, int32_t width, int32_t height, int32_t pattern, int32_t grid_cols,
+                               int32_t grid_rows, const uint32_t* red_grid, const uint32_t* green_grid,
+                               const uint32_t* blue_grid, uint32_t offset_rr, uint32_t offset_gr, uint32_t offset_gb,
+                               uint32_t offset_bb, float gain_rr, float gain_gr, float gain_gb, float gain_bb,
+                               uint16_t gain_r, uint16_t /*gain_g*/, uint16_t gain_b, const RoiRect* chart_windows,
+                               float lambda_scale, const float* weights, float* ccm, int32_t* ccm_q10) {
+    return run_export([&] {
+        const ccm_lsq::ChartFrame chart{"cali_isp_ccm_pipe_calc",
+                                        frame,
+                                        width,
+                                        height,
+                                        pattern,
+                                        {grid_cols, grid_rows, red_grid, green_grid, blue_grid},
+                                        BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                                   {gain_rr, gain_gr, gain_gb, gain_bb}),
+                                        chart_windows,
+                                        weights,
+                                        ccm,
+                                        ccm_q10};
+        ArgumentCheck check(Family::ccm, chart.export_name);
+        ChartWindows windows{};
+        if (!chart.accepted(check, windows)) {
+            return kRejected;
+        }
+        const FrontEnd front_end{chart.black_level, chart.grids, {}, WbGains{gain_r, gain_b}, false};
+        print_whole_shading_progress(height);
+        chart.fit(front_end, windows, lambda_scale);
+        return kOk;
+    });
+}
+
+int32_t cali_isp_awb_ccm(uint32_t** frame, int32_t width, int32_t height, int32_t pattern, int32_t grid_cols,
+                         int32_t grid_rows, const uint32_t* red_grid, const uint32_t* green_grid,
+                         const uint32_t* blue_grid, uint32_t offset_rr, uint32_t offset_gr, uint32_t offset_gb,
+                         uint32_t offset_bb, float gain_rr, float gain_gr, float gain_gb, float gain_bb,
+                         const RoiRect* chart_windows, float lambda_scale, const float* weights, uint16_t* gain_r,
+                         uint16_t* gain_g, uint16_t* gain_b, float* ccm, int32_t* ccm_q10) {
+    return run_export([&] {
+        const ccm_lsq::ChartFrame chart{"cali_isp_awb_ccm",
+                                        frame,
+                                        width,
+                                        height,
+                                        pattern,
+                                        {grid_cols, grid_rows, red_grid, green_grid, blue_grid},
+                                        BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                                   {gain_rr, gain_gr, gain_gb, gain_bb}),
+                                        chart_windows,
+                                        weights,
+                                        ccm,
+                                        ccm_q10};
+        ArgumentCheck check(Family::ccm, chart.export_name);
+        check.pointer("gain_r", gain_r);
+        check.pointer("gain_g", gain_g);
+        check.pointer("gain_b", gain_b);
+        ChartWindows windows{};
+        if (!chart.accepted(check, windows)) {
+            return kRejected;
+        }
+        FrontEnd front_end{chart.black_level, chart.grids, {}, {}, false};
+        print_whole_shading_progress(height);
+        const WbGains gains = ccm_lsq::grey_gains(measure_chart(chart.view(), front_end, windows));
+        front_end.wb_gains = gains;
+        chart.fit(front_end, windows, lambda_scale);
+        *gain_r = static_cast<uint16_t>(gains.red);
+        *gain_g = 1024;
+        *gain_b = static_cast<uint16_t>(gains.blue);
+        return kOk;
+    });
+}

@@ -1,0 +1,102 @@
+/// Mesh lens shading: a bit-exact model of the block that interpolates gains from a coarse grid.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "core/channel.h"
+#include "core/frame.h"
+#include "core/scratch.h"
+#include "stages/grid_placement.h"
+
+namespace cali {
+
+class ArgumentCheck;
+
+/// Gain grids, row-major with stride `cols`, 512 = 1.0. Green is the absolute gain, red and blue are relative to it.
+/// Owns nothing. Node values are not limited; sizes are: see check_mesh_size.
+struct MeshGrids {
+    int32_t cols = 0;
+    int32_t rows = 0;
+    const uint32_t* red = nullptr;
+    const uint32_t* green = nullptr;
+    const uint32_t* blue = nullptr;
+};
+
+inline constexpr int32_t kMinMeshSide = 3;
+inline constexpr int32_t kMaxMeshSide = 129;
+inline constexpr int32_t kMaxMeshNodes = 4761;
+
+/// Rejects node counts that the block's fields and its grid memory do not hold.
+void check_mesh_size(ArgumentCheck& check, int32_t cols, int32_t rows, int32_t least = kMinMeshSide);
+
+/// Rejects null grids.
+void check_mesh_grids(ArgumentCheck& check, const uint32_t* red, const uint32_t* green, const uint32_t* blue);
+
+/// The stage for one frame geometry and set of grids, row by row, over a range of columns.
+class MeshShading {
+public:
+    /// `width` and `height` 1 to 8192, `pattern` 0 to 3. Copies the grids. Throws std::bad_alloc.
+    MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids)
+        : MeshShading(width, height, pattern, grids, 0, width) {}
+
+    /// Rows are then `column_count` samples long and start at frame column `first_column`.
+    MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids, int32_t first_column,
+                int32_t column_count);
+
+    /// Corrects frame row `y`; source and destination may be the same row. Cheapest with rows in ascending order.
+    void row(uint32_t y, const uint32_t* source, uint32_t* destination);
+
+private:
+    static constexpr std::size_t kTaps = 4;
+
+    /// The horizontal filter at one column: its first of four nodes in a padded grid row, and its taps.
+    struct ColumnFilter {
+        uint32_t first;
+        const int16_t* taps;
+    };
+
+    /// The filter's view of one grid, red and blue already multiplied by green. Element k of a row is node k - 1,
+    /// limited to 0..cols; the far tap of the last nodes reaches one beyond, where it reads the next node in
+    /// row-major order. Row `rows` repeats the last one.
+    template <typename Node>
+    using PaddedGrids = std::array<Scratch<Node>, 3>;
+
+    /// Horizontally interpolated gains of the four grid rows around one frame row, for the colours of one row
+    /// parity. Grid row j sits in slot (j + 1) & 3; slots 0 and 1, 2 and 3 are interleaved as pairs of 16 bits.
+    struct GainRows {
+        Scratch<int16_t> slots01;
+        Scratch<int16_t> slots23;
+        std::array<int32_t, kTaps> held{kNone, kNone, kNone, kNone};
+    };
+    static constexpr int32_t kNone = -2;  ///< rows start at -1
+
+    template <typename Node>
+    [[nodiscard]] const Node* grid_row(const PaddedGrids<Node>& grids, int32_t j, uint32_t y, std::size_t column) const;
+    void fill_grids(const MeshGrids& grids);
+    void interpolate_grid_row(GainRows& rows, int32_t j, uint32_t y);
+    void row_by_definition(int32_t node_y, const int16_t* taps, uint32_t y, const uint32_t* source,
+                           uint32_t* destination) const;
+
+    int32_t pattern_;
+    int32_t rows_;
+    std::size_t stride_;  ///< of a padded grid row
+    GridPlacement vertical_;
+    uint32_t first_column_;
+    std::size_t count_;
+    PaddedGrids<int32_t> grids_;        ///< red, green, blue
+    PaddedGrids<int16_t> small_grids_;  ///< the same, where all nodes fit
+    Scratch<ColumnFilter> columns_;
+    std::array<GainRows, 2> gain_rows_;
+    bool nodes_fit_16_bits_ = true;
+};
+
+/// Whole frame. `destination` may be the source's buffer. Prints the progress lines; nothing for an empty frame.
+void apply_lens_shading(const ConstRawFrame& source, const MeshGrids& grids, uint32_t* destination);
+
+/// The stage's progress on standard output: one line per row before it is processed, a line feed after the last.
+void print_shading_progress(int32_t row, int32_t height);
+void end_shading_progress();
+void print_whole_shading_progress(int32_t height);
+
+}  // namespace cali
