@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "calibration.h"
+#include "calibrations/black_level.h"
 #include "simulation/illuminant.h"
 
 namespace cali::host {

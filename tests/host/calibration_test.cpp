@@ -7,7 +7,7 @@
 #include <cmath>
 #include <fstream>
 
-#include "capture.h"
+#include "captures/capture.h"
 #include "program.h"
 
 namespace cali::test {

@@ -1,8 +1,8 @@
-#include "capture.h"
+#include "captures/capture.h"
 
 #include <gtest/gtest.h>
 
-#include "error.h"
+#include "base/error.h"
 #include "program.h"
 
 namespace cali::test {

@@ -1,4 +1,4 @@
-#include "chart_geometry.h"
+#include "calibrations/chart_geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <cmath>
 #include <random>
 
-#include "error.h"
+#include "base/error.h"
 
 namespace cali::test {
 namespace {

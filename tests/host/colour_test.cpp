@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "capture.h"
+#include "captures/capture.h"
 #include "math/colour_difference.h"
 #include "math/colour_space.h"
 #include "program.h"

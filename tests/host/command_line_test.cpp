@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "cali/cali.h"
-#include "capture.h"
+#include "captures/capture.h"
 #include "program.h"
 
 namespace cali::test {

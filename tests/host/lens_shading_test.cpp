@@ -6,7 +6,7 @@
 #include <cmath>
 #include <sstream>
 
-#include "capture.h"
+#include "captures/capture.h"
 #include "core/channel.h"
 #include "program.h"
 #include "simulation/sensor.h"

@@ -7,7 +7,7 @@
 #include <cmath>
 
 #include "cali/cali.h"
-#include "capture.h"
+#include "captures/capture.h"
 #include "core/channel.h"
 #include "program.h"
 

@@ -1,11 +1,11 @@
-#include "patch_picture.h"
+#include "outputs/patch_picture.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
 
 #include <cmath>
 
-#include "error.h"
+#include "base/error.h"
 #include "program.h"
 
 namespace cali::test {

@@ -1,0 +1,36 @@
+/// What a chart calibration is asked for.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+
+#include "cali/cali.h"
+#include "calibrations/chart_geometry.h"
+#include "chart/chart_table.h"
+
+namespace cali::host {
+
+enum class MatrixMethod { lsq, optimised, joint };
+
+[[nodiscard]] const char* matrix_method_name(MatrixMethod method);
+/// Throws InputError.
+[[nodiscard]] MatrixMethod parse_matrix_method(const std::string& text, const std::string& where);
+
+/// "D65" or "D50" as the library's selector. Throws InputError.
+[[nodiscard]] int parse_white_point(const std::string& text, const std::string& where);
+
+/// Where the chart lies; nothing: it fills the frame.
+struct ChartPlace {
+    std::optional<std::array<RoiRect, kChartPatches>> windows;
+    std::optional<Corners> corners;
+};
+
+struct MatrixSettings {
+    MatrixMethod method = MatrixMethod::lsq;
+    int white_point = 65;
+    float saturation = 1;  ///< of the optimised fit
+    ChartPlace place;
+};
+
+}  // namespace cali::host

@@ -1,0 +1,39 @@
+/// How even a capture of an evenly lit surface is, in numbers a person understands.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "calibrations/black_level.h"
+
+namespace cali::host {
+
+/// Mean signal above black in blocks of whole 2 x 2 cells, red, green, blue; the middle block lies at the centre.
+struct BlockMeans {
+    int cols = 0;
+    int rows = 0;
+    std::vector<std::array<double, 3>> colour;  ///< row-major
+
+    [[nodiscard]] const std::array<double, 3>& at(int col, int row) const {
+        return colour[static_cast<std::size_t>(row) * static_cast<std::size_t>(cols) + static_cast<std::size_t>(col)];
+    }
+    [[nodiscard]] const std::array<double, 3>& centre() const { return at(cols / 2, rows / 2); }
+};
+
+/// 17 x 13 blocks, fewer on tiny frames. `width` and `height` 2 or more.
+[[nodiscard]] BlockMeans block_means(std::span<const uint32_t> samples, int width, int height, int pattern,
+                                     const Channels<uint32_t>& black);
+
+/// Shares of the centre's value: 0.01 is one percent.
+struct Uniformity {
+    double corner_to_centre = 0;    ///< green of the darkest corner over green of the centre
+    double luminance_rms = 0;       ///< root mean square of the blocks' differences from the centre's green
+    double worst_luminance = 0;     ///< largest difference of a block's green from the centre's
+    double worst_colour_shift = 0;  ///< largest difference of a block's R/G or B/G from the centre's
+};
+
+[[nodiscard]] Uniformity measure_uniformity(const BlockMeans& means);
+
+}  // namespace cali::host

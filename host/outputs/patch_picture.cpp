@@ -1,0 +1,74 @@
+#include "outputs/patch_picture.h"
+
+#include <png.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/error.h"
+#include "base/output_file.h"
+#include "chart/chart_table.h"
+
+namespace cali::host {
+namespace {
+
+constexpr uint8_t kBackground = 24;  // darker than the darkest patch
+constexpr std::size_t kCell = kPictureCell;
+constexpr std::size_t kGap = kPictureGap;
+constexpr std::size_t kStripe = kCell / 3;
+constexpr std::size_t kWidth = kChartColumns * (kCell + kGap) + kGap;
+constexpr std::size_t kHeight = kChartRows * (kCell + kGap) + kGap;
+
+/// IEC 61966-2-1; dark where it is not a number.
+uint8_t srgb_code(double linear) {
+    const double value = linear > 0 ? std::min(linear, 1.0) : 0.0;
+    return static_cast<uint8_t>(std::lround(255 * srgb_encode(value)));
+}
+
+std::string png_of(const std::vector<uint8_t>& pixels, const std::filesystem::path& file) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = kWidth;
+    image.height = kHeight;
+    image.format = PNG_FORMAT_RGB;
+    png_alloc_size_t size = 0;
+    std::string bytes;
+    // The first round tells the size alone.
+    for (int round = 0; round < 2; ++round) {
+        bytes.resize(size);
+        if (png_image_write_to_memory(&image, round == 0 ? nullptr : bytes.data(), &size, 0, pixels.data(), 0,
+                                      nullptr) == 0) {
+            throw InputError(file.string() + ": cannot be made: " + image.message);
+        }
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+}  // namespace
+
+void write_patch_picture(const std::filesystem::path& file, std::span<const Colour> measured,
+                         std::span<const Colour> corrected, std::span<const Colour> reference) {
+    const std::array<std::span<const Colour>, 3> stripes = {measured, corrected, reference};
+    std::vector<uint8_t> pixels(kWidth * kHeight * 3, kBackground);
+    for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+        const std::size_t left = kGap + patch % kChartColumns * (kCell + kGap);
+        const std::size_t top = kGap + patch / kChartColumns * (kCell + kGap);
+        for (std::size_t stripe = 0; stripe < stripes.size(); ++stripe) {
+            const Colour& colour = stripes[stripe][patch];
+            const std::array<uint8_t, 3> code = {srgb_code(colour[0]), srgb_code(colour[1]), srgb_code(colour[2])};
+            for (std::size_t y = top; y < top + kCell; ++y) {
+                for (std::size_t x = 0; x < kStripe; ++x) {
+                    std::ranges::copy(code, &pixels[(y * kWidth + left + stripe * kStripe + x) * 3]);
+                }
+            }
+        }
+    }
+    write_text_file(file, png_of(pixels, file));
+}
+
+}  // namespace cali::host
