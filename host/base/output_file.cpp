@@ -39,6 +39,16 @@ void OutputFile::commit() {
     committed_ = true;
 }
 
+std::vector<std::filesystem::path> PendingFiles::commit() {
+    std::vector<std::filesystem::path> names;
+    for (const std::unique_ptr<OutputFile>& file : files_) {
+        file->commit();
+        names.push_back(file->target());
+    }
+    files_.clear();
+    return names;
+}
+
 void write_text_file(const std::filesystem::path& target, const std::string& text) {
     OutputFile file(target);
     file.stream() << text;

@@ -3,7 +3,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace cali::host {
 
@@ -17,6 +19,7 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     [[nodiscard]] std::ofstream& stream() { return stream_; }
+    [[nodiscard]] const std::filesystem::path& target() const { return target_; }
     void commit();
 
 private:
@@ -24,6 +27,22 @@ private:
     std::filesystem::path temporary_;
     std::ofstream stream_;
     bool committed_ = false;
+};
+
+/// Files of one run: each is written as soon as its content is there, all appear together at its end.
+class PendingFiles {
+public:
+    /// To be written to its stream. Throws InputError.
+    OutputFile& add(const std::filesystem::path& target) {
+        return *files_.emplace_back(std::make_unique<OutputFile>(target));
+    }
+    void add_text(const std::filesystem::path& target, const std::string& text) { add(target).stream() << text; }
+
+    /// Returns their names, in the order they were added.
+    std::vector<std::filesystem::path> commit();
+
+private:
+    std::vector<std::unique_ptr<OutputFile>> files_;
 };
 
 /// A whole file at once.

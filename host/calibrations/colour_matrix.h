@@ -1,13 +1,16 @@
-/// Colour matrices as the program runs them: one chart capture in, a matrix and its proof out.
+/// Colour matrices: one chart capture in, a matrix and its proof out.
 #pragma once
 
 #include <filesystem>
 #include <optional>
 #include <vector>
 
-#include "calibrations/black_level.h"
+#include "base/section.h"
 #include "calibrations/colour_matrix_settings.h"
-#include "calibrations/lens_shading.h"
+#include "captures/frame.h"
+#include "chart/chart_windows.h"
+#include "library/library_call.h"
+#include "library/tuning_values.h"
 #include "math/colour_difference.h"
 
 namespace cali::host {
@@ -18,24 +21,14 @@ struct ChartDifferences {
     DifferenceSummary de2000;
 };
 
-/// The front end's values that a chart is measured behind.
-struct ChartFrontEnd {
-    BlackLevels black_level;
-    ShadingGrids grids;
-    std::filesystem::path flat_field;  ///< empty: unity grids
-    WhiteBalance white_balance;        ///< the joint method finds its own
-};
-
 struct MatrixCalibration {
     std::filesystem::path file;
     std::optional<double> illuminant_k;
     MatrixSettings settings;
     std::filesystem::path flat_field;
-    uint16_t gain_red = 1024;  ///< in force, 1024 = 1.0
-    uint16_t gain_blue = 1024;
+    GainRegisters gains;  ///< in force
     double exposure = 1;  ///< factor on the restoring gains that brings the greys to their reference
-    std::array<float, 9> matrix{};
-    std::array<int32_t, 9> matrix_q10{};
+    MatrixRegisters matrix;
     std::vector<Colour> measured;   ///< linear, normalised, white-balanced; 1 = white
     std::vector<Colour> corrected;  ///< by the matrix, within 0..1
     std::vector<Colour> reference;  ///< linear
@@ -45,13 +38,13 @@ struct MatrixCalibration {
 };
 
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.
-[[nodiscard]] std::array<RoiRect, kChartPatches> chart_windows(const ChartPlace& place, const Capture& chart);
+[[nodiscard]] ChartWindows chart_windows(const ChartPlace& place, const Capture& chart);
 
-/// Throws InputError; CalibrationError for a chart that is clipped, too dark or not the right way up.
-[[nodiscard]] MatrixCalibration calibrate_matrix(Capture& chart, const ChartFrontEnd& front_end,
+/// Behind `values`, whose gains the joint method does not read. Throws InputError; CalibrationError for a chart that is
+/// clipped, too dark or not the right way up.
+[[nodiscard]] MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values,
                                                  const MatrixSettings& settings, const LibraryOutput& output);
 
-/// Readable tables on standard output.
-void print_matrices(const std::vector<MatrixCalibration>& results);
+[[nodiscard]] Section describe(const MatrixCalibration& result);
 
 }  // namespace cali::host

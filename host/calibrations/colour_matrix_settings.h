@@ -5,9 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "cali/cali.h"
 #include "calibrations/chart_geometry.h"
-#include "chart/chart_table.h"
+#include "chart/chart_windows.h"
 
 namespace cali::host {
 
@@ -20,9 +19,12 @@ enum class MatrixMethod { lsq, optimised, joint };
 /// "D65" or "D50" as the library's selector. Throws InputError.
 [[nodiscard]] int parse_white_point(const std::string& text, const std::string& where);
 
+/// "D65" of the library's selector 65.
+[[nodiscard]] std::string white_point_name(int white_point);
+
 /// Where the chart lies; nothing: it fills the frame.
 struct ChartPlace {
-    std::optional<std::array<RoiRect, kChartPatches>> windows;
+    std::optional<ChartWindows> windows;
     std::optional<Corners> corners;
 };
 

@@ -1,11 +1,9 @@
 #include "calibrations/colour_table.h"
 
 #include <algorithm>
-#include <cstdio>
 
-#include "base/output_file.h"
-#include "cali/cali.h"
-#include "calibrations/black_level.h"
+#include "base/text.h"
+#include "library/exports.h"
 #include "lut/apply.h"
 #include "math/colour_space.h"
 
@@ -13,7 +11,6 @@ namespace cali::host {
 namespace {
 
 constexpr int kGreySteps = 64;
-constexpr double kFullScale = kLibraryFullScale;
 
 Colour encoded(const Colour& linear) {
     return {srgb_encode(linear[0]), srgb_encode(linear[1]), srgb_encode(linear[2])};
@@ -39,18 +36,7 @@ std::vector<int32_t> make_table(const TableInput& input, const ColourTableSettin
     const ClutSettings record{{settings.nodes, settings.nodes, settings.nodes},
                               static_cast<float>(settings.strength),
                               static_cast<float>(settings.radius)};
-    const auto nodes = static_cast<std::size_t>(settings.nodes);
-    std::vector<int32_t> table(nodes * nodes * nodes * 3);
-    const bool rgb = settings.domain == TableDomain::rgb;
-    const char* const name = rgb ? "cali_clut_calc_rgb" : "cali_clut_calc";
-    require_accepted(output.call(name,
-                                 [&] {
-                                     return (rgb ? cali_clut_calc_rgb : cali_clut_calc)(
-                                         measured.data(), target.data(), static_cast<int32_t>(measured.size()), &record,
-                                         table.data());
-                                 }),
-                     name, input.file);
-    return table;
+    return exports::clut_calc(settings.domain == TableDomain::rgb, measured, target, record, {input.file, output});
 }
 
 /// A linear colour behind a table.
@@ -105,28 +91,26 @@ ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& 
     return table;
 }
 
-void write_cube(const std::filesystem::path& file, const ColourTable& table) {
-    std::string text = "# Encoded sRGB in and out.\nTITLE \"" + table.input.file.stem().string() + "\"\nLUT_3D_SIZE " +
-                       std::to_string(table.settings.nodes) + "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n";
-    for (std::size_t i = 0; i < table.value.size(); i += 3) {
-        char line[64];
-        (void)std::snprintf(line, sizeof line, "%.6f %.6f %.6f\n", table.value[i] / kFullScale,
-                            table.value[i + 1] / kFullScale, table.value[i + 2] / kFullScale);
-        text += line;
-    }
-    write_text_file(file, text);
-}
-
-void print_table(const ColourTable& table) {
-    std::printf("Colour table: %s, %s, %d^3 nodes, strength %.2f, radius %.2f\n",
-                table.input.file.filename().string().c_str(), table.settings.domain == TableDomain::rgb ? "rgb" : "hsv",
-                table.settings.nodes, table.settings.strength, table.settings.radius);
+Section describe(const ColourTable& table) {
+    const ColourTableSettings& settings = table.settings;
+    Section section;
+    section.title = "Colour table: " + table.input.file.filename().string() +
+                    text(", %s, %d^3 nodes, strength %.2f, radius %.2f", table_domain_name(settings.domain),
+                         settings.nodes, settings.strength, settings.radius);
     if (table.input.limited > 0) {
-        std::printf("  %d components that the matrix pushed out of 0..1 were limited to it\n", table.input.limited);
+        section.notes.push_back(
+            text("%d components that the matrix pushed out of 0..1 were limited to it", table.input.limited));
     }
-    std::printf("  CIEDE2000 before: mean %.3f, worst %.3f; after: mean %.3f, worst %.3f\n", table.before.mean,
-                table.before.worst, table.after.mean, table.after.worst);
-    std::printf("  leave-one-out mean %.3f; greys move by at most %.3f\n", table.leave_one_out, table.grey_movement);
+    section.notes.push_back(text("CIEDE2000 before: mean %.3f, worst %.3f; after: mean %.3f, worst %.3f",
+                                 table.before.mean, table.before.worst, table.after.mean, table.after.worst));
+    section.notes.push_back(
+        text("leave-one-out mean %.3f; greys move by at most %.3f", table.leave_one_out, table.grey_movement));
+    section.figures = {
+        {"before_mean_de_2000", table.before.mean, "dE"},  {"before_worst_de_2000", table.before.worst, "dE"},
+        {"after_mean_de_2000", table.after.mean, "dE"},    {"after_worst_de_2000", table.after.worst, "dE"},
+        {"leave_one_out_mean", table.leave_one_out, "dE"}, {"grey_movement", table.grey_movement, "dE"}};
+    section.pictures.push_back({table.input.corrected, table.result, table.input.reference});
+    return section;
 }
 
 }  // namespace cali::host

@@ -1,25 +1,16 @@
 /// Look-up tables for what a matrix leaves of the colour error.
 #pragma once
 
-#include <array>
 #include <filesystem>
 #include <optional>
-#include <string>
 #include <vector>
 
+#include "base/section.h"
+#include "calibrations/colour_table_settings.h"
 #include "library/library_call.h"
 #include "math/colour_difference.h"
 
 namespace cali::host {
-
-enum class TableDomain { rgb, hsv };
-
-struct ColourTableSettings {
-    TableDomain domain = TableDomain::rgb;
-    int nodes = 33;       ///< per axis
-    double strength = 1;  ///< 0 to 1
-    double radius = 0.2;  ///< reach of a patch, in units of the axes
-};
 
 /// A chart's patches behind its matrix, and what they should be: linear, within 0..1.
 struct TableInput {
@@ -45,9 +36,6 @@ struct ColourTable {
 [[nodiscard]] ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& settings,
                                           const LibraryOutput& output);
 
-/// An rgb table as a .cube file (red fastest, 0..1). Throws InputError.
-void write_cube(const std::filesystem::path& file, const ColourTable& table);
-
-void print_table(const ColourTable& table);
+[[nodiscard]] Section describe(const ColourTable& table);
 
 }  // namespace cali::host

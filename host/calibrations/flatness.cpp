@@ -19,21 +19,20 @@ int block_count(int wanted, int cells) {
 
 }  // namespace
 
-BlockMeans block_means(std::span<const uint32_t> samples, int width, int height, int pattern,
-                       const Channels<uint32_t>& black) {
+BlockMeans block_means(const ConstRawFrame& frame, const Channels<uint32_t>& black) {
     const PerChannel<uint32_t> offset =
         PerChannel<uint32_t>::from_red_first(black[kRR], black[kGR], black[kGB], black[kBB]);
-    const int cells_x = width / 2;
-    const int cells_y = height / 2;
+    const int cells_x = frame.width / 2;
+    const int cells_y = frame.height / 2;
     BlockMeans means{block_count(kBlockCols, cells_x), block_count(kBlockRows, cells_y), {}};
     means.colour.resize(static_cast<std::size_t>(means.cols) * static_cast<std::size_t>(means.rows));
     std::vector<double> cells(means.colour.size());
     for (int y = 0; y < cells_y * 2; ++y) {
         const std::size_t block_row =
             static_cast<std::size_t>(y / 2 * means.rows / cells_y) * static_cast<std::size_t>(means.cols);
-        const uint32_t* const row = samples.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(width);
+        const uint32_t* const row = frame.row(y);
         for (int x = 0; x < cells_x * 2; ++x) {
-            const Channel channel = bayer_channel(pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
+            const Channel channel = bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
             const std::size_t block = block_row + static_cast<std::size_t>(x / 2 * means.cols / cells_x);
             means.colour[block][colour_of(channel)] +=
                 static_cast<double>(row[x]) - static_cast<double>(offset[channel]);
@@ -48,11 +47,11 @@ BlockMeans block_means(std::span<const uint32_t> samples, int width, int height,
     return means;
 }
 
-Uniformity measure_uniformity(const BlockMeans& means) {
+Flatness measure_flatness(const BlockMeans& means) {
     const auto& centre = means.centre();
     const int last_col = means.cols - 1;
     const int last_row = means.rows - 1;
-    Uniformity result;
+    Flatness result;
     result.corner_to_centre = std::min({means.at(0, 0)[1], means.at(last_col, 0)[1], means.at(0, last_row)[1],
                                         means.at(last_col, last_row)[1]}) /
                               centre[1];

@@ -3,10 +3,10 @@
 
 #include <array>
 #include <cstdint>
-#include <span>
 #include <vector>
 
-#include "calibrations/black_level.h"
+#include "captures/channels.h"
+#include "core/frame.h"
 
 namespace cali::host {
 
@@ -22,18 +22,17 @@ struct BlockMeans {
     [[nodiscard]] const std::array<double, 3>& centre() const { return at(cols / 2, rows / 2); }
 };
 
-/// 17 x 13 blocks, fewer on tiny frames. `width` and `height` 2 or more.
-[[nodiscard]] BlockMeans block_means(std::span<const uint32_t> samples, int width, int height, int pattern,
-                                     const Channels<uint32_t>& black);
+/// 17 x 13 blocks, fewer on tiny frames. The frame is 2 x 2 or more.
+[[nodiscard]] BlockMeans block_means(const ConstRawFrame& frame, const Channels<uint32_t>& black);
 
 /// Shares of the centre's value: 0.01 is one percent.
-struct Uniformity {
+struct Flatness {
     double corner_to_centre = 0;    ///< green of the darkest corner over green of the centre
     double luminance_rms = 0;       ///< root mean square of the blocks' differences from the centre's green
     double worst_luminance = 0;     ///< largest difference of a block's green from the centre's
     double worst_colour_shift = 0;  ///< largest difference of a block's R/G or B/G from the centre's
 };
 
-[[nodiscard]] Uniformity measure_uniformity(const BlockMeans& means);
+[[nodiscard]] Flatness measure_flatness(const BlockMeans& means);
 
 }  // namespace cali::host

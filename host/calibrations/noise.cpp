@@ -1,12 +1,11 @@
 #include "calibrations/noise.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstdio>
 
 #include "base/error.h"
-#include "base/progress.h"
+#include "base/text.h"
+#include "captures/read_capture.h"
 #include "core/channel.h"
 #include "kernels/sample_math.h"
 
@@ -17,36 +16,28 @@ constexpr int kLargestWindow = 512;
 constexpr double kMostClipped = 0.01;  ///< share of a level's samples
 constexpr double kMostUlp = 4;         ///< of a level's sum, in deviations
 
-/// A level's frames, cut to the window.
-struct LevelFrames {
-    std::vector<std::vector<uint32_t>> frames;
-    double clipped = 0;  ///< share
-};
-
-Window default_noise_window(const Capture& frame) {
-    const int width = std::min(kLargestWindow, frame.width & ~1);
-    const int height = std::min(kLargestWindow, frame.height & ~1);
-    return {((frame.width - width) / 2) & ~1, ((frame.height - height) / 2) & ~1, width, height};
+Window default_noise_window(const SensorGeometry& sensor) {
+    const int width = std::min(kLargestWindow, sensor.width & ~1);
+    const int height = std::min(kLargestWindow, sensor.height & ~1);
+    return {((sensor.width - width) / 2) & ~1, ((sensor.height - height) / 2) & ~1, width, height};
 }
 
 void require_window(const Window& window, const Capture& frame) {
     const bool even = ((window.x | window.y | window.width | window.height) & 1) == 0;
-    if (!even || window.width < 2 || window.height < 2 || window.x + window.width > frame.width ||
-        window.y + window.height > frame.height) {
-        throw InputError(frame.file.string() + ": the window [" + std::to_string(window.x) + ", " +
-                         std::to_string(window.y) + ", " + std::to_string(window.width) + ", " +
-                         std::to_string(window.height) + "], expected even numbers inside the frame of " +
-                         std::to_string(frame.width) + " x " + std::to_string(frame.height));
+    if (!even || window.width < 2 || window.height < 2 || window.x + window.width > frame.sensor.width ||
+        window.y + window.height > frame.sensor.height) {
+        throw InputError(frame.file.string() + ": the window " + to_text(window) +
+                         ", expected even numbers inside the frame of " + by(frame.sensor.width, frame.sensor.height));
     }
 }
 
-void require_same_geometry(const Capture& frame, const Capture& first) {
-    if (frame.width != first.width || frame.height != first.height || frame.pattern != first.pattern ||
-        frame.bits != first.bits) {
-        throw InputError(frame.file.string() + ": " + std::to_string(frame.width) + " x " +
-                         std::to_string(frame.height) + " samples of " + std::to_string(frame.bits) +
-                         " bits, expected " + std::to_string(first.width) + " x " + std::to_string(first.height) +
-                         " of " + std::to_string(first.bits) + " as in " + first.file.string());
+void require_same_geometry(const Capture& frame, const SensorGeometry& first, const std::filesystem::path& first_file) {
+    const SensorGeometry& found = frame.sensor;
+    if (found.width != first.width || found.height != first.height || found.pattern != first.pattern ||
+        found.bits != first.bits) {
+        throw InputError(frame.file.string() + ": " + by(found.width, found.height) +
+                         text(" samples of %d bits, expected ", found.bits) + by(first.width, first.height) +
+                         text(" of %d as in ", first.bits) + first_file.string());
     }
 }
 
@@ -58,15 +49,14 @@ uint32_t black_of(Channel channel, const BlackLevels& black_level) {
 /// The window after the black level; counts samples at either end of the range.
 std::vector<uint32_t> cut(const Capture& frame, const Window& window, const BlackLevels& black_level,
                           std::size_t& clipped) {
-    const uint32_t full_scale = full_scale_code(frame);
+    const uint32_t full_scale = full_scale_code(frame.sensor);
     std::vector<uint32_t> samples;
     samples.reserve(static_cast<std::size_t>(window.width) * static_cast<std::size_t>(window.height));
     for (int y = window.y; y < window.y + window.height; ++y) {
-        const uint32_t* const row =
-            frame.samples.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(frame.width);
+        const uint32_t* const row = frame.view().row(y);
         for (int x = window.x; x < window.x + window.width; ++x) {
-            const uint32_t black =
-                black_of(bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)), black_level);
+            const uint32_t black = black_of(
+                bayer_channel(frame.sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)), black_level);
             const uint32_t sample = sample::subtract_limited(row[x], black);
             clipped += sample == 0 || row[x] >= full_scale ? 1 : 0;
             samples.push_back(sample);
@@ -77,50 +67,25 @@ std::vector<uint32_t> cut(const Capture& frame, const Window& window, const Blac
 
 /// Statistics of one level; positions become channels. The deviation's export takes the same root, of the same sums.
 void measure_level(std::vector<std::vector<uint32_t>>& frames, const Window& window, int pattern,
-                   const std::filesystem::path& file, const LibraryOutput& output, NoiseLevel& level) {
-    std::vector<uint32_t*> pointers;
-    pointers.reserve(frames.size());
-    std::ranges::transform(frames, std::back_inserter(pointers), [](auto& frame) { return frame.data(); });
-    const LevelListOwner owner({pointers});
-    std::array<float, 4> means{};
-    std::array<float, 4> variances{};
-    std::array<float*, 4> mean_pointers = {&means[0], &means[1], &means[2], &means[3]};
-    std::array<float*, 4> variance_pointers = {&variances[0], &variances[1], &variances[2], &variances[3]};
-    constexpr const char* kName = "cali_isp_roi_mean_var_calc";
-    require_accepted(
-        output.call(kName,
-                    [&] {
-                        return cali_isp_roi_mean_var_calc(
-                            owner.copy(), static_cast<uint32_t>(window.width), static_cast<uint32_t>(window.height), 1,
-                            4, static_cast<int32_t>(frames.size()), mean_pointers.data(), variance_pointers.data());
-                    }),
-        kName, file);
+                   const exports::Call& call, NoiseLevel& level) {
+    const exports::CellStatistics cell = exports::mean_and_variance(frames, window.width, window.height, call);
     for (uint32_t position = 0; position < 4; ++position) {
         const auto channel = static_cast<std::size_t>(RR - bayer_channel(pattern, position >> 1U, position & 1U));
-        level.mean[channel] = means[position];
-        level.variance[channel] = variances[position];
-        level.deviation[channel] = std::sqrt(variances[position]);
+        level.mean[channel] = cell.mean[position];
+        level.variance[channel] = cell.variance[position];
+        level.deviation[channel] = std::sqrt(cell.variance[position]);
     }
 }
 
 template <typename Value>
-NoiseLine fit(const std::vector<NoiseLevel>& levels, std::size_t channel, Value value, const LibraryOutput& output,
-              const std::filesystem::path& file) {
+NoiseLine fit(const std::vector<NoiseLevel>& levels, std::size_t channel, Value value, const exports::Call& call) {
     std::vector<float> x;
     std::vector<float> y;
     for (const NoiseLevel& level : levels) {
         x.push_back(level.mean[channel]);
         y.push_back((level.*value)[channel]);
     }
-    uint32_t slope = 0;
-    uint32_t intercept = 0;
-    require_accepted(output.call("cali_isp_np_lr_calc",
-                                 [&] {
-                                     return cali_isp_np_lr_calc(x.data(), y.data(), static_cast<uint32_t>(x.size()),
-                                                                &slope, &intercept);
-                                 }),
-                     "cali_isp_np_lr_calc", file);
-    NoiseLine line{std::bit_cast<float>(slope), std::bit_cast<float>(intercept), 0};
+    NoiseLine line{exports::fit_line(x, y, call), 0};
     for (std::size_t i = 0; i < x.size(); ++i) {
         const double on_line =
             static_cast<double>(line.slope) * static_cast<double>(x[i]) + static_cast<double>(line.intercept);
@@ -129,12 +94,6 @@ NoiseLine fit(const std::vector<NoiseLevel>& levels, std::size_t channel, Value 
     }
     line.residual = std::sqrt(line.residual);
     return line;
-}
-
-std::string percent(double share) {
-    char text[16];
-    (void)std::snprintf(text, sizeof text, "%.1f %%", share * 100);
-    return text;
 }
 
 void require_rising(const std::vector<NoiseLevel>& levels) {
@@ -158,61 +117,47 @@ void warn_of_rounding(NoiseResults& results) {
         const double ulp = std::ldexp(1.0, std::ilogb(std::max(sum, 1.0)) - 23);
         const auto deviation = static_cast<double>(*std::ranges::min_element(level.deviation));
         if (ulp > kMostUlp * std::max(deviation, 1.0)) {
-            char text[256];
-            (void)std::snprintf(text, sizeof text,
-                                "%s: the window of %d x %d over %d frames is too large for the single-precision sums "
-                                "that the ISP's reference prescribes: the noise comes out wrong; use 512 x 512 or less",
-                                level.name.c_str(), results.window.width, results.window.height, level.frames);
-            results.warnings.emplace_back(text);
+            results.warnings.push_back(
+                level.name + text(": the window of %d x %d over %d frames is too large for the single-precision sums "
+                                  "that the ISP's reference prescribes: the noise comes out wrong; use 512 x 512 or "
+                                  "less",
+                                  results.window.width, results.window.height, level.frames));
             return;
         }
     }
 }
 
-void convert(NoiseResults& results, const std::filesystem::path& file, const LibraryOutput& output) {
+void convert(NoiseResults& results, const exports::Call& call) {
     const NoiseSettings& settings = results.settings;
-    const char* const slope_format = settings.slope_format.c_str();
-    const char* const level_format = settings.level_format.c_str();
-    std::array<float, 4> slopes{};
-    std::array<float, 4> intercepts{};
-    for (std::size_t c = 0; c < slopes.size(); ++c) {
-        const NoiseLine& line = results.deviation[c];
-        require_accepted(output.call("cali_isp_np_float_to_fix_calc_v2",
-                                     [&] {
-                                         return cali_isp_np_float_to_fix_calc_v2(
-                                             line.slope, line.intercept, settings.ref_level, &results.slope_fix[c],
-                                             &results.level_fix[c], slope_format, level_format);
-                                     }),
-                         "cali_isp_np_float_to_fix_calc_v2", file);
-        slopes[3 - c] = line.slope;  // blue first
-        intercepts[3 - c] = line.intercept;
+    const exports::LineFormat format{settings.ref_level, settings.slope_format, settings.level_format};
+    Channels<exports::FittedLine> lines;
+    for (std::size_t c = 0; c < lines.size(); ++c) {
+        lines[c] = results.deviation[c];
+        results.registers[c] = exports::line_registers(lines[c], format, call);
     }
-    require_accepted(output.call("cali_isp_ynr_np_fix_calc",
-                                 [&] {
-                                     return cali_isp_ynr_np_fix_calc(slopes.data(), intercepts.data(),
-                                                                     settings.ref_level, slope_format, level_format,
-                                                                     &results.luma_slope_fix, &results.luma_level_fix);
-                                 }),
-                     "cali_isp_ynr_np_fix_calc", file);
+    results.luma_registers = exports::luma_registers(lines, format, call);
 }
 
 }  // namespace
 
+std::size_t frame_count(const std::vector<SeriesLevel>& levels) {
+    std::size_t total = 0;
+    for (const SeriesLevel& level : levels) {
+        total += level.files.size();
+    }
+    return total;
+}
+
 NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geometry& geometry,
                              const BlackLevels& black_level, const NoiseSettings& settings, const LibraryOutput& output,
-                             Capture& capture) {
+                             Progress& progress, SensorGeometry& sensor) {
     if (levels.size() < 2) {
         throw InputError("the noise series has " + std::to_string(levels.size()) +
                          (levels.size() == 1 ? " level" : " levels") + ", expected two or more");
     }
     NoiseResults results;
     results.settings = settings;
-    std::size_t total = 0;
-    for (const SeriesLevel& level : levels) {
-        total += level.files.size();
-    }
-    Progress progress(total, settings.progress);
-    bool first = true;
+    std::filesystem::path first_file;
     for (std::size_t k = 0; k < levels.size(); ++k) {
         const std::vector<std::filesystem::path>& files = levels[k].files;
         NoiseLevel level;
@@ -225,14 +170,13 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
         std::vector<std::vector<uint32_t>> frames;
         std::size_t clipped = 0;
         for (const std::filesystem::path& file : files) {
-            Capture frame = read_capture(file, geometry);
-            if (first) {
-                results.window = settings.window.value_or(default_noise_window(frame));
-                capture = frame;
-                capture.samples.clear();
-                first = false;
+            const Capture frame = read_capture(file, geometry);
+            if (first_file.empty()) {
+                first_file = file;
+                sensor = frame.sensor;
+                results.window = settings.window.value_or(default_noise_window(sensor));
             }
-            require_same_geometry(frame, capture);
+            require_same_geometry(frame, sensor, first_file);
             require_window(results.window, frame);
             frames.push_back(cut(frame, results.window, black_level, clipped));
             progress.step();
@@ -244,48 +188,65 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
                                    " of the samples are at full scale or not above black, expected at most " +
                                    percent(kMostClipped));
         }
-        measure_level(frames, results.window, capture.pattern, files[0], output, level);
+        measure_level(frames, results.window, sensor.pattern, {files[0], output}, level);
         results.levels.push_back(std::move(level));
     }
     progress.finish();
     require_rising(results.levels);
+    const exports::Call call{first_file, output};
     for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
-        results.deviation[c] = fit(results.levels, c, &NoiseLevel::deviation, output, capture.file);
-        results.variance[c] = fit(results.levels, c, &NoiseLevel::variance, output, capture.file);
+        results.deviation[c] = fit(results.levels, c, &NoiseLevel::deviation, call);
+        results.variance[c] = fit(results.levels, c, &NoiseLevel::variance, call);
     }
     warn_of_rounding(results);
-    convert(results, capture.file, output);
+    convert(results, call);
     return results;
 }
 
-void print_noise(const NoiseResults& results) {
-    std::printf("Noise over [%d, %d, %d, %d], mean and deviation in codes\n", results.window.x, results.window.y,
-                results.window.width, results.window.height);
-    std::printf("  %-28s %7s %18s %18s %18s %18s\n", "level", "frames", "RR", "GR", "GB", "BB");
+Section describe(const NoiseResults& results) {
+    Section section{"Noise over " + to_text(results.window) + ", mean and deviation in codes", {}, {}, {}, {}, {}};
+    Table levels{{{"level", 28, true}, {"frames", 7}, {"RR", 18}, {"GR", 18}, {"GB", 18}, {"BB", 18}}, {}, true};
     for (const NoiseLevel& level : results.levels) {
-        std::printf("  %-28s %7d", level.name.c_str(), level.frames);
+        Row& row = levels.rows.emplace_back(Row{{level.name, std::to_string(level.frames)}, ""});
         for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
-            std::printf(" %9.2f %8.3f", static_cast<double>(level.mean[c]), static_cast<double>(level.deviation[c]));
+            row.cells.push_back(
+                text("%.2f %8.3f", static_cast<double>(level.mean[c]), static_cast<double>(level.deviation[c])));
         }
-        std::printf("\n");
     }
-    std::printf("  %-9s %26s %10s %34s %10s %16s\n", "channel", "deviation = slope, intercept", "residual",
-                "variance = codes/electron, read noise", "residual", "slope, level");
+    Table lines{{{"channel", 9, true},
+                 {"deviation = slope, intercept", 28},
+                 {"residual", 10},
+                 {"variance = codes/electron, read noise", 34},
+                 {"residual", 10},
+                 {"slope, level", 16}},
+                {},
+                true};
     for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
         const NoiseLine& deviation = results.deviation[c];
         const NoiseLine& variance = results.variance[c];
-        std::printf("  %-9s %14.6f %13.4f %8.2f %% %20.4f %13.3f %8.2f %% %9d %6d\n", kChannelKeys[c],
-                    static_cast<double>(deviation.slope), static_cast<double>(deviation.intercept),
-                    deviation.residual * 100, static_cast<double>(variance.slope),
-                    std::sqrt(std::max(static_cast<double>(variance.intercept), 0.0)), variance.residual * 100,
-                    results.slope_fix[c], results.level_fix[c]);
+        const double read_noise = std::sqrt(std::max(static_cast<double>(variance.intercept), 0.0));
+        lines.rows.push_back(
+            {{kChannelKeys[c],
+              text("%.6f %13.4f", static_cast<double>(deviation.slope), static_cast<double>(deviation.intercept)),
+              text("%.2f %%", deviation.residual * 100),
+              text("%.4f %13.3f", static_cast<double>(variance.slope), read_noise),
+              text("%.2f %%", variance.residual * 100),
+              text("%d %6d", results.registers[c].slope, results.registers[c].level)},
+             ""});
+        const auto add = [&](const char* name, double value, const char* unit) {
+            section.figures.push_back({std::string(name) + "_" + kChannelKeys[c], value, unit});
+        };
+        add("deviation_slope", static_cast<double>(deviation.slope), "");
+        add("deviation_intercept", static_cast<double>(deviation.intercept), "codes");
+        add("codes_per_electron", static_cast<double>(variance.slope), "codes/e-");
+        add("read_noise", read_noise, "codes");
     }
-    std::printf("  registers %s and %s at code %d; luma %d, %d\n", results.settings.slope_format.c_str(),
-                results.settings.level_format.c_str(), results.settings.ref_level, results.luma_slope_fix,
-                results.luma_level_fix);
-    for (const std::string& warning : results.warnings) {
-        (void)std::fprintf(stderr, "cali: %s\n", warning.c_str());
-    }
+    section.tables = {levels, lines};
+    section.notes.push_back("registers " + results.settings.slope_format + " and " + results.settings.level_format +
+                            text(" at code %d; luma %d, %d", results.settings.ref_level, results.luma_registers.slope,
+                                 results.luma_registers.level));
+    section.warnings = results.warnings;
+    return section;
 }
 
 }  // namespace cali::host

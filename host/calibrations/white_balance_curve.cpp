@@ -2,15 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "base/error.h"
+#include "base/text.h"
+#include "library/exports.h"
 
 namespace cali::host {
 namespace {
 
 constexpr double kReferenceK = 5000;
-constexpr std::size_t kTableSize = 200;
 
 }  // namespace
 
@@ -27,48 +27,40 @@ CurveResult fit_curve(const std::vector<WhiteBalance>& entries, const std::files
         lights, {}, [](const WhiteBalance& light) { return std::abs(*light.illuminant_k - kReferenceK); });
     // Ratios of the light's colour: red over green, and blue over green.
     const auto ratio = [](uint16_t gain) { return 1024.0F / static_cast<float>(gain); };
-    std::vector<float> ratio_a;
-    std::vector<float> ratio_b;
-    std::vector<float> temp_k;
+    std::vector<exports::CurveLight> points;
     for (const WhiteBalance& light : lights) {
-        ratio_a.push_back(ratio(light.red));
-        ratio_b.push_back(ratio(light.blue));
-        temp_k.push_back(static_cast<float>(*light.illuminant_k));
+        points.push_back({ratio(light.gains.red), ratio(light.gains.blue), static_cast<float>(*light.illuminant_k)});
     }
-    const std::vector<uint8_t> weight(lights.size(), 1);
     CurveResult result;
     result.reference_k = *reference->illuminant_k;
-    require_accepted(output.call("cali_awb_BuildCurve",
-                                 [&] {
-                                     return cali_awb_BuildCurve(ratio(reference->red), ratio(reference->blue),
-                                                                ratio_a.data(), ratio_b.data(), temp_k.data(),
-                                                                weight.data(), static_cast<uint8_t>(lights.size()),
-                                                                &result.record);
-                                 }),
-                     "cali_awb_BuildCurve", file);
-    result.table.resize(kTableSize);
-    const std::array<float, 2> unity = {0, 1024};
-    require_accepted(output.call("cali_awb_getCurve",
-                                 [&] { return cali_awb_getCurve(result.table.data(), unity.data(), unity.data()); }),
-                     "cali_awb_getCurve", file);
+    result.record =
+        exports::awb_build_curve(ratio(reference->gains.red), ratio(reference->gains.blue), points, {file, output});
+    result.table = exports::awb_curve_table({file, output});
     const auto& [a, b, c, pack] = result.record;
     for (const WhiteBalance& light : lights) {
-        const double x = static_cast<double>(light.red) / reference->red;
-        const double y = static_cast<double>(light.blue) / reference->blue;
+        const double x = static_cast<double>(light.gains.red) / reference->gains.red;
+        const double y = static_cast<double>(light.gains.blue) / reference->gains.blue;
         result.points.push_back({*light.illuminant_k, x, y,
                                  static_cast<double>(a) * x * x + static_cast<double>(b) * x + static_cast<double>(c)});
     }
     return result;
 }
 
-void print_curve(const CurveResult& curve) {
-    std::printf("White-balance curve: y = %.5f x^2 %+.5f x %+.5f, gains over those at %.0f K\n",
-                static_cast<double>(curve.record.a), static_cast<double>(curve.record.b),
-                static_cast<double>(curve.record.c), curve.reference_k);
-    std::printf("  %10s %12s %12s %12s\n", "light", "x (red)", "y (blue)", "curve");
+Section describe(const CurveResult& curve) {
+    const auto& [a, b, c, pack] = curve.record;
+    const auto coefficient = [](float value) { return static_cast<double>(value); };
+    Section section;
+    section.title = text("White-balance curve: y = %.5f x^2 %+.5f x %+.5f, gains over those at %.0f K", coefficient(a),
+                         coefficient(b), coefficient(c), curve.reference_k);
+    section.figures = {{"a", coefficient(a), ""}, {"b", coefficient(b), ""}, {"c", coefficient(c), ""}};
+    Table& table = section.tables.emplace_back();
+    table.columns = {{"light", 10}, {"x (red)", 12}, {"y (blue)", 12}, {"curve", 12}};
     for (const CurvePoint& point : curve.points) {
-        std::printf("  %8.0f K %12.4f %12.4f %12.4f\n", point.illuminant_k, point.x, point.y, point.fitted_y);
+        table.rows.push_back({{text("%.0f K", point.illuminant_k), text("%.4f", point.x), text("%.4f", point.y),
+                               text("%.4f", point.fitted_y)},
+                              ""});
     }
+    return section;
 }
 
 }  // namespace cali::host

@@ -3,7 +3,9 @@
 
 #include <vector>
 
-#include "calibrations/black_level.h"
+#include "base/section.h"
+#include "cali/cali.h"
+#include "calibrations/white_balance.h"
 
 namespace cali::host {
 
@@ -30,6 +32,6 @@ inline constexpr std::size_t kMostCurveLights = 7;
 [[nodiscard]] CurveResult fit_curve(const std::vector<WhiteBalance>& entries, const std::filesystem::path& file,
                                     const LibraryOutput& output);
 
-void print_curve(const CurveResult& curve);
+[[nodiscard]] Section describe(const CurveResult& curve);
 
 }  // namespace cali::host

@@ -1,68 +1,12 @@
-#include <algorithm>
+#include "captures/frame_series.h"
+
 #include <map>
 
 #include "base/error.h"
-#include "calibrations/noise.h"
+#include "captures/file_patterns.h"
 
 namespace cali::host {
 namespace {
-
-/// '*' stands for any text, '?' for one character.
-bool matches(std::string_view text, std::string_view pattern) {
-    if (pattern.empty()) {
-        return text.empty();
-    }
-    if (pattern.front() == '*') {
-        return matches(text, pattern.substr(1)) || (!text.empty() && matches(text.substr(1), pattern));
-    }
-    return !text.empty() && (pattern.front() == '?' || pattern.front() == text.front()) &&
-           matches(text.substr(1), pattern.substr(1));
-}
-
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
-
-/// level_2 before level_10.
-bool natural_less(const std::string& a, const std::string& b) {
-    std::size_t i = 0;
-    std::size_t j = 0;
-    while (i < a.size() && j < b.size()) {
-        if (is_digit(a[i]) && is_digit(b[j])) {
-            const auto end_of_number = [](const std::string& text, std::size_t at) {
-                while (at < text.size() && is_digit(text[at])) {
-                    ++at;
-                }
-                return at;
-            };
-            const std::size_t end_i = end_of_number(a, i);
-            const std::size_t end_j = end_of_number(b, j);
-            const auto number = [](const std::string& text, std::size_t from, std::size_t to) {
-                const std::size_t nonzero = text.find_first_not_of('0', from);
-                return nonzero >= to ? std::string() : text.substr(nonzero, to - nonzero);
-            };
-            const std::string first = number(a, i, end_i);
-            const std::string second = number(b, j, end_j);
-            if (first != second) {
-                return first.size() != second.size() ? first.size() < second.size() : first < second;
-            }
-            i = end_i;
-            j = end_j;
-        } else if (a[i] != b[j]) {
-            return a[i] < b[j];
-        } else {
-            ++i;
-            ++j;
-        }
-    }
-    return a.size() - i < b.size() - j;
-}
-
-struct NaturalLess {
-    bool operator()(const std::string& a, const std::string& b) const { return natural_less(a, b); }
-};
-
-void sort_naturally(std::vector<std::filesystem::path>& files) {
-    std::ranges::sort(files, natural_less, [](const std::filesystem::path& file) { return file.string(); });
-}
 
 bool is_capture(const std::filesystem::path& file) { return file.extension() == ".raw" || file.extension() == ".pgm"; }
 
@@ -78,25 +22,6 @@ std::vector<std::filesystem::path> captures_in(const std::filesystem::path& fold
 }
 
 }  // namespace
-
-std::vector<std::filesystem::path> matching_files(const std::filesystem::path& pattern) {
-    std::filesystem::path folder = pattern.parent_path();
-    if (folder.empty()) {
-        folder = ".";
-    }
-    std::vector<std::filesystem::path> files;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.is_regular_file() && matches(entry.path().filename().string(), pattern.filename().string())) {
-            files.push_back(pattern.parent_path() / entry.path().filename());
-        }
-    }
-    if (files.empty()) {
-        throw InputError(pattern.string() + ": matches no file");
-    }
-    sort_naturally(files);
-    return files;
-}
 
 std::vector<SeriesLevel> levels_of_folder(const std::filesystem::path& folder) {
     std::error_code error;

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "base/error.h"
+#include "base/text.h"
 
 namespace cali::host {
 namespace {
@@ -16,6 +17,17 @@ std::optional<int> to_number(std::string_view text) {
 }
 
 }  // namespace
+
+void require_known(const std::filesystem::path& file, bool known, const char* what, const char* option) {
+    if (!known) {
+        throw InputError(file.string() + ": its " + what + " is not known, expected " + option +
+                         " or a session file that tells");
+    }
+}
+
+std::string to_text(const Window& window) {
+    return cali::host::text("[%d, %d, %d, %d]", window.x, window.y, window.width, window.height);
+}
 
 int check_number(int64_t found, int64_t low, int64_t high, const std::string& what) {
     if (found < low || found > high) {

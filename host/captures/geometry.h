@@ -1,8 +1,9 @@
-/// Size, colour pattern and bit depth of captures, as files and options name them.
+/// Size, colour pattern and bit depth of captures, as files and options name them, and windows on them.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -13,8 +14,20 @@ inline constexpr int kMinBits = 8;
 inline constexpr int kMaxBits = 16;
 inline constexpr int kMaxSide = 65535;
 
+/// Depth of the library's samples.
+inline constexpr int kLibraryBits = 12;
+
 /// Pattern names in the library's numbering.
 inline constexpr std::array<const char*, 4> kPatternNames = {"BGGR", "GBRG", "GRBG", "RGGB"};
+
+/// What a sensor's captures have in common.
+struct SensorGeometry {
+    int width = 0;
+    int height = 0;
+    int pattern = 0;
+    int bits = kLibraryBits;         ///< of the files
+    std::optional<int> white_level;  ///< largest code of the files, where they tell
+};
 
 /// What is known of a capture before it is read; PGM files tell their own size and depth.
 struct Geometry {
@@ -24,6 +37,20 @@ struct Geometry {
     std::optional<int> bits;
     std::string source = "the options";  ///< who says so, for error messages
 };
+
+/// Throws InputError where a capture's `what` is not known: an option or a session file must tell.
+void require_known(const std::filesystem::path& file, bool known, const char* what, const char* option);
+
+/// A window in photosites.
+struct Window {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+/// "[4, 2, 256, 256]": x, y, width, height.
+[[nodiscard]] std::string to_text(const Window& window);
 
 /// "1920x1080": two whole numbers. Throws InputError, which speaks of `what` and gives `example`.
 [[nodiscard]] std::pair<int, int> parse_sides(const std::string& text, const std::string& what, const char* example);

@@ -1,8 +1,6 @@
-#include <memory>
-
-#include "base/error.h"
 #include "commands/commands.h"
-#include "results/results.h"
+#include "outputs/console.h"
+#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
@@ -13,30 +11,30 @@ struct AwbCurveOptions {
     OutputOptions output;
 };
 
-void run(const AwbCurveOptions& options) {
-    const StoredResults stored = read_results(options.source);
+void describe(Command& command, AwbCurveOptions& options) {
+    command.option("RESULTS", options.source, "results file with white balance for several lights").required();
+    add_results_option(command, options.results);
+    options.output.add_to(command);
+    command.examples(
+        "  cali awb-curve shots/results.json\n"
+        "  cali awb-curve shots/results.json --results shots/curve.json");
+}
+
+void act(const AwbCurveOptions& options) {
+    const Results stored = read_results(options.source);
     const LibraryOutput output = options.output.output();
     Results results;
-    results.geometry = stored.geometry;
+    results.sensor = stored.sensor;
     results.curve = fit_curve(stored.white_balance, options.source, output);
     write_results(options.results, results);
-    print_curve(*results.curve);
-    std::printf("written: %s\n", options.results.c_str());
+    print(describe(*results.curve));
+    print_written(options.results);
 }
 
 }  // namespace
 
-void add_awb_curve_command(CLI::App& app) {
-    auto options = std::make_shared<AwbCurveOptions>();
-    CLI::App* command = app.add_subcommand("awb-curve", "White-balance curve over three to seven lights");
-    command->add_option("RESULTS", options->source, "results file with white balance for several lights")->required();
-    command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();
-    options->output.add_to(*command);
-    command->footer(
-        "Examples:\n"
-        "  cali awb-curve shots/results.json\n"
-        "  cali awb-curve shots/results.json --results shots/curve.json");
-    command->callback([options] { run(*options); });
+void add_awb_curve_command(CommandLine& line) {
+    add_command<AwbCurveOptions>(line, "awb-curve", "White-balance curve over three to seven lights", describe, act);
 }
 
 }  // namespace cali::host

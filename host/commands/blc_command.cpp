@@ -1,8 +1,7 @@
-#include <memory>
-
-#include "base/error.h"
+#include "captures/read_capture.h"
 #include "commands/commands.h"
-#include "results/results.h"
+#include "outputs/console.h"
+#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
@@ -16,46 +15,43 @@ struct BlcOptions {
     OutputOptions output;
 };
 
-void run(const BlcOptions& options) {
-    Results results;
-    BlackLevelResults& black_level = results.black_level.emplace();
-    black_level.method = parse_method(options.method, "--method");
+void describe(Command& command, BlcOptions& options) {
+    command.option("FRAME", options.frames, "dark frames, .raw or .pgm; offsets are averaged over them").required();
+    command
+        .option("--method", options.method, "median, mean, or mean_deviation (the mean plus a tenth of the deviation)")
+        .show_default();
+    command.option("--blocks", options.blocks, "also means of blocks, this many across the frame")
+        .whole_range(2U, 1024U);
+    add_results_option(command, options.results);
+    options.geometry.add_to(command);
+    options.output.add_to(command);
+    command.examples(
+        "  cali blc dark.raw --size 1920x1080 --pattern BGGR --bits 12\n"
+        "  cali blc dark_1.pgm dark_2.pgm --pattern RGGB --method mean --results dark.json\n"
+        "  cali blc shots/dark_1.raw --session shots/session.toml --blocks 16");
+}
+
+void act(const BlcOptions& options) {
+    const BlackLevelMethod method = parse_method(options.method, "--method");
     const Geometry geometry = options.geometry.geometry();
     const LibraryOutput output = options.output.output();
+    Results results;
+    std::vector<DarkFrameLevels> frames;
     for (const std::string& file : options.frames) {
         Capture dark = read_capture(file, geometry);
-        black_level.frames.push_back(measure_dark_frame(dark, options.blocks, output));
-        dark.samples.clear();
-        results.geometry = dark;
+        results.sensor = frames.empty() ? dark.sensor : results.sensor;
+        frames.push_back(measure_dark_frame(dark, options.blocks, output));
     }
-    black_level.values = combine(black_level.frames, black_level.method);
+    results.black_level = combine(std::move(frames), method);
     write_results(options.results, results);
-    print_black_level(black_level);
-    std::printf("written: %s\n", options.results.c_str());
+    print(describe(*results.black_level));
+    print_written(options.results);
 }
 
 }  // namespace
 
-void add_blc_command(CLI::App& app) {
-    auto options = std::make_shared<BlcOptions>();
-    CLI::App* command = app.add_subcommand("blc", "Black level from dark frames (lens capped)");
-    command->add_option("FRAME", options->frames, "dark frames, .raw or .pgm; offsets are averaged over them")
-        ->required();
-    command
-        ->add_option("--method", options->method,
-                     "median, mean, or mean_deviation (the mean plus a tenth of the deviation)")
-        ->capture_default_str();
-    command->add_option("--blocks", options->blocks, "also means of blocks, this many across the frame")
-        ->check(CLI::Range(2U, 1024U));
-    command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();
-    options->geometry.add_to(*command);
-    options->output.add_to(*command);
-    command->footer(
-        "Examples:\n"
-        "  cali blc dark.raw --size 1920x1080 --pattern BGGR --bits 12\n"
-        "  cali blc dark_1.pgm dark_2.pgm --pattern RGGB --method mean --results dark.json\n"
-        "  cali blc shots/dark_1.raw --session shots/session.toml --blocks 16");
-    command->callback([options] { run(*options); });
+void add_blc_command(CommandLine& line) {
+    add_command<BlcOptions>(line, "blc", "Black level from dark frames (lens capped)", describe, act);
 }
 
 }  // namespace cali::host

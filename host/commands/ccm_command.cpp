@@ -1,11 +1,12 @@
-#include <algorithm>
-#include <iterator>
-#include <memory>
+#include <cstdio>
 
-#include "base/error.h"
+#include "base/output_file.h"
+#include "captures/read_capture.h"
 #include "commands/commands.h"
+#include "outputs/console.h"
 #include "outputs/patch_picture.h"
-#include "results/results.h"
+#include "results/choose_values.h"
+#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
@@ -17,12 +18,40 @@ struct CcmOptions {
     std::string white;
     std::optional<double> saturation;
     std::vector<double> corners;
-    double illuminant_k = 0;
+    LightOption light;
     std::string picture;
     std::string results = "ccm.json";
     GeometryOptions geometry;
     OutputOptions output;
 };
+
+void describe(Command& command, CcmOptions& options) {
+    command.option("CHART", options.chart, "capture of the chart, .raw or .pgm").required();
+    command
+        .option("--values", options.values,
+                "results files with the black level, lens shading and white balance to apply")
+        .type_name("FILE");
+    command.option("--method", options.method,
+                   "lsq (least squares, default), optimised (least colour difference), or joint (least squares, white "
+                   "balance from the chart's greys)");
+    command.option("--white", options.white, "white of the colour differences: D65 (default) or D50");
+    command.option("--saturation", options.saturation, "factor of the optimised method; default 1").range(0.0, 4.0);
+    command
+        .option("--corners", options.corners,
+                "the chart's corners by its patches 1, 6, 24 and 19, as X Y four times; default: the session's windows "
+                "or corners, or a chart that fills the frame")
+        .expected(8);
+    options.light.add_to(command, "colour temperature of the light, in kelvin");
+    command.option("--picture", options.picture, "PNG of the patches: measured, corrected and reference")
+        .type_name("FILE");
+    add_results_option(command, options.results);
+    options.geometry.add_to(command);
+    options.output.add_to(command);
+    command.examples(
+        "  cali ccm shots/chart_5000K.raw --session shots/session.toml --values shots/results.json --illuminant 5000\n"
+        "  cali ccm chart.pgm --pattern RGGB --method joint --corners 40 40 370 38 372 300 38 302 --picture "
+        "patches.png");
+}
 
 MatrixSettings settings_of(const CcmOptions& options) {
     const std::optional<Session> session = options.geometry.session();
@@ -47,80 +76,37 @@ MatrixSettings settings_of(const CcmOptions& options) {
     return settings;
 }
 
-/// What several results files hold together.
-StoredResults read_all(const std::vector<std::string>& files) {
-    StoredResults all = read_results(files.front());
-    for (std::size_t i = 1; i < files.size(); ++i) {
-        StoredResults more = read_results(files[i]);
-        if (!all.black_level) {
-            all.black_level = more.black_level;
-        }
-        std::ranges::move(more.lens_shading, std::back_inserter(all.lens_shading));
-        std::ranges::move(more.white_balance, std::back_inserter(all.white_balance));
+TuningValues values_of(const CcmOptions& options, MatrixMethod method) {
+    if (options.values.empty()) {
+        (void)std::fprintf(stderr, "cali: no --values: no black level, no lens shading, gains of 1\n");
+        return {};
     }
-    return all;
+    return choose_values(read_all(options.values), options.light.kelvin(), method != MatrixMethod::joint);
 }
 
-void run(const CcmOptions& options) {
+void act(const CcmOptions& options) {
     const MatrixSettings settings = settings_of(options);
-    const std::optional<double> light = options.illuminant_k > 0 ? std::optional(options.illuminant_k) : std::nullopt;
     Capture chart = read_capture(options.chart, options.geometry.geometry());
-    ChartFrontEnd front_end;
-    if (options.values.empty()) {
-        std::fprintf(stderr, "cali: no --values: no black level, no lens shading, gains of 1\n");
-    } else {
-        front_end = choose_front_end(read_all(options.values), light, settings.method != MatrixMethod::joint);
-    }
+    const TuningValues values = values_of(options, settings.method);
     const LibraryOutput output = options.output.output();
     Results results;
-    results.matrices.push_back(calibrate_matrix(chart, front_end, settings, output));
-    MatrixCalibration& result = results.matrices.back();
-    result.illuminant_k = light;
-    chart.samples.clear();
-    results.geometry = chart;
+    results.sensor = chart.sensor;
+    MatrixCalibration& result = results.matrices.emplace_back(calibrate_matrix(chart, values, settings, output));
+    result.illuminant_k = options.light.kelvin();
     write_results(options.results, results);
-    print_matrices(results.matrices);
-    std::printf("written: %s\n", options.results.c_str());
+    const Section section = describe(result);
+    print(section);
+    print_written(options.results);
     if (!options.picture.empty()) {
-        write_patch_picture(options.picture, result.measured, result.corrected, result.reference);
-        std::printf("written: %s\n", options.picture.c_str());
+        write_text_file(options.picture, patch_picture(section.pictures.front()));
+        print_written(options.picture);
     }
 }
 
 }  // namespace
 
-void add_ccm_command(CLI::App& app) {
-    auto options = std::make_shared<CcmOptions>();
-    CLI::App* command = app.add_subcommand("ccm", "Colour-correction matrix from a 24-patch chart");
-    command->add_option("CHART", options->chart, "capture of the chart, .raw or .pgm")->required();
-    command
-        ->add_option("--values", options->values,
-                     "results files with the black level, lens shading and white balance to apply")
-        ->type_name("FILE");
-    command->add_option("--method", options->method,
-                        "lsq (least squares, default), optimised (least colour difference), or joint (least squares, "
-                        "white balance from the chart's greys)");
-    command->add_option("--white", options->white, "white of the colour differences: D65 (default) or D50");
-    command->add_option("--saturation", options->saturation, "factor of the optimised method; default 1")
-        ->check(NumberRange(0.0, 4.0));
-    command
-        ->add_option("--corners", options->corners,
-                     "the chart's corners by its patches 1, 6, 24 and 19, as X Y four times; default: the session's "
-                     "windows or corners, or a chart that fills the frame")
-        ->expected(8);
-    command->add_option("--illuminant", options->illuminant_k, "colour temperature of the light, in kelvin")
-        ->check(NumberRange(1000.0, 40000.0));
-    command->add_option("--picture", options->picture, "PNG of the patches: measured, corrected and reference")
-        ->type_name("FILE");
-    command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();
-    options->geometry.add_to(*command);
-    options->output.add_to(*command);
-    command->footer(
-        "Examples:\n"
-        "  cali ccm shots/chart_5000K.raw --session shots/session.toml --values shots/results.json --illuminant 5000\n"
-        "  cali ccm chart.pgm --pattern RGGB --method joint --corners 40 40 370 38 372 300 38 302 --picture "
-        "patches.png");
-    command->callback([options] { run(*options); });
+void add_ccm_command(CommandLine& line) {
+    add_command<CcmOptions>(line, "ccm", "Colour-correction matrix from a 24-patch chart", describe, act);
 }
 
 }  // namespace cali::host

@@ -12,43 +12,23 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongInput = 2;
 
-void describe(CLI::App& app) {
-    using namespace cali::host;
-    app.set_version_flag("--version", "cali " CALI_VERSION_STRING);
-    app.require_subcommand(0, 1);
-    app.footer(
-        "A first session without a camera:\n"
-        "  cali simulate shots\n"
-        "  cali calibrate shots/session.toml\n"
-        "'cali COMMAND --help' explains each command.");
-    add_simulate_command(app);
-    add_blc_command(app);
-    add_lsc_command(app);
-    add_awb_command(app);
-    add_awb_curve_command(app);
-    add_ccm_command(app);
-    add_clut_command(app);
-    add_noise_command(app);
-    add_calibrate_command(app);
-    add_verify_command(app);
-}
-
 int run(int argc, char** argv) {
     using namespace cali::host;
-    CLI::App app("Calibrates a camera's ISP from raw Bayer captures.", "cali");
     try {
-        describe(app);
-        app.parse(argc, argv);
-        if (app.get_subcommands().empty()) {
-            throw InputError("no command is given, expected one of those that --help lists");
+        CommandLine line("Calibrates a camera's ISP from raw Bayer captures.", "cali " CALI_VERSION_STRING,
+                         "A first session without a camera:\n"
+                         "  cali simulate shots\n"
+                         "  cali calibrate shots/session.toml\n"
+                         "'cali COMMAND --help' explains each command.");
+        for (const auto add :
+             {add_simulate_command, add_blc_command, add_lsc_command, add_awb_command, add_awb_curve_command,
+              add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command}) {
+            add(line);
+        }
+        if (const auto problem = line.parse_and_run(argc, argv)) {
+            throw InputError(*problem);
         }
         return 0;
-    } catch (const CLI::ParseError& problem) {
-        if (problem.get_exit_code() == 0) {
-            return app.exit(problem);  // --help, --version
-        }
-        std::fprintf(stderr, "cali: %s (see --help)\n", problem.what());
-        return kWrongInput;
     } catch (const InputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kWrongInput;

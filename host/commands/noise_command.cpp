@@ -1,8 +1,11 @@
-#include <memory>
-
 #include "base/error.h"
+#include "base/output_file.h"
+#include "captures/file_patterns.h"
 #include "commands/commands.h"
-#include "results/results.h"
+#include "outputs/console.h"
+#include "outputs/noise_plot.h"
+#include "results/choose_values.h"
+#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
@@ -21,6 +24,33 @@ struct NoiseOptions {
     GeometryOptions geometry;
     OutputOptions output;
 };
+
+void describe(Command& command, NoiseOptions& options) {
+    command.option("FOLDER", options.folder,
+                   "folder of levels: its subfolders, or its files grouped by name up to the last '_'; default: the "
+                   "session's series");
+    command.option("--level", options.levels, "files of one level, such as 'l1_*.raw'; once per level, dark first")
+        .type_name("PATTERN");
+    command.option("--black-level", options.black_level, "results file whose black level is subtracted")
+        .type_name("FILE");
+    command
+        .option("--window", options.window,
+                "X Y WIDTH HEIGHT, even; default: the centre, at most 512 x 512 (docs/noise.md)")
+        .expected(4)
+        .whole_range(0, kMaxSide);
+    command.option("--ref-level", options.ref_level, "code of the level register; default 1024").whole_range(0, 4095);
+    command.option("--slope-format", options.slope_format, "register format of the slope; default U4.12");
+    command.option("--level-format", options.level_format, "register format of the level; default U10.0");
+    command.flag("--progress", options.progress, "show frames done, rate and time left also without a terminal");
+    command.option("--plot", options.plot, "SVG of noise against level").type_name("FILE");
+    add_results_option(command, options.results);
+    options.geometry.add_to(command);
+    options.output.add_to(command);
+    command.examples(
+        "  cali noise --session shots/session.toml --black-level shots/results.json --plot shots/noise.svg\n"
+        "  cali noise series --size 1920x1080 --pattern RGGB --bits 12 --black-level black.json\n"
+        "  cali noise --level 'l1_*.pgm' --level 'l2_*.pgm' --pattern RGGB --slope-format U2.10");
+}
 
 std::vector<SeriesLevel> series_of(const NoiseOptions& options, const std::optional<Session>& session) {
     if (!options.folder.empty() && !options.levels.empty()) {
@@ -42,9 +72,7 @@ std::vector<SeriesLevel> series_of(const NoiseOptions& options, const std::optio
     return levels;
 }
 
-void run(const NoiseOptions& options) {
-    const std::optional<Session> session = options.geometry.session();
-    const std::vector<SeriesLevel> series = series_of(options, session);
+NoiseSettings settings_of(const NoiseOptions& options, const std::optional<Session>& session) {
     NoiseSettings settings = session ? session->noise : NoiseSettings{};
     if (!options.window.empty()) {
         settings.window = Window{options.window[0], options.window[1], options.window[2], options.window[3]};
@@ -52,56 +80,34 @@ void run(const NoiseOptions& options) {
     settings.ref_level = options.ref_level.value_or(settings.ref_level);
     settings.slope_format = options.slope_format.empty() ? settings.slope_format : options.slope_format;
     settings.level_format = options.level_format.empty() ? settings.level_format : options.level_format;
-    settings.progress = options.progress;
     check_noise_format(settings.slope_format, "--slope-format");
     check_noise_format(settings.level_format, "--level-format");
+    return settings;
+}
+
+void act(const NoiseOptions& options) {
+    const std::optional<Session> session = options.geometry.session();
+    const std::vector<SeriesLevel> series = series_of(options, session);
+    const NoiseSettings settings = settings_of(options, session);
     const BlackLevels black_level = read_black_level(options.black_level);
     const LibraryOutput output = options.output.output();
+    Progress progress(frame_count(series), options.progress);
     Results results;
     results.noise =
-        calibrate_noise(series, options.geometry.geometry(), black_level, settings, output, results.geometry);
+        calibrate_noise(series, options.geometry.geometry(), black_level, settings, output, progress, results.sensor);
     write_results(options.results, results);
-    print_noise(*results.noise);
-    std::printf("written: %s\n", options.results.c_str());
+    print(describe(*results.noise));
+    print_written(options.results);
     if (!options.plot.empty()) {
-        write_noise_plot(options.plot, *results.noise);
-        std::printf("written: %s\n", options.plot.c_str());
+        write_text_file(options.plot, noise_plot(*results.noise));
+        print_written(options.plot);
     }
 }
 
 }  // namespace
 
-void add_noise_command(CLI::App& app) {
-    auto options = std::make_shared<NoiseOptions>();
-    CLI::App* command = app.add_subcommand("noise", "Noise profile from a brightness series");
-    command->add_option("FOLDER", options->folder,
-                        "folder of levels: its subfolders, or its files grouped by name up to the last '_'; default: "
-                        "the session's series");
-    command
-        ->add_option("--level", options->levels, "files of one level, such as 'l1_*.raw'; once per level, dark first")
-        ->type_name("PATTERN");
-    command->add_option("--black-level", options->black_level, "results file whose black level is subtracted")
-        ->type_name("FILE");
-    command
-        ->add_option("--window", options->window,
-                     "X Y WIDTH HEIGHT, even; default: the centre, at most 512 x 512 (docs/noise.md)")
-        ->expected(4)
-        ->check(CLI::Range(0, kMaxSide));
-    command->add_option("--ref-level", options->ref_level, "code of the level register; default 1024")
-        ->check(CLI::Range(0, 4095));
-    command->add_option("--slope-format", options->slope_format, "register format of the slope; default U4.12");
-    command->add_option("--level-format", options->level_format, "register format of the level; default U10.0");
-    command->add_flag("--progress", options->progress, "show frames done, rate and time left also without a terminal");
-    command->add_option("--plot", options->plot, "SVG of noise against level")->type_name("FILE");
-    command->add_option("--results", options->results, "file to write")->type_name("FILE")->capture_default_str();
-    options->geometry.add_to(*command);
-    options->output.add_to(*command);
-    command->footer(
-        "Examples:\n"
-        "  cali noise --session shots/session.toml --black-level shots/results.json --plot shots/noise.svg\n"
-        "  cali noise series --size 1920x1080 --pattern RGGB --bits 12 --black-level black.json\n"
-        "  cali noise --level 'l1_*.pgm' --level 'l2_*.pgm' --pattern RGGB --slope-format U2.10");
-    command->callback([options] { run(*options); });
+void add_noise_command(CommandLine& line) {
+    add_command<NoiseOptions>(line, "noise", "Noise profile from a brightness series", describe, act);
 }
 
 }  // namespace cali::host

@@ -1,26 +1,142 @@
-#include "commands/commands.h"
+#include "commands/options.h"
 
-#include <sstream>
+#include <CLI/CLI.hpp>
+
+#include "base/text.h"
 
 namespace cali::host {
+namespace {
 
-NumberRange::NumberRange(double low, double high) {
-    std::ostringstream limits;
-    limits << low << " to " << high;
-    description("NUMBER in " + limits.str());
-    func_ = [low, high, limits = limits.str()](std::string& text) {
-        double value = 0;
-        const bool inside = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
-        return inside ? std::string() : "Value " + text + " not in range " + limits;
-    };
+CLI::Option& option_of(void* option) { return *static_cast<CLI::Option*>(option); }
+CLI::App& app_of(void* app) { return *static_cast<CLI::App*>(app); }
+
+/// CLI::Range lets NaN pass.
+class NumberRange : public CLI::Validator {
+public:
+    NumberRange(double low, double high) {
+        const std::string limits = text("%g to %g", low, high);
+        description("NUMBER in " + limits);
+        func_ = [low, high, limits](std::string& text) {
+            double value = 0;
+            const bool inside = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
+            return inside ? std::string() : "Value " + text + " not in range " + limits;
+        };
+    }
+};
+
+}  // namespace
+
+Option& Option::type_name(const char* name) {
+    option_of(option_).type_name(name);
+    return *this;
 }
 
-void GeometryOptions::add_to(CLI::App& command) {
-    command.add_option("--session", session_, "session file that tells the geometry (docs/session.md)")
-        ->type_name("FILE");
-    command.add_option("--size", size_, "size of raw files, such as 1920x1080")->type_name("WxH");
-    command.add_option("--pattern", pattern_, "colours of the top-left photosites: BGGR, GBRG, GRBG or RGGB");
-    command.add_option("--bits", bits_, "bit depth of the samples, 8 to 16");
+Option& Option::required() {
+    option_of(option_).required();
+    return *this;
+}
+
+Option& Option::show_default() {
+    option_of(option_).capture_default_str();
+    return *this;
+}
+
+Option& Option::expected(int count) {
+    option_of(option_).expected(count);
+    return *this;
+}
+
+Option& Option::excludes(const Option& other) {
+    option_of(option_).excludes(&option_of(other.option_));
+    return *this;
+}
+
+Option& Option::range(double low, double high) {
+    option_of(option_).check(NumberRange(low, high));
+    return *this;
+}
+
+Option& Option::whole_range(int low, int high) {
+    option_of(option_).check(CLI::Range(low, high));
+    return *this;
+}
+
+Option& Option::whole_range(unsigned low, unsigned high) {
+    option_of(option_).check(CLI::Range(low, high));
+    return *this;
+}
+
+Option& Option::one_of(std::initializer_list<std::string> names) {
+    option_of(option_).check(CLI::IsMember(std::vector<std::string>(names)));
+    return *this;
+}
+
+template <typename T>
+Option Command::option(const char* name, T& value, const char* help) {
+    return Option(app_of(app_).add_option(name, value, help));
+}
+
+template <typename T>
+Option Command::flag(const char* names, T& value, const char* help) {
+    return Option(app_of(app_).add_flag(names, value, help));
+}
+
+template Option Command::option(const char*, std::string&, const char*);
+template Option Command::option(const char*, int&, const char*);
+template Option Command::option(const char*, uint32_t&, const char*);
+template Option Command::option(const char*, uint64_t&, const char*);
+template Option Command::option(const char*, double&, const char*);
+template Option Command::option(const char*, std::optional<int>&, const char*);
+template Option Command::option(const char*, std::optional<double>&, const char*);
+template Option Command::option(const char*, std::vector<int>&, const char*);
+template Option Command::option(const char*, std::vector<double>&, const char*);
+template Option Command::option(const char*, std::vector<std::string>&, const char*);
+template Option Command::flag(const char*, bool&, const char*);
+template Option Command::flag(const char*, std::optional<bool>&, const char*);
+
+void Command::examples(const std::string& text) { app_of(app_).footer("Examples:\n" + text); }
+
+void Command::run(std::function<void()> action) { app_of(app_).callback(std::move(action)); }
+
+struct CommandLine::Impl {
+    explicit Impl(const char* description) : app(description, "cali") {}
+    CLI::App app;
+};
+
+CommandLine::CommandLine(const char* description, const char* version, const char* footer)
+    : impl_(std::make_unique<Impl>(description)) {
+    impl_->app.set_version_flag("--version", version);
+    impl_->app.require_subcommand(0, 1);
+    impl_->app.footer(footer);
+}
+
+CommandLine::~CommandLine() = default;
+
+Command CommandLine::add(const char* name, const char* description) {
+    return Command(impl_->app.add_subcommand(name, description));
+}
+
+std::optional<std::string> CommandLine::parse_and_run(int argc, char** argv) {
+    try {
+        impl_->app.parse(argc, argv);
+    } catch (const CLI::ParseError& problem) {
+        if (problem.get_exit_code() != 0) {
+            return problem.what() + std::string(" (see --help)");
+        }
+        impl_->app.exit(problem);  // prints help or version
+        return std::nullopt;
+    }
+    if (impl_->app.get_subcommands().empty()) {
+        return "no command is given, expected one of those that --help lists";
+    }
+    return std::nullopt;
+}
+
+void GeometryOptions::add_to(Command& command) {
+    command.option("--session", session_, "session file that tells the geometry (docs/session.md)").type_name("FILE");
+    command.option("--size", size_, "size of raw files, such as 1920x1080").type_name("WxH");
+    command.option("--pattern", pattern_, "colours of the top-left photosites: BGGR, GBRG, GRBG or RGGB");
+    command.option("--bits", bits_, "bit depth of the samples, 8 to 16");
 }
 
 std::optional<Session> GeometryOptions::session() const {
@@ -43,11 +159,9 @@ Geometry GeometryOptions::geometry() const {
     return geometry;
 }
 
-void OutputOptions::add_to(CLI::App& command) {
-    auto* verbose = command.add_flag("-v,--verbose", verbose_, "show what the library prints, on standard error");
-    command.add_option("--log", log_, "collect what the library prints in a file")
-        ->type_name("FILE")
-        ->excludes(verbose);
+void OutputOptions::add_to(Command& command) {
+    const Option verbose = command.flag("-v,--verbose", verbose_, "show what the library prints, on standard error");
+    command.option("--log", log_, "collect what the library prints in a file").type_name("FILE").excludes(verbose);
 }
 
 LibraryOutput OutputOptions::output() const {
@@ -55,6 +169,20 @@ LibraryOutput OutputOptions::output() const {
         return LibraryOutput::verbose();
     }
     return log_.empty() ? LibraryOutput() : LibraryOutput::to_file(log_);
+}
+
+void LightOption::add_to(Command& command, const char* help) {
+    command.option("--illuminant", kelvin_, help).range(1000.0, 40000.0);
+}
+
+void add_shading_options(Command& command, ShadingFileChoice& choice) {
+    command.flag("--registers", choice.registers, "also the tables as register text and CSV, beside the results");
+    command.flag("--corrected", choice.corrected,
+                 "also the flat field corrected by the mesh and by the radial tables, as 16-bit PGM");
+}
+
+void add_results_option(Command& command, std::string& file) {
+    command.option("--results", file, "file to write").type_name("FILE").show_default();
 }
 
 }  // namespace cali::host

@@ -1,9 +1,10 @@
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
+#include "outputs/noise_plot.h"
 
-#include "base/output_file.h"
-#include "calibrations/noise.h"
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "base/text.h"
 
 namespace cali::host {
 namespace {
@@ -25,13 +26,6 @@ struct Scale {
         return kHeight - kMargin - deviation / most_y * (kHeight - 2 * kMargin);
     }
 };
-
-template <typename... Values>
-std::string text(const char* format, Values... values) {
-    std::array<char, 320> buffer{};
-    (void)std::snprintf(buffer.data(), buffer.size(), format, values...);
-    return buffer.data();
-}
 
 std::string label(double x, double y, const char* anchor, const std::string& words, const char* colour = "#333") {
     return text("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"%s\" fill=\"%s\">", x, y, anchor, colour) + words +
@@ -79,7 +73,7 @@ std::string channel_curves(const Scale& scale, const NoiseResults& results, std:
 
 }  // namespace
 
-void write_noise_plot(const std::filesystem::path& file, const NoiseResults& results) {
+std::string noise_plot(const NoiseResults& results) {
     Scale scale{1, 1};
     for (const NoiseLevel& level : results.levels) {
         for (std::size_t c = 0; c < kColours.size(); ++c) {
@@ -96,7 +90,7 @@ void write_noise_plot(const std::filesystem::path& file, const NoiseResults& res
     for (std::size_t c = 0; c < kColours.size(); ++c) {
         svg += channel_curves(scale, results, c);
     }
-    write_text_file(file, svg + "</svg>\n");
+    return svg + "</svg>\n";
 }
 
 }  // namespace cali::host

@@ -6,12 +6,12 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "base/error.h"
-#include "base/output_file.h"
 #include "chart/chart_table.h"
+#include "math/colour_space.h"
 
 namespace cali::host {
 namespace {
@@ -29,7 +29,7 @@ uint8_t srgb_code(double linear) {
     return static_cast<uint8_t>(std::lround(255 * srgb_encode(value)));
 }
 
-std::string png_of(const std::vector<uint8_t>& pixels, const std::filesystem::path& file) {
+std::string png_of(const std::vector<uint8_t>& pixels) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = kWidth;
@@ -42,7 +42,7 @@ std::string png_of(const std::vector<uint8_t>& pixels, const std::filesystem::pa
         bytes.resize(size);
         if (png_image_write_to_memory(&image, round == 0 ? nullptr : bytes.data(), &size, 0, pixels.data(), 0,
                                       nullptr) == 0) {
-            throw InputError(file.string() + ": cannot be made: " + image.message);
+            throw std::runtime_error(std::string("a picture of patches cannot be made: ") + image.message);
         }
     }
     bytes.resize(size);
@@ -51,15 +51,14 @@ std::string png_of(const std::vector<uint8_t>& pixels, const std::filesystem::pa
 
 }  // namespace
 
-void write_patch_picture(const std::filesystem::path& file, std::span<const Colour> measured,
-                         std::span<const Colour> corrected, std::span<const Colour> reference) {
-    const std::array<std::span<const Colour>, 3> stripes = {measured, corrected, reference};
+std::string patch_picture(const Swatches& swatches) {
+    const std::array stripes = {&swatches.measured, &swatches.corrected, &swatches.reference};
     std::vector<uint8_t> pixels(kWidth * kHeight * 3, kBackground);
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
         const std::size_t left = kGap + patch % kChartColumns * (kCell + kGap);
         const std::size_t top = kGap + patch / kChartColumns * (kCell + kGap);
         for (std::size_t stripe = 0; stripe < stripes.size(); ++stripe) {
-            const Colour& colour = stripes[stripe][patch];
+            const Colour& colour = (*stripes[stripe])[patch];
             const std::array<uint8_t, 3> code = {srgb_code(colour[0]), srgb_code(colour[1]), srgb_code(colour[2])};
             for (std::size_t y = top; y < top + kCell; ++y) {
                 for (std::size_t x = 0; x < kStripe; ++x) {
@@ -68,7 +67,7 @@ void write_patch_picture(const std::filesystem::path& file, std::span<const Colo
             }
         }
     }
-    write_text_file(file, png_of(pixels, file));
+    return png_of(pixels);
 }
 
 }  // namespace cali::host

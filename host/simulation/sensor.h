@@ -5,7 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "calibrations/black_level.h"
+#include "captures/channels.h"
+#include "captures/frame.h"
 #include "simulation/illuminant.h"
 
 namespace cali::host {

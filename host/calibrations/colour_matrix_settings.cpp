@@ -1,0 +1,27 @@
+#include "calibrations/colour_matrix_settings.h"
+
+#include "base/choice.h"
+#include "base/text.h"
+
+namespace cali::host {
+namespace {
+
+constexpr std::array<const char*, 3> kMethodNames = {"lsq", "optimised", "joint"};
+constexpr std::array<int, 2> kWhitePoints = {65, 50};
+
+}  // namespace
+
+const char* matrix_method_name(MatrixMethod method) { return kMethodNames[static_cast<std::size_t>(method)]; }
+
+MatrixMethod parse_matrix_method(const std::string& text, const std::string& where) {
+    return parse_choice<MatrixMethod>(kMethodNames, text, where);
+}
+
+int parse_white_point(const std::string& text, const std::string& where) {
+    constexpr std::array<const char*, 2> kNames = {"D65", "D50"};
+    return kWhitePoints[parse_choice<std::size_t>(kNames, text, where)];
+}
+
+std::string white_point_name(int white_point) { return text("D%d", white_point); }
+
+}  // namespace cali::host

@@ -1,0 +1,33 @@
+/// White-balance gains from a grey card.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include "base/section.h"
+#include "captures/frame.h"
+#include "library/library_call.h"
+#include "library/tuning_values.h"
+
+namespace cali::host {
+
+struct WhiteBalance {
+    std::filesystem::path file;
+    std::optional<double> illuminant_k;
+    std::filesystem::path flat_field;  ///< whose mesh was applied; empty: unity grids
+    Window window;
+    GainRegisters gains;
+};
+
+/// Centred, even-aligned, at most 256 x 256: larger sums lose precision. Throws InputError for frames below 4 x 4.
+[[nodiscard]] Window default_window(const SensorGeometry& sensor);
+
+/// Behind the black level and grids of `values`; its gains are not read. Throws InputError, CalibrationError.
+[[nodiscard]] WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,
+                                             const LibraryOutput& output);
+
+/// All grey cards together, one or more.
+[[nodiscard]] Section describe(const std::vector<WhiteBalance>& results);
+
+}  // namespace cali::host

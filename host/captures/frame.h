@@ -1,0 +1,46 @@
+/// Captures as frames on the library's scale.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <iosfwd>
+#include <span>
+#include <vector>
+
+#include "captures/geometry.h"
+#include "core/frame.h"
+
+namespace cali::host {
+
+inline constexpr uint32_t kLibraryFullScale = 4095;
+
+/// A frame on the library's 12-bit scale.
+struct Capture {
+    std::filesystem::path file;
+    SensorGeometry sensor;
+    std::vector<uint32_t> samples;  ///< row-major
+
+    [[nodiscard]] ConstRawFrame view() const { return {samples.data(), sensor.width, sensor.height, sensor.pattern}; }
+};
+
+/// The 12-bit code of a sample of `bits` bits: fewer are shifted up, more are rounded to nearest and end at 4095.
+[[nodiscard]] uint32_t to_library_scale(uint32_t sample, int bits);
+
+/// Library samples as a file of 12 bits takes them: what exceeds 4095 becomes 4095.
+[[nodiscard]] std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples);
+
+/// What a saturated sample of the sensor is on the library's scale.
+[[nodiscard]] uint32_t full_scale_code(const SensorGeometry& sensor);
+
+/// Two-byte samples, or one-byte ones, as files hold them.
+struct SampleForm {
+    bool wide = true;
+    bool big_endian = false;
+};
+
+/// Fills `capture.samples` for its size and depth. Throws InputError for a sample that its depth does not hold.
+void fill_samples(Capture& capture, std::span<const uint8_t> bytes, const SampleForm& form);
+
+void write_samples(std::ostream& stream, std::span<const uint16_t> samples, const SampleForm& form);
+
+}  // namespace cali::host

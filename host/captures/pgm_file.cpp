@@ -1,0 +1,113 @@
+#include "captures/pgm_file.h"
+
+#include <algorithm>
+#include <bit>
+#include <cctype>
+#include <string>
+
+#include "base/error.h"
+#include "base/output_file.h"
+#include "base/text.h"
+
+namespace cali::host {
+namespace {
+
+bool has_magic(std::span<const uint8_t> content) {
+    return content.size() >= 2 && content[0] == 'P' && content[1] == '5';
+}
+
+/// Header fields: decimal numbers after white space and '#' comments.
+class PgmHeader {
+public:
+    PgmHeader(std::span<const uint8_t> content, const std::filesystem::path& file) : content_(content), file_(file) {
+        if (!has_magic(content)) {
+            throw InputError(file.string() + ": not a binary PGM, expected it to start with P5");
+        }
+        at_ = 2;
+        width = next("width", kMaxSide);
+        height = next("height", kMaxSide);
+        max_value = next("maximum value", 65535);
+        ++at_;  // the one white space before the samples
+    }
+
+    [[nodiscard]] std::span<const uint8_t> samples() const { return content_.subspan(std::min(at_, content_.size())); }
+
+    int width = 0;
+    int height = 0;
+    int max_value = 0;
+
+private:
+    int next(const char* what, int most) {
+        while (at_ < content_.size() && (std::isspace(content_[at_]) != 0 || content_[at_] == '#')) {
+            if (content_[at_] == '#') {
+                while (at_ < content_.size() && content_[at_] != '\n') {
+                    ++at_;
+                }
+            } else {
+                ++at_;
+            }
+        }
+        int64_t value = 0;
+        const std::size_t begin = at_;
+        for (; at_ < content_.size() && std::isdigit(content_[at_]) != 0 && at_ < begin + 9; ++at_) {
+            value = value * 10 + (content_[at_] - '0');
+        }
+        if (at_ == begin) {
+            throw InputError(file_.string() + ": the PGM header has no " + what);
+        }
+        return check_number(value, 1, most, file_.string() + ": the PGM header's " + what);
+    }
+
+    std::span<const uint8_t> content_;
+    const std::filesystem::path& file_;
+    std::size_t at_ = 0;
+};
+
+}  // namespace
+
+bool is_pgm(const std::filesystem::path& file, std::span<const uint8_t> content) {
+    std::string suffix = file.extension().string();
+    std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    // By name too: a .pgm that is none is named, not taken for raw samples.
+    return suffix == ".pgm" || (has_magic(content) && content.size() > 2 && std::isspace(content[2]) != 0);
+}
+
+void read_pgm(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry) {
+    const PgmHeader header(content, capture.file);
+    SensorGeometry& sensor = capture.sensor;
+    sensor.width = header.width;
+    sensor.height = header.height;
+    const int expected_width = geometry.width.value_or(header.width);
+    const int expected_height = geometry.height.value_or(header.height);
+    if (expected_width != header.width || expected_height != header.height) {
+        throw InputError(capture.file.string() + ": " + by(header.width, header.height) + " samples, expected " +
+                         by(expected_width, expected_height) + " by " + geometry.source);
+    }
+    const int header_bits =
+        std::max(static_cast<int>(std::bit_width(static_cast<unsigned>(header.max_value))), kMinBits);
+    sensor.bits = geometry.bits.value_or(header_bits);
+    sensor.white_level = header.max_value;
+    const bool wide = header.max_value > 255;
+    const std::size_t expected =
+        static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.height) * (wide ? 2 : 1);
+    if (header.samples().size() < expected) {
+        throw InputError(
+            capture.file.string() +
+            text(": truncated: %zu bytes of samples, expected %zu for ", header.samples().size(), expected) +
+            by(header.width, header.height));
+    }
+    fill_samples(capture, header.samples(), {wide, true});
+}
+
+void write_pgm(std::ostream& stream, int width, int height, int bits, std::span<const uint16_t> samples) {
+    stream << "P5\n" << width << ' ' << height << '\n' << ((1 << bits) - 1) << '\n';
+    write_samples(stream, samples, {bits > kMinBits, true});
+}
+
+void write_pgm(const std::filesystem::path& file, int width, int height, int bits, std::span<const uint16_t> samples) {
+    OutputFile output(file);
+    write_pgm(output.stream(), width, height, bits, samples);
+    output.commit();
+}
+
+}  // namespace cali::host

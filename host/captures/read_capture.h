@@ -1,0 +1,14 @@
+/// Captures from files of any known form.
+#pragma once
+
+#include <filesystem>
+
+#include "captures/frame.h"
+
+namespace cali::host {
+
+/// The form is told by the content: binary PGM, or else headerless samples. The geometry must tell what the file does
+/// not; what both tell must agree. Throws InputError.
+[[nodiscard]] Capture read_capture(const std::filesystem::path& file, const Geometry& geometry);
+
+}  // namespace cali::host

@@ -1,0 +1,50 @@
+#include "library/front_end.h"
+
+#include "base/error.h"
+#include "base/text.h"
+#include "chart/chart_measure.h"
+#include "library/exports.h"
+
+namespace cali::host {
+namespace {
+
+constexpr int kMaxShadedSide = 8192;
+
+}  // namespace
+
+void require_shadeable(const Capture& frame) {
+    if (frame.sensor.width > kMaxShadedSide || frame.sensor.height > kMaxShadedSide) {
+        throw InputError(frame.file.string() + ": " + by(frame.sensor.width, frame.sensor.height) +
+                         " samples, expected at most 8192 either way");
+    }
+}
+
+std::vector<uint32_t> apply_black_level(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output) {
+    return exports::blc_verify(frame, black_level, output);
+}
+
+std::vector<uint32_t> apply_front_end(Capture& frame, const TuningValues& values, const LibraryOutput& output) {
+    require_shadeable(frame);
+    return exports::awb_verify(frame, values, output);
+}
+
+std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,
+                                          const ChartWindows& windows) {
+    require_shadeable(chart);
+    const auto& [offset, gain] = values.black_level;
+    const ShadingGrids& grids = values.grids;
+    FrontEnd front_end;
+    front_end.black_level = BlackLevel::from_red_first({offset[kRR], offset[kGR], offset[kGB], offset[kBB]}, gain);
+    front_end.mesh = MeshGrids{grids.cols, grids.rows, grids.red.data(), grids.green.data(), grids.blue.data()};
+    front_end.wb_gains = WbGains{values.gains.red, values.gains.blue};
+    std::vector<Colour> means;
+    for (const PatchSums& patch : sum_chart(chart.view(), front_end, windows)) {
+        Colour& mean = means.emplace_back();
+        for (std::size_t c = 0; c < mean.size(); ++c) {
+            mean[c] = static_cast<double>(patch.sum[c]) / (static_cast<double>(patch.count[c]) * kLibraryFullScale);
+        }
+    }
+    return means;
+}
+
+}  // namespace cali::host

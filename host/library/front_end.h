@@ -1,0 +1,29 @@
+/// Frames and charts behind the ISP's front end.
+#pragma once
+
+#include <vector>
+
+#include "captures/frame.h"
+#include "chart/chart_windows.h"
+#include "library/library_call.h"
+#include "library/tuning_values.h"
+#include "math/colour_space.h"
+
+namespace cali::host {
+
+/// Throws InputError where the frame is larger than the shading blocks take.
+void require_shadeable(const Capture& frame);
+
+/// The frame after black level alone, or after black level, lens shading and white balance. Corrected samples may
+/// exceed 4095 where no stage limits them. Use up the frame's samples. Throw InputError, CalibrationError.
+[[nodiscard]] std::vector<uint32_t> apply_black_level(Capture& frame, const BlackLevels& black_level,
+                                                      const LibraryOutput& output);
+[[nodiscard]] std::vector<uint32_t> apply_front_end(Capture& frame, const TuningValues& values,
+                                                    const LibraryOutput& output);
+
+/// Mean colours of a chart's windows behind the front end, 1 at full scale. Only the windows' samples go through the
+/// stages; windows must fit the frame. Throws InputError.
+[[nodiscard]] std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,
+                                                        const ChartWindows& windows);
+
+}  // namespace cali::host

@@ -1,0 +1,63 @@
+#include "results/codecs.h"
+
+namespace cali::host {
+namespace {
+
+constexpr std::array<BlackLevelMethod, kBlackLevelMethods> kMethods = {BlackLevelMethod::median, BlackLevelMethod::mean,
+                                                                       BlackLevelMethod::mean_deviation};
+
+void level_fields(Archive& archive, BlackLevels& levels) {
+    channel_fields(archive, "offset_codes", levels.offset);
+    channel_fields(archive, "restoring_gain", levels.gain);
+}
+
+/// Four lists instead of a list of fours; absent where no blocks were asked for.
+void block_fields(Archive& archive, std::vector<Channels<uint32_t>>& blocks) {
+    constexpr const char* kKey = "block_offset_codes";
+    if (archive.reading() ? !archive.holds(kKey) : blocks.empty()) {
+        return;
+    }
+    Channels<std::vector<uint32_t>> planes;
+    for (const Channels<uint32_t>& block : blocks) {
+        for (std::size_t c = 0; c < planes.size(); ++c) {
+            planes[c].push_back(block[c]);
+        }
+    }
+    channel_fields(archive, kKey, planes);
+    if (!archive.reading()) {
+        return;
+    }
+    blocks.resize(planes[kRR].size());
+    for (std::size_t c = 0; c < planes.size(); ++c) {
+        if (planes[c].size() != blocks.size()) {
+            archive.fail(kKey, std::to_string(planes[c].size()) + " blocks of " + kChannelKeys[c],
+                         std::to_string(blocks.size()) + " as of " + kChannelKeys[kRR]);
+        }
+        for (std::size_t i = 0; i < blocks.size(); ++i) {
+            blocks[i][c] = planes[c][i];
+        }
+    }
+}
+
+}  // namespace
+
+void fields(Archive& archive, BlackLevelResults& results) {
+    std::string method = method_name(results.method);
+    archive.field("method", method);
+    results.method = parse_method(method, archive.where("method"));
+    archive.derived("scale_bits", kLibraryBits);
+    level_fields(archive, results.values);
+    archive.derived("frames", Json::array());
+    archive.list("frames", results.frames, [](Archive entry, DarkFrameLevels& frame) {
+        entry.file("file", frame.file);
+        entry.field("median_in_bounds", frame.median_in_bounds);
+        for (const BlackLevelMethod kind : kMethods) {
+            entry.object(method_name(kind), [&](Archive levels) {
+                level_fields(levels, frame.by_method[static_cast<std::size_t>(kind)]);
+            });
+        }
+        block_fields(entry, frame.blocks);
+    });
+}
+
+}  // namespace cali::host

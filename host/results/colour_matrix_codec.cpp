@@ -1,0 +1,71 @@
+#include "results/codecs.h"
+
+namespace cali::host {
+namespace {
+
+/// Three rows of three.
+template <typename T>
+void matrix_field(Archive& archive, const char* key, std::array<T, 9>& matrix) {
+    std::array<std::array<T, 3>, 3> rows{};
+    for (std::size_t i = 0; i < matrix.size(); ++i) {
+        rows[i / 3][i % 3] = matrix[i];
+    }
+    archive.field(key, rows);
+    for (std::size_t i = 0; i < matrix.size(); ++i) {
+        matrix[i] = rows[i / 3][i % 3];
+    }
+}
+
+void summary_fields(Archive& archive, const char* key, DifferenceSummary& summary) {
+    archive.object(key, [&](Archive figures) {
+        figures.field("mean", summary.mean);
+        figures.field("worst", summary.worst);
+        std::size_t worst_patch = summary.worst_patch + 1;
+        figures.field("worst_patch", worst_patch, 1, static_cast<int64_t>(kChartPatches));
+        summary.worst_patch = worst_patch - 1;
+        figures.field("per_patch", summary.per_patch);
+    });
+}
+
+void difference_fields(Archive& archive, const char* key, ChartDifferences& differences) {
+    archive.object(key, [&](Archive metrics) {
+        summary_fields(metrics, "de_ab_1976", differences.de76);
+        summary_fields(metrics, "de_2000", differences.de2000);
+    });
+}
+
+void patch_field(Archive& patches, const char* key, std::vector<Colour>& colours) {
+    patches.field(key, colours);
+    if (colours.size() != kChartPatches) {
+        patches.fail(key, std::to_string(colours.size()) + " colours", std::to_string(kChartPatches));
+    }
+}
+
+}  // namespace
+
+void fields(Archive& archive, MatrixCalibration& result) {
+    archive.file("file", result.file);
+    archive.field("illuminant_k", result.illuminant_k);
+    std::string method = matrix_method_name(result.settings.method);
+    archive.field("method", method);
+    result.settings.method = parse_matrix_method(method, archive.where("method"));
+    std::string white = white_point_name(result.settings.white_point);
+    archive.field("white_point", white);
+    result.settings.white_point = parse_white_point(white, archive.where("white_point"));
+    archive.field("saturation", result.settings.saturation);
+    archive.file_or_unity("lens_shading", result.flat_field);
+    gain_fields(archive, result.gains);
+    archive.field("exposure", result.exposure);
+    matrix_field(archive, "matrix", result.matrix.value);
+    matrix_field(archive, "matrix_q10", result.matrix.q10);
+    archive.object("patches", [&](Archive patches) {
+        patch_field(patches, "measured", result.measured);
+        patch_field(patches, "corrected", result.corrected);
+        patch_field(patches, "reference", result.reference);
+        patches.field("limited_components", result.limited);
+    });
+    difference_fields(archive, "difference_before", result.before);
+    difference_fields(archive, "difference_after", result.after);
+}
+
+}  // namespace cali::host

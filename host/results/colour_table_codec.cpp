@@ -1,0 +1,32 @@
+#include "results/codecs.h"
+
+namespace cali::host {
+
+void fields(Archive& archive, ColourTable& table) {
+    ColourTableSettings& settings = table.settings;
+    archive.file("file", table.input.file);
+    archive.field("illuminant_k", table.input.illuminant_k);
+    std::string domain = table_domain_name(settings.domain);
+    archive.field("domain", domain);
+    settings.domain = parse_table_domain(domain, archive.where("domain"));
+    archive.field("nodes", settings.nodes, 2, 65);
+    archive.field("strength", settings.strength);
+    archive.field("radius", settings.radius);
+    archive.field("limited_components", table.input.limited);
+    archive.object("de_2000", [&](Archive figures) {
+        figures.field("before_mean", table.before.mean);
+        figures.field("before_worst", table.before.worst);
+        figures.field("after_mean", table.after.mean);
+        figures.field("after_worst", table.after.worst);
+        figures.field("leave_one_out_mean", table.leave_one_out);
+        figures.field("grey_movement", table.grey_movement);
+    });
+    archive.field("table", table.value);
+    const auto nodes = static_cast<std::size_t>(settings.nodes);
+    if (table.value.size() != nodes * nodes * nodes * 3) {
+        archive.fail("table", std::to_string(table.value.size()) + " values",
+                     std::to_string(nodes * nodes * nodes * 3));
+    }
+}
+
+}  // namespace cali::host

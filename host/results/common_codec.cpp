@@ -1,0 +1,22 @@
+#include "results/codecs.h"
+
+namespace cali::host {
+
+void window_fields(Archive& archive, const char* key, Window& window) {
+    archive.object(key, [&](Archive sides) {
+        sides.field("x", window.x, 0, kMaxSide);
+        sides.field("y", window.y, 0, kMaxSide);
+        sides.field("width", window.width, 0, kMaxSide);
+        sides.field("height", window.height, 0, kMaxSide);
+    });
+}
+
+void gain_fields(Archive& archive, GainRegisters& gains) {
+    archive.object("gain_q10", [&](Archive colours) {
+        colours.field("red", gains.red);
+        colours.field("green", gains.green);
+        colours.field("blue", gains.blue);
+    });
+}
+
+}  // namespace cali::host

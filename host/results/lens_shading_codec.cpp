@@ -1,0 +1,78 @@
+#include "results/codecs.h"
+#include "stages/grid_placement.h"
+
+namespace cali::host {
+namespace {
+
+constexpr std::array<const char*, 4> kColourKeys = {"red", "green", "blue", "infrared"};
+
+void flatness_fields(Archive& archive, const char* key, Flatness& flatness) {
+    archive.object(key, [&](Archive figures) {
+        figures.field("corner_to_centre", flatness.corner_to_centre);
+        figures.field("luminance_rms", flatness.luminance_rms);
+        figures.field("worst_luminance", flatness.worst_luminance);
+        figures.field("worst_colour_shift", flatness.worst_colour_shift);
+    });
+}
+
+void mesh_fields(Archive& mesh, ShadingSettings& settings, ShadingTables& tables) {
+    mesh.field("cols", settings.cols);
+    mesh.field("rows", settings.rows);
+    settings.set_grid(settings.cols, settings.rows, mesh.where("cols and rows"));
+    tables.cols = settings.cols;
+    tables.rows = settings.rows;
+    if (!mesh.reading()) {
+        const GridPlacement x = place_grid(tables.cols, tables.width);
+        const GridPlacement y = place_grid(tables.rows, tables.height);
+        mesh.derived("xstep", x.step);
+        mesh.derived("ystep", y.step);
+        mesh.derived("imgx0", x.origin);
+        mesh.derived("imgy0", y.origin);
+    }
+    mesh.object("gain_q9", [&](Archive gains) {
+        for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
+            gains.field(kColourKeys[i], tables.mesh[i]);
+            const auto nodes = static_cast<std::size_t>(tables.cols) * static_cast<std::size_t>(tables.rows);
+            if (tables.mesh[i].size() != nodes) {
+                gains.fail(kColourKeys[i], std::to_string(tables.mesh[i].size()) + " gains", std::to_string(nodes));
+            }
+        }
+    });
+}
+
+void radial_fields(Archive& radial, ShadingTables& tables) {
+    radial.field("center_x", tables.center_x);
+    radial.field("center_y", tables.center_y);
+    radial.field("norm", tables.norm);
+    radial.object("gain_q9", [&](Archive gains) {
+        for (std::size_t i = 0; i < kColourKeys.size(); ++i) {
+            std::array<int32_t, kRadialEntries> table{};
+            auto* const first = tables.radial.data() + i * kRadialEntries;
+            std::copy_n(first, table.size(), table.begin());
+            gains.field(kColourKeys[i], table);
+            std::copy(table.begin(), table.end(), first);
+        }
+    });
+}
+
+}  // namespace
+
+void fields(Archive& archive, LensShading& result) {
+    archive.file("file", result.file);
+    archive.field("illuminant_k", result.illuminant_k);
+    std::string type = shading_type_name(result.settings.type);
+    archive.field("type", type);
+    result.settings.type = parse_shading_type(type, archive.where("type"));
+    archive.field("denoise", result.settings.denoise);
+    archive.field("width", result.tables.width, 1, kMaxSide);
+    archive.field("height", result.tables.height, 1, kMaxSide);
+    archive.object("mesh", [&](Archive mesh) { mesh_fields(mesh, result.settings, result.tables); });
+    archive.object("radial", [&](Archive radial) { radial_fields(radial, result.tables); });
+    archive.object("uniformity", [&](Archive uniformity) {
+        flatness_fields(uniformity, "before", result.before);
+        flatness_fields(uniformity, "after_mesh", result.after_mesh);
+        flatness_fields(uniformity, "after_radial", result.after_radial);
+    });
+}
+
+}  // namespace cali::host

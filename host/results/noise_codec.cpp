@@ -1,0 +1,52 @@
+#include "results/codecs.h"
+
+namespace cali::host {
+namespace {
+
+void line_fields(Archive& archive, const char* key, Channels<NoiseLine>& lines) {
+    archive.object(key, [&](Archive channels) {
+        for (std::size_t c = 0; c < lines.size(); ++c) {
+            channels.object(kChannelKeys[c], [&](Archive line) {
+                line.field("slope", lines[c].slope);
+                line.field("intercept", lines[c].intercept);
+                line.field("relative_residual_rms", lines[c].residual);
+            });
+        }
+    });
+}
+
+}  // namespace
+
+void fields(Archive& archive, NoiseResults& results) {
+    window_fields(archive, "window", results.window);
+    archive.list("levels", results.levels, [](Archive entry, NoiseLevel& level) {
+        entry.field("name", level.name);
+        entry.field("frames", level.frames);
+        channel_fields(entry, "mean", level.mean);
+        channel_fields(entry, "deviation", level.deviation);
+        channel_fields(entry, "variance", level.variance);
+    });
+    line_fields(archive, "deviation_line", results.deviation);
+    line_fields(archive, "variance_line", results.variance);
+    archive.object("registers", [&](Archive registers) {
+        registers.field("slope_format", results.settings.slope_format);
+        registers.field("level_format", results.settings.level_format);
+        registers.field("ref_level", results.settings.ref_level);
+        Channels<int32_t> slope{};
+        Channels<int32_t> level{};
+        for (std::size_t c = 0; c < slope.size(); ++c) {
+            slope[c] = results.registers[c].slope;
+            level[c] = results.registers[c].level;
+        }
+        channel_fields(registers, "slope", slope);
+        channel_fields(registers, "level", level);
+        for (std::size_t c = 0; c < slope.size(); ++c) {
+            results.registers[c] = {slope[c], level[c]};
+        }
+        registers.field("luma_slope", results.luma_registers.slope);
+        registers.field("luma_level", results.luma_registers.level);
+    });
+    archive.field("warnings", results.warnings);
+}
+
+}  // namespace cali::host

@@ -1,0 +1,19 @@
+#include "results/codecs.h"
+
+namespace cali::host {
+
+void fields(Archive& archive, WhiteBalance& result) {
+    constexpr double kGainUnity = 1024.0;
+    archive.file("file", result.file);
+    archive.field("illuminant_k", result.illuminant_k);
+    archive.file_or_unity("lens_shading", result.flat_field);
+    window_fields(archive, "window", result.window);
+    gain_fields(archive, result.gains);
+    Json gain;
+    gain["red"] = result.gains.red / kGainUnity;
+    gain["green"] = result.gains.green / kGainUnity;
+    gain["blue"] = result.gains.blue / kGainUnity;
+    archive.derived("gain", std::move(gain));
+}
+
+}  // namespace cali::host

@@ -1,0 +1,224 @@
+#include "session/toml_section.h"
+
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "base/error.h"
+#include "captures/file_patterns.h"
+
+namespace cali::host {
+namespace {
+
+const toml::table* as_table(const void* table) { return static_cast<const toml::table*>(table); }
+
+const toml::node* find(const void* table, std::string_view key) {
+    return table == nullptr ? nullptr : as_table(table)->get(key);
+}
+
+/// The elements of a list, or the one value that stands in place of it.
+template <typename Use>
+void for_each_element(const toml::node* node, Use use) {
+    if (node == nullptr) {
+        return;
+    }
+    if (const toml::array* list = node->as_array()) {
+        for (const toml::node& element : *list) {
+            use(element);
+        }
+    } else {
+        use(*node);
+    }
+}
+
+toml::table parse(const std::filesystem::path& file) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(file, error)) {
+        throw InputError(file.string() + ": no such session file");
+    }
+    try {
+        return toml::parse_file(file.string());
+    } catch (const toml::parse_error& problem) {
+        std::ostringstream text;
+        text << file.string() << ": not valid TOML: " << problem.description() << " (line "
+             << problem.source().begin.line << ", column " << problem.source().begin.column << ")";
+        throw InputError(text.str());
+    }
+}
+
+}  // namespace
+
+struct TomlSection::Document {
+    toml::table root;
+};
+
+TomlSection::TomlSection(std::shared_ptr<const Document> document, const void* table, std::string name,
+                         std::filesystem::path folder)
+    : document_(std::move(document)), table_(table), name_(std::move(name)), folder_(std::move(folder)) {}
+
+TomlSection TomlSection::read_file(const std::filesystem::path& file) {
+    const auto document = std::make_shared<const Document>(Document{parse(file)});
+    return {document, &document->root, file.string(), file.parent_path()};
+}
+
+void TomlSection::allow_only(std::initializer_list<std::string_view> keys) const {
+    if (table_ == nullptr) {
+        return;
+    }
+    for (const auto& [key, value] : *as_table(table_)) {
+        if (std::ranges::find(keys, key.str()) == keys.end()) {
+            std::ostringstream text;
+            text << name_ << ": unknown key '" << key.str() << "' in line " << key.source().begin.line
+                 << ", expected one of";
+            for (const std::string_view known : keys) {
+                text << ' ' << known;
+            }
+            throw InputError(text.str());
+        }
+    }
+}
+
+TomlSection TomlSection::section(std::string_view key) const {
+    const toml::node* const node = find(table_, key);
+    if (node != nullptr && !node->is_table()) {
+        fail(key, "a table");
+    }
+    return entry(node == nullptr ? nullptr : node->as_table(), key);
+}
+
+TomlSection TomlSection::entry(const void* table, std::string_view key) const {
+    return {document_, table, where(key), folder_};
+}
+
+void TomlSection::fail(std::string_view key, const std::string& expected) const {
+    throw InputError(where(key) + " is something else, expected " + expected);
+}
+
+template <typename T>
+std::optional<T> TomlSection::value(std::string_view key, const char* expected) const {
+    const toml::node* const node = find(table_, key);
+    if (node == nullptr) {
+        return std::nullopt;
+    }
+    std::optional<T> found = node->value<T>();
+    if (!found) {
+        fail(key, expected);
+    }
+    return found;
+}
+
+std::optional<int64_t> TomlSection::whole_number(std::string_view key) const {
+    return value<int64_t>(key, "a whole number");
+}
+
+std::optional<double> TomlSection::number(std::string_view key) const { return value<double>(key, "a number"); }
+
+std::optional<bool> TomlSection::yes_or_no(std::string_view key) const { return value<bool>(key, "true or false"); }
+
+std::optional<std::string> TomlSection::text(std::string_view key) const {
+    return value<std::string>(key, "a text in quotes");
+}
+
+std::vector<std::filesystem::path> TomlSection::files(std::string_view key) const {
+    std::vector<std::filesystem::path> files;
+    for_each_element(find(table_, key), [&](const toml::node& element) {
+        const auto name = element.value_exact<std::string>();
+        if (!name) {
+            fail(key, "a file name or a list of them");
+        }
+        files.push_back(folder_ / *name);
+    });
+    return files;
+}
+
+std::vector<LitCapture> TomlSection::lit_captures(std::string_view key) const {
+    std::vector<LitCapture> captures;
+    for_each_element(find(table_, key), [&](const toml::node& element) {
+        if (const auto name = element.value_exact<std::string>()) {
+            captures.push_back({folder_ / *name, {}});
+            return;
+        }
+        if (!element.is_table()) {
+            fail(key, "file names or tables such as { file = \"grey.raw\", illuminant_k = 5000 }");
+        }
+        const TomlSection lit = entry(element.as_table(), key);
+        lit.allow_only({"file", "illuminant_k"});
+        const auto name = lit.text("file");
+        if (!name) {
+            throw InputError(lit.name_ + ": an entry has no 'file'");
+        }
+        captures.push_back({folder_ / *name, lit.number("illuminant_k")});
+    });
+    return captures;
+}
+
+std::vector<SeriesLevel> TomlSection::series(std::string_view key) const {
+    std::vector<SeriesLevel> levels;
+    for_each_element(find(table_, key), [&](const toml::node& element) {
+        if (!element.is_table()) {
+            fail(key, "tables such as { files = [\"level1_a.raw\", \"level1_b.raw\"] }");
+        }
+        const TomlSection level = entry(element.as_table(), key);
+        level.allow_only({"files", "glob"});
+        std::vector<std::filesystem::path> files = level.files("files");
+        if (const auto pattern = level.text("glob")) {
+            const auto matched = matching_files(folder_ / *pattern);
+            files.insert(files.end(), matched.begin(), matched.end());
+        }
+        levels.push_back({std::move(files)});
+    });
+    return levels;
+}
+
+std::optional<Window> TomlSection::window(std::string_view key) const {
+    const auto numbers = whole_numbers(key, 4, "[x, y, width, height]");
+    return numbers ? std::optional(Window{(*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]}) : std::nullopt;
+}
+
+std::optional<std::vector<std::vector<double>>> TomlSection::number_rows(std::string_view key, std::size_t count,
+                                                                         std::size_t length,
+                                                                         const char* expected) const {
+    const toml::node* const node = find(table_, key);
+    if (node == nullptr) {
+        return std::nullopt;
+    }
+    std::vector<std::vector<double>> rows;
+    for_each_element(node, [&](const toml::node& element) {
+        std::vector<double>& row = rows.emplace_back();
+        for_each_element(&element, [&](const toml::node& entry) {
+            const auto number = entry.value<double>();
+            if (!number || !(*number >= 0 && *number <= kMaxSide)) {
+                fail(key, expected);
+            }
+            row.push_back(*number);
+        });
+        if (row.size() != length) {
+            fail(key, expected);
+        }
+    });
+    if (rows.size() != count) {
+        fail(key, expected);
+    }
+    return rows;
+}
+
+std::optional<std::vector<int>> TomlSection::whole_numbers(std::string_view key, std::size_t count,
+                                                           const char* expected) const {
+    const toml::node* const node = find(table_, key);
+    if (node == nullptr) {
+        return std::nullopt;
+    }
+    std::vector<int> numbers;
+    for_each_element(node, [&](const toml::node& element) {
+        if (const auto number = element.value_exact<int64_t>()) {
+            numbers.push_back(check_number(*number, 0, kMaxSide, where(key)));
+        }
+    });
+    if (!node->is_array() || numbers.size() != count || node->as_array()->size() != count) {
+        fail(key, expected);
+    }
+    return numbers;
+}
+
+}  // namespace cali::host

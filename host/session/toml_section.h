@@ -1,0 +1,71 @@
+/// A table of a TOML file, with the name by which errors speak of it.
+#pragma once
+
+#include <filesystem>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "captures/frame_series.h"
+#include "captures/geometry.h"
+#include "captures/light.h"
+
+namespace cali::host {
+
+/// All values are optional; what is there in another form throws InputError. File names are relative to the file's
+/// folder.
+class TomlSection {
+public:
+    /// The file's root table. Throws InputError where it cannot be read as TOML.
+    static TomlSection read_file(const std::filesystem::path& file);
+
+    /// Throws InputError for any other key.
+    void allow_only(std::initializer_list<std::string_view> keys) const;
+
+    [[nodiscard]] TomlSection section(std::string_view key) const;
+
+    [[nodiscard]] std::optional<int64_t> whole_number(std::string_view key) const;
+    [[nodiscard]] std::optional<double> number(std::string_view key) const;
+    [[nodiscard]] std::optional<bool> yes_or_no(std::string_view key) const;
+    [[nodiscard]] std::optional<std::string> text(std::string_view key) const;
+
+    /// One text or a list of them.
+    [[nodiscard]] std::vector<std::filesystem::path> files(std::string_view key) const;
+    /// Lists of { file = "...", illuminant_k = 5000 }; a plain file name will do.
+    [[nodiscard]] std::vector<LitCapture> lit_captures(std::string_view key) const;
+    /// Lists of { files = [...] } or { glob = "..." }.
+    [[nodiscard]] std::vector<SeriesLevel> series(std::string_view key) const;
+
+    [[nodiscard]] std::optional<Window> window(std::string_view key) const;
+    /// A list of `count` numbers, 0 to 65535 each.
+    [[nodiscard]] std::optional<std::vector<int>> whole_numbers(std::string_view key, std::size_t count,
+                                                                const char* expected) const;
+    /// `count` lists of `length` numbers, 0 to 65535 each.
+    [[nodiscard]] std::optional<std::vector<std::vector<double>>> number_rows(std::string_view key, std::size_t count,
+                                                                              std::size_t length,
+                                                                              const char* expected) const;
+
+    /// "session.toml: noise: window", for messages.
+    [[nodiscard]] std::string where(std::string_view key) const { return name_ + ": " + std::string(key); }
+
+private:
+    struct Document;
+
+    TomlSection(std::shared_ptr<const Document> document, const void* table, std::string name,
+                std::filesystem::path folder);
+
+    [[noreturn]] void fail(std::string_view key, const std::string& expected) const;
+    [[nodiscard]] TomlSection entry(const void* table, std::string_view key) const;
+    template <typename T>
+    [[nodiscard]] std::optional<T> value(std::string_view key, const char* expected) const;
+
+    std::shared_ptr<const Document> document_;  ///< keeps the tables alive
+    const void* table_;                         ///< null where the file has no such table
+    std::string name_;
+    std::filesystem::path folder_;
+};
+
+}  // namespace cali::host

@@ -1,0 +1,12 @@
+/// The session file of simulated captures.
+#pragma once
+
+#include <string>
+
+#include "simulation/shots.h"
+
+namespace cali::host {
+
+[[nodiscard]] std::string session_text(const SensorModel& sensor, const ShotNames& names);
+
+}  // namespace cali::host

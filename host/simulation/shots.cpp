@@ -1,0 +1,85 @@
+#include "simulation/shots.h"
+
+#include <cmath>
+
+#include "captures/pgm_file.h"
+#include "captures/raw_file.h"
+
+namespace cali::host {
+namespace {
+
+constexpr double kFlatLevel = 0.70;
+constexpr double kGreyLevel = 0.50;
+constexpr double kDarkestSeriesLevel = 0.05;
+constexpr double kBrightestSeriesLevel = 0.85;
+constexpr double kSeriesIlluminantK = 5000;
+
+/// Random streams of the kinds of captures: a longer series leaves the other captures as they are.
+enum Stream : uint32_t {
+    kDarkStream = 0,
+    kFlatStream = 1000,
+    kGreyStream = 2000,
+    kChartStream = 3000,
+    kSeriesStream = 10000
+};
+
+/// Returns the name for the session file.
+std::string take(const SimulationPlan& plan, const std::filesystem::path& folder, const std::string& stem,
+                 const Scene& scene, uint32_t stream) {
+    const std::vector<uint16_t> samples = expose(plan.sensor, scene, plan.seed, stream);
+    if (plan.raw) {
+        write_raw(folder / (stem + ".raw"), samples);
+    }
+    if (plan.pgm) {
+        write_pgm(folder / (stem + ".pgm"), plan.sensor.width, plan.sensor.height, plan.sensor.bits, samples);
+    }
+    return stem + (plan.raw ? ".raw" : ".pgm");
+}
+
+}  // namespace
+
+std::size_t ShotNames::count() const {
+    std::size_t total = dark.size() + flat.size() + grey.size() + chart.size();
+    for (const std::vector<std::string>& level : series) {
+        total += level.size();
+    }
+    return total;
+}
+
+ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& folder) {
+    const SensorModel& sensor = plan.sensor;
+    const auto shoot = [&](const std::string& stem, const Scene& scene, uint32_t stream) {
+        return take(plan, folder, stem, scene, stream);
+    };
+    ShotNames names;
+    for (int i = 0; i < plan.dark_frames; ++i) {
+        names.dark.push_back(
+            shoot("dark_" + std::to_string(i + 1), dark_scene(), kDarkStream + static_cast<uint32_t>(i)));
+    }
+    for (std::size_t i = 0; i < plan.illuminants.size(); ++i) {
+        const double kelvin = plan.illuminants[i];
+        const std::string light = "_" + std::to_string(std::lround(kelvin)) + "K";
+        const auto n = static_cast<uint32_t>(i);
+        names.flat.emplace_back(shoot("flat" + light, uniform_scene(sensor, kelvin, kFlatLevel), kFlatStream + n),
+                                kelvin);
+        names.grey.emplace_back(shoot("grey" + light, uniform_scene(sensor, kelvin, kGreyLevel), kGreyStream + n),
+                                kelvin);
+        names.chart.emplace_back(
+            shoot("chart" + light, chart_scene(sensor, kelvin, kSimulatedChartLevel), kChartStream + n), kelvin);
+    }
+    for (int level = 0; level < plan.series_levels; ++level) {
+        const double share = plan.series_levels == 1 ? 1.0 : static_cast<double>(level) / (plan.series_levels - 1);
+        Scene scene = uniform_scene(sensor, kSeriesIlluminantK,
+                                    kDarkestSeriesLevel + share * (kBrightestSeriesLevel - kDarkestSeriesLevel));
+        scene.shaded = false;
+        std::vector<std::string>& files = names.series.emplace_back();
+        for (int i = 0; i < plan.series_frames; ++i) {
+            const auto stream = static_cast<uint32_t>(level) * 1000U + static_cast<uint32_t>(i);
+            files.push_back(shoot("series_" + std::to_string(level + 1) + "_" + std::to_string(i + 1), scene,
+                                  kSeriesStream + stream));
+        }
+    }
+    return names;
+}
+
+}  // namespace cali::host

@@ -1,0 +1,43 @@
+#include "simulation/truth.h"
+
+#include "base/json.h"
+
+namespace cali::host {
+
+std::string truth_text(const SimulationPlan& plan) {
+    const SensorModel& sensor = plan.sensor;
+    Json json;
+    json["seed"] = plan.seed;
+    json["width"] = sensor.width;
+    json["height"] = sensor.height;
+    json["pattern"] = kPatternNames[static_cast<std::size_t>(sensor.pattern)];
+    json["bits"] = sensor.bits;
+    json["scale_bits"] = kLibraryBits;
+    for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
+        json["pedestal_codes"][kChannelKeys[c]] = sensor.pedestal[c];
+        json["falloff_k2"][kChannelKeys[c]] = sensor.falloff_k2[c];
+    }
+    json["falloff_k4"] = sensor.falloff_k4;
+    json["axis_x"] = (sensor.width - 1) / 2.0 + sensor.axis_x;
+    json["axis_y"] = (sensor.height - 1) / 2.0 + sensor.axis_y;
+    json["bend"] = sensor.bend;
+    json["read_noise_codes"] = sensor.read_noise;
+    json["conversion_gain_codes_per_electron"] = sensor.conversion_gain;
+    json["camera_of_xyz"] = sensor.camera_of_xyz;
+    json["illuminants"] = Json::array();
+    for (const double kelvin : plan.illuminants) {
+        const Vector3 white = camera_white(sensor, kelvin);
+        Json light;
+        light["illuminant_k"] = kelvin;
+        light["white_xyz"] = illuminant_white(kelvin);
+        light["camera_white"] = white;
+        light["gain"]["red"] = white[1] / white[0];
+        light["gain"]["green"] = 1.0;
+        light["gain"]["blue"] = white[1] / white[2];
+        light["chart_camera"] = chart_scene(sensor, kelvin, kSimulatedChartLevel).colours;
+        json["illuminants"].push_back(std::move(light));
+    }
+    return json.dump() + "\n";
+}
+
+}  // namespace cali::host
