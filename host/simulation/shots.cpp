@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/text.h"
 #include "captures/pgm_file.h"
 #include "captures/raw_file.h"
 
@@ -53,12 +54,11 @@ ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& fo
     };
     ShotNames names;
     for (int i = 0; i < plan.dark_frames; ++i) {
-        names.dark.push_back(
-            shoot("dark_" + std::to_string(i + 1), dark_scene(), kDarkStream + static_cast<uint32_t>(i)));
+        names.dark.push_back(shoot(text("dark_%d", i + 1), dark_scene(), kDarkStream + static_cast<uint32_t>(i)));
     }
     for (std::size_t i = 0; i < plan.illuminants.size(); ++i) {
         const double kelvin = plan.illuminants[i];
-        const std::string light = "_" + std::to_string(std::lround(kelvin)) + "K";
+        const std::string light = text("_%ldK", std::lround(kelvin));
         const auto n = static_cast<uint32_t>(i);
         names.flat.emplace_back(shoot("flat" + light, uniform_scene(sensor, kelvin, kFlatLevel), kFlatStream + n),
                                 kelvin);
@@ -75,8 +75,7 @@ ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& fo
         std::vector<std::string>& files = names.series.emplace_back();
         for (int i = 0; i < plan.series_frames; ++i) {
             const auto stream = static_cast<uint32_t>(level) * 1000U + static_cast<uint32_t>(i);
-            files.push_back(shoot("series_" + std::to_string(level + 1) + "_" + std::to_string(i + 1), scene,
-                                  kSeriesStream + stream));
+            files.push_back(shoot(text("series_%d_%d", level + 1, i + 1), scene, kSeriesStream + stream));
         }
     }
     return names;

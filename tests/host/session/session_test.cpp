@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/error.h"
-#include "program.h"
+#include "support/program.h"
 
 namespace cali::test {
 namespace {
@@ -37,6 +37,20 @@ series = [{ files = ["a", "b"] }, { files = "c" }]
 method = "mean_deviation"
 [white_balance]
 window = [10, 20, 30, 40]
+[lens_shading]
+grid = [17, 13]
+type = "luma"
+denoise = true
+[noise]
+window = [2, 4, 6, 8]
+ref_level = 300
+slope_format = "U2.10"
+level_format = "U9.0"
+[colour_matrix]
+method = "optimised"
+white = "D50"
+saturation = 1.5
+corners = [[1, 2], [30, 4], [31, 32], [5, 33.5]]
 )");
     const host::Session session = host::read_session(folder / "s.toml");
     EXPECT_EQ(session.geometry.width, 640);
@@ -54,8 +68,20 @@ window = [10, 20, 30, 40]
     EXPECT_EQ(session.series[0].files.size(), 2U);
     EXPECT_EQ(session.series[1].files, std::vector<std::filesystem::path>{folder / "c"});
     EXPECT_EQ(session.black_level_method, host::BlackLevelMethod::mean_deviation);
-    ASSERT_TRUE(session.white_balance_window.has_value());
-    EXPECT_EQ(session.white_balance_window->height, 40);
+    const auto sides = [](const host::Window& w) { return std::array{w.x, w.y, w.width, w.height}; };
+    ASSERT_TRUE(session.white_balance_window && session.noise.window && session.matrix.place.corners);
+    EXPECT_EQ(sides(*session.white_balance_window), (std::array{10, 20, 30, 40}));
+    EXPECT_EQ(sides(*session.noise.window), (std::array{2, 4, 6, 8}));
+    EXPECT_EQ((std::array{session.shading.cols, session.shading.rows}), (std::array{17, 13}));
+    EXPECT_EQ(session.shading.type, host::ShadingType::luma);
+    EXPECT_TRUE(session.shading.denoise);
+    EXPECT_EQ(session.noise.ref_level, 300);
+    EXPECT_EQ(session.noise.slope_format + session.noise.level_format, "U2.10U9.0");
+    EXPECT_EQ(session.matrix.method, host::MatrixMethod::optimised);
+    EXPECT_EQ(session.matrix.white_point, 50);
+    EXPECT_EQ(session.matrix.saturation, 1.5F);
+    EXPECT_EQ((*session.matrix.place.corners)[3].x, 5);
+    EXPECT_EQ((*session.matrix.place.corners)[3].y, 33.5);
 }
 
 TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
@@ -74,6 +100,15 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
         {"[black_level]\nmethod = \"mode\"\n", "method is 'mode', expected median, mean or mean_deviation"},
         {"[white_balance]\nwindow = [1, 2, 3]\n", "window is something else, expected [x, y, width, height]"},
         {"[white_balance]\nwindow = [1, 2, 3, -4]\n", "window is -4, expected 0 to 65535"},
+        {"[lens_shading]\ngrid = [129, 129]\n", "grid has 16641 nodes, expected at most 4761"},
+        {"[lens_shading]\ngrid = [3, 13]\n", "grid: columns is 3, expected 4 to 129"},
+        {"[lens_shading]\ndenoise = 1\n", "denoise is something else, expected true or false"},
+        {"[noise]\nref_level = 4096\n", "ref_level is 4096, expected 0 to 4095"},
+        {"[noise]\nslope_format = \"U4\"\n", "slope_format is 'U4', expected a format such as U4.8"},
+        {"[noise]\nlevel_format = \"U20.12\"\n", "of at most 31 bits"},
+        {"[colour_matrix]\nsaturation = nan\n", "saturation is nan, expected 0 to 4"},
+        {"[colour_matrix]\nwindows = [[0, 0, 4]]\n", "windows is something else, expected 24 lists of"},
+        {"[captures]\nseries = [{ glob = \"none*\" }]\n", "none*: matches no file"},
     };
     for (const auto& [text, expected] : cases) {
         SCOPED_TRACE(text);

@@ -1,9 +1,11 @@
-#include "captures/capture.h"
+#include "captures/read_capture.h"
 
 #include <gtest/gtest.h>
 
 #include "base/error.h"
-#include "program.h"
+#include "captures/pgm_file.h"
+#include "captures/raw_file.h"
+#include "support/program.h"
 
 namespace cali::test {
 namespace {
@@ -48,9 +50,11 @@ TEST(Capture, RawAndPgmReadBackWhatWasWritten) {
         host::write_pgm(folder / "a.pgm", 5, 3, bits, samples);
         const Capture raw = host::read_capture(folder / "a.raw", geometry(5, 3, bits));
         const Capture pgm = host::read_capture(folder / "a.pgm", geometry({}, {}, {}));
-        EXPECT_EQ(pgm.bits, bits);
-        EXPECT_EQ(pgm.width, 5);
-        EXPECT_EQ(pgm.height, 3);
+        EXPECT_EQ(pgm.sensor.bits, bits);
+        EXPECT_EQ(pgm.sensor.white_level, (1 << bits) - 1);
+        EXPECT_EQ(host::full_scale_code(pgm.sensor), host::to_library_scale(samples.back(), bits));
+        EXPECT_EQ(pgm.sensor.width, 5);
+        EXPECT_EQ(pgm.sensor.height, 3);
         ASSERT_EQ(raw.samples.size(), 15U);
         for (std::size_t i = 0; i < samples.size(); ++i) {
             EXPECT_EQ(raw.samples[i], host::to_library_scale(samples[i], bits));
@@ -68,6 +72,10 @@ TEST(Capture, ByteOrderAndNarrowSamples) {
               (std::vector<uint32_t>{0x102, 0x304}));
     write_text(folder / "bytes.raw", std::string("\x01\xFF", 2));
     EXPECT_EQ(host::read_capture(folder / "bytes.raw", geometry(2, 1, 8)).samples, (std::vector<uint32_t>{16, 4080}));
+    // Known by its content, whatever its name.
+    write_text(folder / "named.raw", "P5\n2 1\n255\n\x01\xFF");
+    EXPECT_EQ(host::read_capture(folder / "named.raw", geometry({}, {}, {})).samples,
+              (std::vector<uint32_t>{16, 4080}));
     // A depth that is given counts more than the header's maximum value.
     write_text(folder / "loose.pgm", "P5 2 1 65535\n\x01\x02\x03\x04");
     EXPECT_EQ(host::read_capture(folder / "loose.pgm", geometry({}, {}, 12)).samples,
