@@ -3,6 +3,7 @@
 #include <array>
 #include <optional>
 
+#include "boundary/module_state.h"
 #include "boundary/warning.h"
 #include "core/arithmetic.h"
 #include "core/channel.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "boundary/module_state.h"
+#include "core/awb_roi.h"
 #include "core/frame.h"
 #include "stages/black_level.h"
 #include "stages/mesh_shading.h"

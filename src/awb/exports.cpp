@@ -1,5 +1,6 @@
 #include "awb/awb_gains.h"
 #include "boundary/export_call.h"
+#include "boundary/module_state.h"
 #include "cali/cali.h"
 
 namespace cali::awb {

@@ -5,7 +5,7 @@
 
 #include "core/channel.h"
 #include "core/frame.h"
-#include "stages/register_text.h"
+#include "stages/shading_tables.h"
 
 namespace cali::lsc {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "lsc/flat_field.h"
-#include "stages/register_text.h"
+#include "stages/shading_tables.h"
 
 namespace cali::lsc {
 
