@@ -1,8 +1,6 @@
 #include "blc/histogram.h"
 #include "stages/black_level.h"
-#include "stages/mesh_shading.h"
-#include "stages/radial_shading.h"
-#include "stages/wb_gains.h"
+#include "stages/front_end.h"
 #include "workload.h"
 
 namespace cali::bench {
@@ -13,15 +11,18 @@ void register_stages() {
         const BlackLevel parameters{{{60, 61, 62, 63}}, {{1.01F, 1.02F, 1.03F, 1.04F}}};
         apply_black_level(load.work_frame(), parameters);
     });
-    measure("stage: white-balance gains", {1.6, 2.2}, [&load] {
-        apply_wb_gains(load.scene_frame(), {1900, 1500}, load.result.data());
-    });
-    measure("stage: mesh shading", {2.4, 3.7},
-            [&load] { apply_lens_shading(load.scene_frame(), load.grids(), load.result.data()); });
-    measure("stage: radial shading", {3.1, 6.0}, [&load] {
-        apply_radial_shading(load.scene_frame(), {kWidth / 2 + 18, kHeight / 2 - 10, load.radial.data()},
-                             load.result.data());
-    });
+    FrontEnd gains;
+    gains.wb_gains = WbGains{1900, 1500};
+    FrontEnd mesh;
+    mesh.mesh = load.grids();
+    FrontEnd radial;
+    radial.radial = RadialTables{kWidth / 2 + 18, kHeight / 2 - 10, load.radial.data()};
+    const auto run = [&load](const FrontEnd& front_end) {
+        return [&load, front_end] { apply_front_end(load.scene_frame(), front_end, load.result.data()); };
+    };
+    measure("stage: white-balance gains", {1.6, 2.2}, run(gains));
+    measure("stage: mesh shading", {2.4, 3.7}, run(mesh));
+    measure("stage: radial shading", {3.1, 6.0}, run(radial));
     measure("stage: histogram, dark frame", {4.0, 4.0}, [&load] {
         blc::Histogram({load.dark.data(), kWidth, kHeight, kPattern});
     });

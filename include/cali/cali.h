@@ -109,16 +109,24 @@ typedef struct CcmPreprocess {
     float gain[4];
 } CcmPreprocess;
 
+/* Values of CcmLensShading.mode. */
+enum {
+    CALI_CCM_SHADING_NONE = 0,
+    CALI_CCM_SHADING_MESH = 1,
+    CALI_CCM_SHADING_RADIAL = 2,
+    CALI_CCM_SHADING_MESH_RADIAL = 3 /* mesh, then radial */
+};
+
 /* Lens shading of cali_isp_ccm_pipe_calc_v2. Grids row-major with stride grid_cols, at most 37 x 37 nodes. */
 typedef struct CcmLensShading {
-    int32_t mode; /* 0 none, 1 mesh, 2 radial, 3 mesh then radial */
+    int32_t mode; /* CALI_CCM_SHADING_... */
     int32_t grid_cols, grid_rows;
     uint32_t red_grid[1369], green_grid[1369], blue_grid[1369];
     int32_t center_x, center_y;
     int32_t radial_tables[128];
 } CcmLensShading;
 
-/* Tone curves of cali_isp_ccm_pipe_calc_v2: 12-bit codes over the input range 0..1. */
+/* Tone curves of cali_isp_ccm_pipe_calc_v2: codes 0..4095 over the input range 0..1, one or more. */
 typedef struct CcmToneCurves {
     const uint32_t* first;
     uint32_t first_count;
@@ -287,7 +295,8 @@ CALI_API int32_t cali_isp_ccm_pipe_calc(uint32_t** frame, int32_t width, int32_t
                                         const float* weights, float* ccm, int32_t* ccm_q10);
 
 /* As cali_isp_ccm_pipe_calc, with the gains taken from the chart's greys between white and black and
-   returned as cali_awb_calc returns them. */
+   returned as cali_awb_calc returns them. Their green mean is also what "Too Bright" and "Too Dark" look at, as there
+   under "WB Calib Warning". */
 CALI_API int32_t cali_isp_awb_ccm(uint32_t** frame, int32_t width, int32_t height, int32_t pattern, int32_t grid_cols,
                                   int32_t grid_rows, const uint32_t* red_grid, const uint32_t* green_grid,
                                   const uint32_t* blue_grid, uint32_t offset_rr, uint32_t offset_gr, uint32_t offset_gb,
@@ -295,23 +304,30 @@ CALI_API int32_t cali_isp_awb_ccm(uint32_t** frame, int32_t width, int32_t heigh
                                   const RoiRect* chart_windows, float lambda_scale, const float* weights,
                                   uint16_t* gain_r, uint16_t* gain_g, uint16_t* gain_b, float* ccm, int32_t* ccm_q10);
 
+/* White points of cali_isp_ccm_pipe_calc_v2. */
+enum {
+    CALI_WHITE_D50 = 50, /* as any value that is not 65 */
+    CALI_WHITE_D65 = 65
+};
+
 /*
  * The matrix that minimises the weighted CIE 1976 colour difference on a chart frame, found in two
  * stages (hue and saturation, then the full matrix).
  *
  * frame                    width * height samples, unchanged.
  * chart_windows            24 windows, or NULL as for cali_isp_ccm_pipe_calc.
- * tone_curves              or NULL: two identity curves.
+ * tone_curves              or NULL: two identity curves. An entry above 4095 is rejected.
  * wb_gain_r, _b            0..65535, 1024 = 1.0; 0 means unity.
  * saturation_and_weights   25 floats: the final saturation factor (1 leaves the matrix as fitted), then 24 weights.
  * ccm, ccm_q10             out, 9 each, as for cali_ccm_calc.
- * white_point              65 for D65, anything else D50.
+ * white_point              CALI_WHITE_D65, or CALI_WHITE_D50 and anything else.
  * shading_tables_held      0 loads lens_shading, anything else runs no shading stage.
  * reserved_2, _13          not read.
  *
  * A patch's colour is the mean of its window's samples. Windows lie inside the frame and are 2 x 2 or more; a mesh has
  * 4 to 37 nodes either way. Prints the mesh's progress and the two minima that were found. -1 also where the patches
- * are black or colourless, which leaves the fit without a start, and where the optimiser fails. The total of the
+ * are black or colourless, which leaves the fit without a start, and where the optimiser fails: the warning says which.
+ * The total of the
  * weights is kept in an integer, truncated at every addition; weights that leave it 0 end with 0 and an error that is
  * not finite.
  */
@@ -329,8 +345,14 @@ CALI_API int32_t cali_isp_ccm_pipe_calc_v2(uint32_t* frame, int64_t reserved_2, 
 CALI_API int32_t cali_roi_rgb_cal(const uint8_t* image, int32_t width, int64_t height, RoiRgbMean* means,
                                   const RoiRect* rois, int32_t roi_count);
 
-/* Pulls measured chart colours towards their reference by a line per channel. With 24 records mode 0
-   gives the six greys (18..23) the reference lightness at their measured chroma, mode 2 a line fit of their own. */
+/* Modes of cali_roi_rgb_adjust: what 24 records' six greys (18..23) get. */
+enum {
+    CALI_ROI_GREY_LIGHTNESS = 0, /* the reference lightness at their measured chroma */
+    CALI_ROI_ONE_LINE = 1,       /* the line of all records; as any other value, and any other count */
+    CALI_ROI_GREY_LINE = 2       /* a line of their own */
+};
+
+/* Pulls measured chart colours towards their reference by a line per channel; mode: CALI_ROI_... */
 CALI_API int32_t cali_roi_rgb_adjust(const RoiRgbMean* measured, const RoiRgbMean* reference, RoiRgbMean* adjusted,
                                      uint32_t count, uint32_t mode);
 
@@ -343,13 +365,20 @@ CALI_API int32_t cali_roi_rgb_interpolation(RoiRgbMean* measured, RoiRgbMean* re
 
 /* -------------------------------------------------------------------------------------------- lens shading ---- */
 
+/* Values of calib_type: what the gains correct. */
+enum {
+    CALI_LSC_CHROMA_AND_LUMA = 0,
+    CALI_LSC_CHROMA = 1, /* colour alone: green stays at 512 */
+    CALI_LSC_LUMA = 2    /* brightness alone: one gain for all colours */
+};
+
 /*
  * Mesh grids and radial tables from one flat field (docs/lens-shading.md tells how they come about).
  *
  * raw               element 0 is the frame, unchanged; 1 to 8192 either way. A last odd row or column is not read.
  * grid_cols, _rows  4..129 each, at most 4761 nodes.
- * calib_type        0 chroma and luma, 1 chroma only, 2 luma only; below 0 as 0. Above 2 prints "calib_type err, calib
- *                   chroma and luma" and is taken as 0.
+ * calib_type        CALI_LSC_...; below 0 as 0. Above 2 prints "calib_type err, calib chroma and luma" and is taken as
+ *                   0.
  * denoise           not 0: clean each channel plane first. Samples of 4096 and more do not count in its thresholds.
  * blc_*             black levels in codes; only their mean is used.
  * center_x, _y      out: centroid of the light in photosites, even.
@@ -357,7 +386,7 @@ CALI_API int32_t cali_roi_rgb_interpolation(RoiRgbMean* measured, RoiRgbMean* re
  * rtbl, gtbl, btbl  out: grid_cols * grid_rows gains each, row-major, 512 = 1.0. Green (512..4095) is the absolute
  *                   gain, red and blue (0..4095) are relative to it. The outer ring (256..4095) is extrapolated.
  * radius_lut        out: 128 gains (512..4095), 32 each for R, G, B, IR: entry k at k/31 of the distance to the
- *                   farthest corner. All are absolute, also with calib_type 1. IR repeats R.
+ *                   farthest corner. All are absolute, also with CALI_LSC_CHROMA. IR repeats R.
  * reserved          not read.
  *
  * Prints the filter's 21 taps, the centre, and a line "WARN gain < 1x: ..." for every mesh node inside the outer ring
@@ -416,8 +445,8 @@ CALI_API int32_t cali_isp_roi_mean_std_calc(LevelList levels, uint32_t width, ui
 CALI_API int32_t cali_isp_roi_mean_var_calc(LevelList levels, uint32_t width, uint32_t height, int32_t count,
                                             int32_t nch, int32_t nframes, float** means, float** vars);
 
-/* Least-squares line through n points, n read as signed. slope and intercept receive the bits of floats; equal x give
-   NaN or infinity. */
+/* Least-squares line through n points, n read as signed: below 0 it is as 0. slope and intercept receive the bits of
+   floats; equal x give NaN or infinity. */
 CALI_API int32_t cali_isp_np_lr_calc(const float* x, const float* y, uint32_t n, uint32_t* slope, uint32_t* intercept);
 
 /*
@@ -460,7 +489,8 @@ CALI_API int32_t cali_isp_np_float_calc_ainr(const LevelList* levels, uint32_t w
                                              uint32_t* intercept_rr);
 
 /* As cali_isp_np_float_calc, converted to registers; patterns outside 0..3 are rejected. formats: slope and level
-   format, "U4.8,U8.0". */
+   format, "U4.8,U8.0"; blanks after the comma are skipped. Here and in the two exports that follow a format is a
+   letter, digits, ".", digits, and nothing else, 0 to 31 bits on either side of the point; no digits stand for 0. */
 CALI_API int32_t cali_isp_np_fix_calc(const LevelList* levels, uint32_t width, uint32_t height, int32_t count,
                                       int32_t nframes, int32_t pattern, uint32_t black_bb, uint32_t black_gb,
                                       uint32_t black_gr_rr, int32_t ref_level, const char* formats, int32_t* slope_bb,
@@ -474,7 +504,7 @@ CALI_API int32_t cali_isp_np_fix_to_fix_calc(int32_t slope_fix, int32_t level_fi
                                              int32_t* new_level_fix);
 
 /* The luma line of four channel lines (BB, GB, GR, RR), converted to registers: noise of 0.299 R + 0.587 G + 0.114 B of
-   independent channels at 17 levels, with a line through it. */
+   independent channels at 17 levels, with a line through it. Where a channel's line is negative it has no noise. */
 CALI_API int32_t cali_isp_ynr_np_fix_calc(const float* slopes, const float* intercepts, int32_t ref_level,
                                           const char* slope_format, const char* level_format, int32_t* slope_fix,
                                           int32_t* level_fix);
@@ -510,15 +540,18 @@ typedef struct ClutSettings {
  * node the hue shift in 1/64 degree, saturation and value scale with 1024 = 1.0. Node i of n sits at i / (n - 1) of its
  * axis, on the hue circle at i / n.
  *
+ * Rejected where no measured colour has a saturation of 0.02 or more: greys have no hue to correct at.
+ *
  * The neutral axis stays, nodes farther from every cell than the radius stay, neighbouring nodes keep their order along
  * each axis. Prints how many were out of order before that was mended, and the largest second difference. The
  * environment variable CLUT_EXPORT_TABLE above 0 writes "clut_input.txt", "clut_phase_0.txt" to "clut_phase_5.txt" and
- * "clut_phase_final.txt"; CLUT_BYPASS_POSTPROCESS above 0 leaves out phases 4 and 5. Both are echoed where set.
+ * "clut_phase_final.txt"; CLUT_BYPASS_POSTPROCESS above 0 leaves out phases 4 and 5, whose files are then removed. Both
+ * are echoed where set.
  */
 CALI_API int32_t cali_clut_calc(const ClutCell* measured, const ClutCell* target, int32_t cell_count,
                                 const ClutSettings* settings, int32_t* table);
 
-/* The same over red, green and blue, red fastest: per node the output colour, codes 0..4095. */
+/* The same over red, green and blue, red fastest: per node the output colour, codes 0..4095. Takes greys too. */
 CALI_API int32_t cali_clut_calc_rgb(const ClutCell* measured, const ClutCell* target, int32_t cell_count,
                                     const ClutSettings* settings, int32_t* table);
 

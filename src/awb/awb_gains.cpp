@@ -1,20 +1,13 @@
 #include "awb/awb_gains.h"
 
-#include <array>
 #include <optional>
 
-#include "boundary/warning.h"
 #include "core/arithmetic.h"
 #include "core/channel.h"
 #include "core/scratch.h"
-#include "pictures/picture.h"
 
 namespace cali::awb {
 namespace {
-
-constexpr float kTooBright = 2866.5F;  // 0.7 of full scale
-constexpr float kTooDark = 614.25F;    // 0.15 of full scale
-constexpr int32_t kPictureFullScale = 4096;
 
 bool is_empty(const AwbRoi& window) { return window.width <= 0 || window.height <= 0; }
 
@@ -56,81 +49,65 @@ const char* window_text(WindowFault fault) {
     return fault == WindowFault::columns ? "ROI X,W is wrong" : "ROI Y,H  is wrong";
 }
 
-ColourSums measure_window(const ConstRawFrame& frame, const BlackLevel& black_level, const MeshGrids& grids,
-                          const AwbRoi& window) {
+ColourSums measure_window(const ConstRawFrame& frame, const FrontEnd& front_end, const AwbRoi& window,
+                          RowObserver& observer) {
     ColourSums sums;
-    if (is_empty(window)) {
-        print_whole_shading_progress(frame.empty() ? 0 : frame.height);
+    if (frame.empty()) {
         return sums;
     }
-    MeshShading shading(frame.width, frame.height, frame.pattern, grids, window.x, window.width);
-    const Scratch<uint32_t> row(static_cast<std::size_t>(window.width));
-    const BlackLevelStage black_level_stage(black_level, frame.pattern);
+    std::optional<FrontEndRows> rows;
+    Scratch<uint32_t> samples;
+    if (!is_empty(window)) {
+        rows.emplace(frame, front_end);
+        rows->set_columns(window.x, window.width);
+        samples = Scratch<uint32_t>(static_cast<std::size_t>(window.width));
+    }
     const auto first_column = static_cast<uint32_t>(window.x);
     for (int32_t y = 0; y < frame.height; ++y) {
-        print_shading_progress(y, frame.height);
-        if (y < window.y || y - window.y >= window.height) {
+        observer.row_begins(y);
+        if (!rows || y < window.y || y - window.y >= window.height) {
             continue;
         }
-        const auto row_index = static_cast<uint32_t>(y);
-        black_level_stage.row(row_index, first_column, frame.row(y) + window.x, row.data(), row.size());
-        shading.row(row_index, row.data(), row.data());
+        rows->row(y, frame.row(y) + window.x, samples.data());
         const auto sum_of = [&](uint32_t column) -> float& {
-            switch (bayer_channel(frame.pattern, row_index, column)) {
+            switch (bayer_channel(frame.pattern, static_cast<uint32_t>(y), column)) {
                 case RR: return sums.red;
                 case BB: return sums.blue;
                 default: return sums.green;
             }
         };
-        add_row(row.data(), row.size(), sum_of(first_column), sum_of(first_column + 1));
+        add_row(samples.data(), samples.size(), sum_of(first_column), sum_of(first_column + 1));
     }
-    end_shading_progress();
+    observer.rows_end();
     return sums;
 }
 
-GainRegisters gains_from_sums(const ColourSums& sums, const AwbRoi& window) {
+ColourMeans means_of(const ColourSums& sums, const AwbRoi& window) {
     const int32_t samples = wrap_mul(window.width, window.height);
-    const float mean_green = sums.green / static_cast<float>(samples / 2);
-    const float mean_red = sums.red / static_cast<float>(samples / 4);
-    const float mean_blue = sums.blue / static_cast<float>(samples / 4);
-    if (mean_green > kTooBright) {
-        warn(Family::wb, "Too Bright");
-    }
-    if (mean_green < kTooDark) {
-        warn(Family::wb, "Too Dark");
-    }
-    return {wb_gain_register(mean_green, mean_red), 1024, wb_gain_register(mean_green, mean_blue)};
+    return {sums.red / static_cast<float>(samples / 4), sums.green / static_cast<float>(samples / 2),
+            sums.blue / static_cast<float>(samples / 4)};
+}
+
+GainRegisters gains_from_means(const ColourMeans& means) {
+    return {wb_gain_register(means.green, means.red), 1024, wb_gain_register(means.green, means.blue)};
 }
 
 void correct_frame(const RawFrame& frame, const BlackLevel& black_level, const MeshGrids& grids, const WbGains& gains,
-                   uint32_t* output) {
-    if (frame.empty()) {
-        return;
-    }
-    MeshShading shading(frame.width, frame.height, frame.pattern, grids);
-    const BlackLevelStage black_level_stage(black_level, frame.pattern);
-    const WbGainStage gain_stage(gains, frame.pattern);
-    std::optional<OwnedPicture> picture;
-    if (module_state().debug.awb_dump) {
-        picture.emplace(frame.width, frame.height);
-    }
+                   uint32_t* output, RowObserver& observer) {
+    FrontEnd in_place;
+    in_place.black_level = black_level;
+    FrontEnd into_output;
+    into_output.mesh = grids;
+    into_output.wb_gains = gains;
+    FrontEndRows black_rows(frame, in_place);
+    FrontEndRows rows(frame, into_output);
     const RawFrame corrected{output, frame.width, frame.height, frame.pattern};
-    const std::size_t count = frame.columns();
     for (int32_t y = 0; y < frame.height; ++y) {
-        const auto row_index = static_cast<uint32_t>(y);
-        uint32_t* const in = frame.row(y);
-        uint32_t* const out = corrected.row(y);
-        black_level_stage.row(row_index, 0, in, in, count);
-        print_shading_progress(y, frame.height);
-        shading.row(row_index, in, out);
-        gain_stage.row(row_index, 0, out, out, count);
+        black_rows.row(y, frame.row(y), frame.row(y));
+        observer.row_begins(y);
+        rows.row(y, frame.row(y), corrected.row(y));
     }
-    end_shading_progress();
-
-    if (picture) {
-        write_ppm_cells("_awb_in.ppm", picture->get(), frame, kPictureFullScale);
-        write_ppm_cells("_awb_out.ppm", picture->get(), corrected, kPictureFullScale);
-    }
+    observer.rows_end();
 }
 
 }  // namespace cali::awb

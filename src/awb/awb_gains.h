@@ -3,11 +3,9 @@
 
 #include <cstdint>
 
-#include "boundary/module_state.h"
+#include "core/awb_roi.h"
 #include "core/frame.h"
-#include "stages/black_level.h"
-#include "stages/mesh_shading.h"
-#include "stages/wb_gains.h"
+#include "stages/front_end.h"
 
 namespace cali::awb {
 
@@ -27,10 +25,10 @@ struct ColourSums {
     float blue = 0;
 };
 
-/// Black level and mesh shading on the window's samples alone, then the sums. The frame is not modified; the window
-/// must fit it. Prints the shading stage's progress for every row of the frame.
-[[nodiscard]] ColourSums measure_window(const ConstRawFrame& frame, const BlackLevel& black_level,
-                                        const MeshGrids& grids, const AwbRoi& window);
+/// The front end on the window's samples alone, then the sums. The frame is not modified; the window must fit it. The
+/// observer is told every row of the frame. Throws std::bad_alloc.
+[[nodiscard]] ColourSums measure_window(const ConstRawFrame& frame, const FrontEnd& front_end, const AwbRoi& window,
+                                        RowObserver& observer);
 
 /// Register gains, 1024 = 1.0; green is always 1024.
 struct GainRegisters {
@@ -39,11 +37,22 @@ struct GainRegisters {
     uint16_t blue;
 };
 
-/// Warns where the green mean is too bright or too dark. An empty window divides by zero and gives 0.
-[[nodiscard]] GainRegisters gains_from_sums(const ColourSums& sums, const AwbRoi& window);
+/// Of the window's samples; both greens together.
+struct ColourMeans {
+    float red;
+    float green;
+    float blue;
+};
 
-/// Black level in the input frame itself, then mesh shading and gains into `output`.
+/// Not numbers for an empty window, which divides by zero.
+[[nodiscard]] ColourMeans means_of(const ColourSums& sums, const AwbRoi& window);
+
+/// An empty window's means give 0.
+[[nodiscard]] GainRegisters gains_from_means(const ColourMeans& means);
+
+/// Black level in the input frame itself, then mesh shading and gains into `output`; the observer is told between the
+/// two. Nothing is modified before all memory is had. Throws std::bad_alloc.
 void correct_frame(const RawFrame& frame, const BlackLevel& black_level, const MeshGrids& grids, const WbGains& gains,
-                   uint32_t* output);
+                   uint32_t* output, RowObserver& observer);
 
 }  // namespace cali::awb

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "boundary/module_state.h"
+#include "core/awb_curve.h"
 
 namespace cali::awb {
 

@@ -4,6 +4,7 @@
 
 #include "awb/curve.h"
 #include "boundary/export_call.h"
+#include "boundary/module_state.h"
 #include "cali/cali.h"
 
 using namespace cali;

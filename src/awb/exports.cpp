@@ -1,40 +1,20 @@
+#include <optional>
+
 #include "awb/awb_gains.h"
+#include "boundary/console.h"
 #include "boundary/export_call.h"
+#include "boundary/frame_arguments.h"
+#include "boundary/module_state.h"
 #include "cali/cali.h"
-
-namespace cali::awb {
-namespace {
-
-/// What calculation and verification take alike.
-struct FrontEnd {
-    uint32_t** frame;
-    int32_t width;
-    uint32_t height;
-    int32_t pattern;
-    MeshGrids grids;
-
-    [[nodiscard]] bool empty() const { return width == 0 || height == 0; }
-    [[nodiscard]] RawFrame view() const {
-        return {empty() ? nullptr : *frame, width, static_cast<int32_t>(height), pattern};
-    }
-
-    /// An empty frame's buffers are never read.
-    void check(ArgumentCheck& check) const {
-        check.frame_size(width, height);
-        check.shaded_size(width, height);
-        check.pattern(pattern);
-        check_mesh_size(check, grids.cols, grids.rows);
-        if (!empty()) {
-            check.frame("frame", frame);
-            check_mesh_grids(check, grids.red, grids.green, grids.blue);
-        }
-    }
-};
-
-}  // namespace
-}  // namespace cali::awb
+#include "pictures/picture.h"
 
 using namespace cali;
+
+namespace {
+
+constexpr int32_t kPictureFullScale = 4096;
+
+}  // namespace
 
 int32_t cali_awb_setROI(int32_t x, int32_t y, int32_t width, int32_t height) {
     const auto even = [](int32_t value) { return value & ~1; };
@@ -48,17 +28,17 @@ int32_t cali_awb_calc(uint32_t** frame, int32_t width, uint32_t height, int32_t 
                       uint32_t offset_bb, float gain_rr, float gain_gr, float gain_gb, float gain_bb, uint16_t* gain_r,
                       uint16_t* gain_g, uint16_t* gain_b) {
     return run_export([&] {
-        const awb::FrontEnd front{
-            frame, width, height, pattern, {grid_cols, grid_rows, red_grid, green_grid, blue_grid}};
         ArgumentCheck check(Family::wb, "cali_awb_calc");
-        front.check(check);
+        const MeshGrids grids{grid_cols, grid_rows, red_grid, green_grid, blue_grid};
+        const ConstRawFrame input = checked_shaded_frame(check, "frame", frame, width, height, pattern, grids);
         if (!check.ok()) {
             return kRejected;
         }
+        PrintedProgress progress(static_cast<int32_t>(height));
         const AwbRoi& window = module_state().awb_roi;
         const awb::WindowFault fault = awb::check_window(window, width, static_cast<int32_t>(height));
         if (fault != awb::WindowFault::none) {
-            print_whole_shading_progress(static_cast<int32_t>(height));
+            progress.print_whole();
             warn(Family::wb, awb::window_text(fault));
             return kRejected;
         }
@@ -68,10 +48,13 @@ int32_t cali_awb_calc(uint32_t** frame, int32_t width, uint32_t height, int32_t 
         if (!check.ok()) {
             return kRejected;
         }
-        const BlackLevel black_level = BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
-                                                                  {gain_rr, gain_gr, gain_gb, gain_bb});
-        const awb::ColourSums sums = awb::measure_window(front.view(), black_level, front.grids, window);
-        const awb::GainRegisters gains = awb::gains_from_sums(sums, window);
+        FrontEnd front_end;
+        front_end.black_level = BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                           {gain_rr, gain_gr, gain_gb, gain_bb});
+        front_end.mesh = grids;
+        const awb::ColourMeans means = awb::means_of(awb::measure_window(input, front_end, window, progress), window);
+        warn_of_exposure(means.green);
+        const awb::GainRegisters gains = awb::gains_from_means(means);
         *gain_r = gains.red;
         *gain_g = gains.green;
         *gain_b = gains.blue;
@@ -85,22 +68,31 @@ int32_t cali_awb_verify(uint32_t** frame, int32_t width, uint32_t height, int32_
                         uint32_t offset_bb, float gain_rr, float gain_gr, float gain_gb, float gain_bb, uint16_t gain_r,
                         uint16_t /*gain_g*/, uint16_t gain_b, uint32_t** output) {
     return run_export([&] {
-        const awb::FrontEnd front{
-            frame, width, height, pattern, {grid_cols, grid_rows, red_grid, green_grid, blue_grid}};
         ArgumentCheck check(Family::wb, "cali_awb_verify");
-        front.check(check);
-        if (!front.empty()) {
+        const MeshGrids grids{grid_cols, grid_rows, red_grid, green_grid, blue_grid};
+        const RawFrame input = checked_shaded_frame(check, "frame", frame, width, height, pattern, grids);
+        if (width != 0 && height != 0) {
             check.frame("output", output);
         }
         if (!check.ok()) {
             return kRejected;
         }
-        if (front.empty()) {
+        if (input.empty()) {
             return kOk;
+        }
+        std::optional<OwnedPicture> picture;
+        if (module_state().debug.awb_dump) {
+            picture.emplace(input.width, input.height);
         }
         const BlackLevel black_level = BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
                                                                   {gain_rr, gain_gr, gain_gb, gain_bb});
-        awb::correct_frame(front.view(), black_level, front.grids, {gain_r, gain_b}, *output);
+        PrintedProgress progress(input.height);
+        awb::correct_frame(input, black_level, grids, {gain_r, gain_b}, *output, progress);
+        if (picture) {
+            const ConstRawFrame corrected{*output, input.width, input.height, input.pattern};
+            write_ppm_cells("_awb_in.ppm", picture->get(), input, kPictureFullScale);
+            write_ppm_cells("_awb_out.ppm", picture->get(), corrected, kPictureFullScale);
+        }
         return kOk;
     });
 }

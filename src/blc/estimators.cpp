@@ -4,9 +4,7 @@
 #include <array>
 #include <cmath>
 
-#include "blc/histogram.h"
 #include "core/arithmetic.h"
-#include "core/channel.h"
 
 namespace cali::blc {
 namespace {
@@ -129,11 +127,10 @@ int32_t mean_count(int32_t samples, int32_t pattern, std::size_t code) {
     return code == GB ? samples / 2 : samples / 8;
 }
 
-PerChannel<int32_t> channel_medians(const ConstRawFrame& frame) {
-    const Histogram histogram(frame);
+PerChannel<int32_t> channel_medians(const Histogram& histogram, std::size_t samples, int32_t pattern) {
     PerChannel<int32_t> medians;
     for (std::size_t code = 0; code < kChannels; ++code) {
-        const uint32_t target = median_target(static_cast<int32_t>(frame.size()), frame.pattern, code);
+        const uint32_t target = median_target(static_cast<int32_t>(samples), pattern, code);
         uint32_t running = 0;
         for (uint32_t bin = 0; bin < kBins; ++bin) {
             running += histogram.channel(code)[bin];

@@ -4,8 +4,9 @@
 #include <cstdint>
 #include <span>
 
+#include "blc/histogram.h"
+#include "core/channel.h"
 #include "core/frame.h"
-#include "stages/black_level.h"
 
 namespace cali::blc {
 
@@ -13,14 +14,20 @@ namespace cali::blc {
 inline constexpr int32_t kCalibMin = 0;
 inline constexpr int32_t kCalibMax = 800;
 
+enum class MedianFault { none, too_low, too_high };
+
+[[nodiscard]] constexpr MedianFault judge_median(int32_t median) {
+    return median <= kCalibMin ? MedianFault::too_low : median >= kCalibMax ? MedianFault::too_high : MedianFault::none;
+}
+
 /// Half the samples of a channel as the median method counts them. `samples` is the frame's sample count.
 [[nodiscard]] uint32_t median_target(int32_t samples, int32_t pattern, std::size_t code);
 
 /// Samples of a channel as the mean-plus-deviation method divides its sums.
 [[nodiscard]] int32_t mean_count(int32_t samples, int32_t pattern, std::size_t code);
 
-/// The first bin at which the running count reaches the target, 0 if none does. Throws std::bad_alloc.
-[[nodiscard]] PerChannel<int32_t> channel_medians(const ConstRawFrame& frame);
+/// Of a frame of `samples`: the first bin at which the running count reaches the target, 0 if none does.
+[[nodiscard]] PerChannel<int32_t> channel_medians(const Histogram& histogram, std::size_t samples, int32_t pattern);
 
 /// Mean of each channel from a single-precision running sum, row-major; NaN for a channel without samples.
 [[nodiscard]] PerChannel<float> channel_means(const ConstRawFrame& frame);

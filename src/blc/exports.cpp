@@ -6,10 +6,12 @@
 #include "blc/estimators.h"
 #include "blc/histogram.h"
 #include "boundary/export_call.h"
+#include "boundary/frame_arguments.h"
 #include "boundary/module_state.h"
 #include "cali/cali.h"
 #include "core/arithmetic.h"
 #include "pictures/picture.h"
+#include "stages/front_end.h"
 
 namespace cali::blc {
 namespace {
@@ -41,19 +43,27 @@ struct Outputs {
     }
 };
 
-/// An empty frame's buffer is never read.
-ConstRawFrame checked_frame(ArgumentCheck& check, uint32_t** frame, int64_t width, int64_t height, int64_t pattern) {
-    check.frame_size(width, height);
-    check.pattern(pattern);
-    const bool empty = width == 0 || height == 0;
-    if (!empty) {
-        check.frame("frame", frame);
+void print_histogram(const Histogram& histogram) {
+    std::printf("Value\tBB\tGB\tGR\tRR\n");
+    for (uint32_t value = 0; value < kBins; ++value) {
+        PerChannel<int32_t> count;
+        for (std::size_t code = 0; code < kChannels; ++code) {
+            count[code] = static_cast<int32_t>(histogram.channel(code)[value]);
+        }
+        if ((count[BB] | count[GB] | count[GR] | count[RR]) != 0) {
+            std::printf("%d\t%d\t%d\t%d\t%d\n", static_cast<int32_t>(value), count[BB], count[GB], count[GR],
+                        count[RR]);
+        }
     }
-    if (!check.ok()) {
-        return {};
+}
+
+/// With the report switch on also prints the table.
+Histogram count_frame(const ConstRawFrame& frame) {
+    Histogram histogram(frame);
+    if (module_state().debug.blc_report) {
+        print_histogram(histogram);
     }
-    return {empty ? nullptr : *frame, static_cast<int32_t>(width), static_cast<int32_t>(height),
-            static_cast<int32_t>(pattern)};
+    return histogram;
 }
 
 void print_report(const PerChannel<int32_t>& offsets) {
@@ -67,17 +77,17 @@ void print_report(const PerChannel<int32_t>& offsets) {
 }
 
 /// Prints a line for every channel whose median is implausible.
-bool medians_plausible(const PerChannel<int32_t>& medians) {
+bool report_medians(const PerChannel<int32_t>& medians) {
     bool plausible = true;
     for (int code = 0; code < kChannels; ++code) {
         const int32_t median = medians[static_cast<std::size_t>(code)];
-        if (median < kCalibMin + 1) {
+        const MedianFault fault = judge_median(median);
+        if (fault == MedianFault::too_low) {
             std::printf("ch=%d, blc_offset(=%d) <= BLC_CALIB_MIN(=%d)\n", code, median, kCalibMin);
-            plausible = false;
-        } else if (median >= kCalibMax) {
+        } else if (fault == MedianFault::too_high) {
             std::printf("ch=%d, blc_offset(=%d) >= BLC_CALIB_MAX(=%d)\n", code, median, kCalibMax);
-            plausible = false;
         }
+        plausible = plausible && fault == MedianFault::none;
     }
     return plausible;
 }
@@ -92,15 +102,15 @@ int32_t cali_blc_calc_by_median(uint32_t** frame, uint32_t width, uint32_t heigh
                                 float* gain_gr, float* gain_gb, float* gain_bb) {
     return run_export([&] {
         ArgumentCheck check(Family::blc, "cali_blc_calc_by_median");
-        const ConstRawFrame view = blc::checked_frame(check, frame, width, height, pattern);
+        const ConstRawFrame view = checked_frame(check, "frame", frame, width, height, pattern);
         const blc::Outputs outputs{{{offset_bb, offset_gb, offset_gr, offset_rr}},
                                    {{gain_bb, gain_gb, gain_gr, gain_rr}}};
         outputs.check(check);
         if (!check.ok()) {
             return kRejected;
         }
-        const PerChannel<int32_t> medians = blc::channel_medians(view);
-        const bool plausible = blc::medians_plausible(medians);
+        const PerChannel<int32_t> medians = blc::channel_medians(blc::count_frame(view), view.size(), view.pattern);
+        const bool plausible = blc::report_medians(medians);
         outputs.write(medians);
         if (module_state().debug.blc_report) {
             blc::print_report(medians);
@@ -116,7 +126,7 @@ int32_t cali_blc_calc_by_mean(uint32_t** frame, uint32_t width, uint32_t height,
         ArgumentCheck check(Family::blc, "cali_blc_calc_by_mean");
         // This method has always counted rows and columns in 16 bits.
         const ConstRawFrame view =
-            blc::checked_frame(check, frame, static_cast<uint16_t>(width), static_cast<uint16_t>(height), pattern);
+            checked_frame(check, "frame", frame, static_cast<uint16_t>(width), static_cast<uint16_t>(height), pattern);
         const blc::Outputs outputs{{{offset_bb, offset_gb, offset_gr, offset_rr}},
                                    {{gain_bb, gain_gb, gain_gr, gain_rr}}};
         outputs.check(check);
@@ -142,7 +152,7 @@ int32_t cali_blc_calc(uint32_t** frame, int32_t width, int32_t height, int32_t p
                       float* gain_gb, float* gain_bb, int32_t is_12bit) {
     return run_export([&] {
         ArgumentCheck check(Family::blc, "cali_blc_calc");
-        const ConstRawFrame view = blc::checked_frame(check, frame, width, height, pattern);
+        const ConstRawFrame view = checked_frame(check, "frame", frame, width, height, pattern);
         const blc::Outputs outputs{{{offset_bb, offset_gb, offset_gr, offset_rr}},
                                    {{gain_bb, gain_gb, gain_gr, gain_rr}}};
         outputs.check(check);
@@ -164,7 +174,7 @@ int32_t cali_blc_calc_by_localblc(uint32_t** frame, int32_t width, int32_t heigh
                                   void* /*spare_2*/, void* /*spare_3*/, void* /*spare_4*/, uint32_t blocks) {
     return run_export([&] {
         ArgumentCheck check(Family::blc, "cali_blc_calc_by_localblc");
-        const ConstRawFrame view = blc::checked_frame(check, frame, width, height, pattern);
+        const ConstRawFrame view = checked_frame(check, "frame", frame, width, height, pattern);
         if (!check.ok()) {
             return kRejected;
         }
@@ -197,7 +207,7 @@ int32_t cali_blc_get_histogram(uint32_t** frame, uint32_t width, uint32_t height
                                uint32_t* hist_gr, uint32_t* hist_gb, uint32_t* hist_bb) {
     return run_export([&] {
         ArgumentCheck check(Family::blc, "cali_blc_get_histogram");
-        const ConstRawFrame view = blc::checked_frame(check, frame, width, height, pattern);
+        const ConstRawFrame view = checked_frame(check, "frame", frame, width, height, pattern);
         check.pointer("hist_rr", hist_rr);
         check.pointer("hist_gr", hist_gr);
         check.pointer("hist_gb", hist_gb);
@@ -205,7 +215,7 @@ int32_t cali_blc_get_histogram(uint32_t** frame, uint32_t width, uint32_t height
         if (!check.ok()) {
             return kRejected;
         }
-        const blc::Histogram histogram(view);
+        const blc::Histogram histogram = blc::count_frame(view);
         const PerChannel<uint32_t*> outputs{{hist_bb, hist_gb, hist_gr, hist_rr}};
         for (std::size_t code = 0; code < kChannels; ++code) {
             std::copy_n(histogram.channel(code), blc::kBins, outputs[code]);
@@ -219,7 +229,7 @@ int32_t cali_blc_verify(uint32_t** frame, uint32_t width, uint32_t height, uint3
                         float gain_gb, float gain_bb, uint32_t** output) {
     return run_export([&] {
         ArgumentCheck check(Family::blc, "cali_blc_verify");
-        const ConstRawFrame input = blc::checked_frame(check, frame, width, height, pattern);
+        const ConstRawFrame input = checked_frame(check, "frame", frame, width, height, pattern);
         if (width != 0 && height != 0) {
             check.frame("output", output);
         }
@@ -233,17 +243,14 @@ int32_t cali_blc_verify(uint32_t** frame, uint32_t width, uint32_t height, uint3
         if (module_state().debug.blc_report) {
             picture.emplace(input.width, input.height);
         }
-        const BlackLevelStage stage(BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
-                                                               {gain_rr, gain_gr, gain_gb, gain_bb}),
-                                    input.pattern);
-        const RawFrame corrected{*output, input.width, input.height, input.pattern};
-        for (int32_t y = 0; y < input.height; ++y) {
-            stage.row(static_cast<uint32_t>(y), 0, input.row(y), corrected.row(y), input.columns());
-        }
+        FrontEnd front_end;
+        front_end.black_level = BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                           {gain_rr, gain_gr, gain_gb, gain_bb});
+        apply_front_end(input, front_end, *output);
         if (picture) {
             const auto grey = [](const uint32_t* samples) { return std::array{samples, samples, samples}; };
             write_ppm_planes("_blc_in.ppm", picture->get(), grey(input.samples), blc::kPictureFullScale);
-            write_ppm_planes("_blc_out.ppm", picture->get(), grey(corrected.samples), blc::kPictureFullScale);
+            write_ppm_planes("_blc_out.ppm", picture->get(), grey(*output), blc::kPictureFullScale);
         }
         return kOk;
     });

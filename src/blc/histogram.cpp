@@ -1,9 +1,6 @@
 #include "blc/histogram.h"
 
 #include <algorithm>
-#include <cstdio>
-
-#include "boundary/module_state.h"
 
 namespace cali::blc {
 namespace {
@@ -23,9 +20,6 @@ Histogram::Histogram(const ConstRawFrame& frame) : counts_(std::size_t{kChannels
         } else {
             count_mosaic(frame);
         }
-    }
-    if (module_state().debug.blc_report) {
-        print();
     }
 }
 
@@ -80,20 +74,6 @@ void Histogram::count_mosaic(const ConstRawFrame& frame) {
             if (code < kChannels && row[x] < kBins) {
                 ++counts_[code * kBins + row[x]];
             }
-        }
-    }
-}
-
-void Histogram::print() const {
-    std::printf("Value\tBB\tGB\tGR\tRR\n");
-    for (uint32_t value = 0; value < kBins; ++value) {
-        PerChannel<int32_t> count;
-        for (std::size_t code = 0; code < kChannels; ++code) {
-            count[code] = static_cast<int32_t>(channel(code)[value]);
-        }
-        if ((count[BB] | count[GB] | count[GR] | count[RR]) != 0) {
-            std::printf("%d\t%d\t%d\t%d\t%d\n", static_cast<int32_t>(value), count[BB], count[GB], count[GR],
-                        count[RR]);
         }
     }
 }

@@ -16,7 +16,6 @@ inline constexpr uint32_t kBins = 4096;
 /// mosaic of the extended lookup; codes that are no channel are skipped. Throws std::bad_alloc.
 class Histogram {
 public:
-    /// Counts the frame; with the report switch on, prints the table.
     explicit Histogram(const ConstRawFrame& frame);
 
     /// kBins counts.
@@ -25,7 +24,6 @@ public:
 private:
     void count_bayer(const ConstRawFrame& frame);
     void count_mosaic(const ConstRawFrame& frame);
-    void print() const;
 
     Scratch<uint32_t> counts_;
 };

@@ -3,11 +3,24 @@
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
-#include <limits>
 
-#include "core/channel.h"
+#include "kernels/row_kernels.h"
 
 namespace cali {
+
+void report_refused_isa() noexcept {
+    static bool looked = false;
+    if (looked) {
+        return;
+    }
+    looked = true;
+    const char* const asked = refused_isa();
+    if (asked != nullptr) {
+        (void)std::fprintf(stderr, "CALI_ISA is \"%.40s\", expected \"baseline\"%s; taking %s\n", asked,
+                           isa_available(Isa::avx2) ? " or \"avx2\"" : ", all that this machine runs",
+                           isa_name(row_kernels().isa));
+    }
+}
 
 void ArgumentCheck::reject(const char* format, ...) {
     if (!ok_) {
@@ -34,23 +47,6 @@ void ArgumentCheck::pointee(const char* name, const void* value) {
         reject("%s points to a null frame pointer, expected a frame", name);
     }
 }
-
-void ArgumentCheck::frame_size(int64_t width, int64_t height) {
-    constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
-    if (width < 0 || height < 0 || width > kMost || height > kMost || width * height > kMost) {
-        reject("frame size %" PRId64 " x %" PRId64 ", expected sides of 0 or more and at most %" PRId64 " samples",
-               width, height, kMost);
-    }
-}
-
-void ArgumentCheck::shaded_size(int64_t width, int64_t height) {
-    if (width > kMaxShadedSide || height > kMaxShadedSide) {
-        reject("frame size %" PRId64 " x %" PRId64 ", lens shading takes at most %" PRId32 " either way", width, height,
-               kMaxShadedSide);
-    }
-}
-
-void ArgumentCheck::pattern(int64_t value) { range("pattern", value, 0, kBayerPatterns - 1); }
 
 void ArgumentCheck::range(const char* name, int64_t found, int64_t low, int64_t high) {
     if (found < low || found > high) {

@@ -10,13 +10,10 @@ namespace cali {
 inline constexpr int32_t kOk = 0;
 inline constexpr int32_t kRejected = -1;
 
-/// Largest frame side of the shading blocks, whose size fields have 13 bits.
-inline constexpr int32_t kMaxShadedSide = 8192;
-
 /// Checks an export's arguments and shows one warning, for the first that is rejected.
 ///
 ///     ArgumentCheck check(Family::blc, "cali_blc_verify");
-///     check.frame_size(width, height);
+///     const RawFrame input = checked_frame(check, "frame", frame, width, height, pattern);
 ///     check.pointer("output", output);
 ///     if (!check.ok()) return kRejected;
 class ArgumentCheck {
@@ -37,15 +34,6 @@ public:
         }
     }
 
-    /// Neither side negative, and no more samples than a signed 32-bit integer counts.
-    void frame_size(int64_t width, int64_t height);
-
-    /// Neither side above what the shading blocks' size fields hold.
-    void shaded_size(int64_t width, int64_t height);
-
-    /// One of the four Bayer layouts.
-    void pattern(int64_t value);
-
     /// `name` is `found`, outside `low` to `high`.
     void range(const char* name, int64_t found, int64_t low, int64_t high);
 
@@ -60,10 +48,14 @@ private:
     bool ok_ = true;
 };
 
+/// Once in the process's life: says on standard error that CALI_ISA asks for what there is not.
+void report_refused_isa() noexcept;
+
 /// Runs an export's body. An allocation failure is -1 without a warning; no other exception is expected, and none
 /// crosses the boundary.
 template <typename Body>
 int32_t run_export(Body&& body) noexcept {
+    report_refused_isa();
     try {
         return body();
     } catch (...) {

@@ -1,24 +1,10 @@
 /// The little that survives between calls. Unsynchronised: hosts call the library from one thread at a time.
 #pragma once
 
-#include <cstdint>
+#include "core/awb_curve.h"
+#include "core/awb_roi.h"
 
 namespace cali {
-
-/// White-balance window in frame coordinates, even-aligned.
-struct AwbRoi {
-    int32_t x = 0;
-    int32_t y = 0;
-    int32_t width = 0;
-    int32_t height = 0;
-};
-
-/// y = a x^2 + b x + c
-struct AwbCurve {
-    float a = 0;
-    float b = 0;
-    float c = 0;
-};
 
 /// No export sets these; a debug build starts them by CMake option, a debugger by hand.
 struct DebugSwitches {
@@ -34,6 +20,7 @@ struct ModuleState {
     DebugSwitches debug;
 };
 
+/// For exports alone: algorithms get what they need as arguments.
 [[nodiscard]] ModuleState& module_state();
 
 }  // namespace cali

@@ -1,6 +1,8 @@
 #include <algorithm>
 
+#include "boundary/console.h"
 #include "boundary/export_call.h"
+#include "boundary/frame_arguments.h"
 #include "boundary/module_state.h"
 #include "cali/cali.h"
 #include "ccm_lsq/matrix_fit.h"
@@ -14,8 +16,7 @@ constexpr int32_t kChannels3 = 3;
 constexpr double kFullScale = 4095.0;
 
 /// The first generation's exports on a raw frame.
-struct ChartFrame {
-    const char* export_name;
+struct ChartArguments {
     uint32_t** frame;
     int32_t width;
     int32_t height;
@@ -26,29 +27,30 @@ struct ChartFrame {
     const float* weights;
     float* ccm;
     int32_t* ccm_q10;
-
-    /// Fills `windows`.
-    [[nodiscard]] bool accepted(ArgumentCheck& check, ChartWindows& windows) const {
-        check.frame_size(width, height);
-        check.shaded_size(width, height);
-        check.pattern(pattern);
-        check_mesh_size(check, grids.cols, grids.rows);
-        check.frame("frame", frame);
-        check_mesh_grids(check, grids.red, grids.green, grids.blue);
-        check.pointer("weights", weights);
-        check.pointer("ccm", ccm);
-        check.pointer("ccm_q10", ccm_q10);
-        if (check.ok()) {
-            windows = chart_windows(check, given_windows, width, height);
-        }
-        return check.ok();
-    }
-
-    [[nodiscard]] ConstRawFrame view() const { return {*frame, width, height, pattern}; }
-
-    /// Writes the matrix of what the stages give; with the debug switch on, first the picture.
-    void fit(const FrontEnd& front_end, const ChartWindows& windows, float lambda_scale) const;
 };
+
+/// What they say.
+struct Chart {
+    ConstRawFrame frame;
+    ChartWindows windows;
+    FrontEnd front_end;  ///< without white balance
+};
+
+Chart checked_chart(ArgumentCheck& check, const ChartArguments& given) {
+    Chart chart{
+        checked_shaded_frame(check, "frame", given.frame, given.width, given.height, given.pattern, given.grids),
+        {},
+        {}};
+    check.pointer("weights", given.weights);
+    check.pointer("ccm", given.ccm);
+    check.pointer("ccm_q10", given.ccm_q10);
+    if (check.ok()) {
+        chart.windows = checked_windows(check, given.given_windows, given.width, given.height);
+    }
+    chart.front_end.black_level = given.black_level;
+    chart.front_end.mesh = given.grids;
+    return chart;
+}
 
 ColourMatrix fit_chart(const ChartMeans& means, const float* weights, float lambda_scale) {
     PatchMeans patches;
@@ -59,28 +61,28 @@ ColourMatrix fit_chart(const ChartMeans& means, const float* weights, float lamb
     return fit_matrix(patches, {weights, kChartPatches}, lambda_scale);
 }
 
-void ChartFrame::fit(const FrontEnd& front_end, const ChartWindows& windows, float lambda_scale) const {
+/// Writes the matrix of what the stages give; with the debug switch on, first the picture.
+void fit(const Chart& chart, const ChartArguments& given, float lambda_scale) {
     if (module_state().debug.ccm_dump) {
-        write_raw_picture(view(), front_end);
+        write_raw_picture(chart.frame, chart.front_end);
     }
-    const ColourMatrix matrix = fit_chart(measure_chart(view(), front_end, windows), weights, lambda_scale);
-    std::ranges::copy(matrix.value, ccm);
-    std::ranges::copy(matrix.q10, ccm_q10);
+    const ChartMeans means = measure_chart(chart.frame, chart.front_end, chart.windows);
+    const ColourMatrix matrix = fit_chart(means, given.weights, lambda_scale);
+    std::ranges::copy(matrix.value, given.ccm);
+    std::ranges::copy(matrix.q10, given.ccm_q10);
 }
 
-/// From the greys between white and black.
-WbGains grey_gains(const ChartMeans& means) {
-    constexpr std::size_t kFirst = 19;
-    constexpr std::size_t kLast = 22;
+/// Mean red, green and blue of the greys that balance.
+std::array<float, 3> grey_means(const ChartMeans& means) {
     std::array<double, 3> sum{};
-    for (std::size_t i = kFirst; i <= kLast; ++i) {
+    for (std::size_t i = kFirstBalanceGrey; i <= kLastBalanceGrey; ++i) {
         for (std::size_t c = 0; c < sum.size(); ++c) {
             sum[c] += means[i][c];
         }
     }
-    constexpr double kCount = kLast - kFirst + 1;
+    constexpr double kCount = kLastBalanceGrey - kFirstBalanceGrey + 1;
     const auto mean = [&](std::size_t c) { return static_cast<float>(sum[c] / kCount); };
-    return {wb_gain_register(mean(1), mean(0)), wb_gain_register(mean(1), mean(2))};
+    return {mean(0), mean(1), mean(2)};
 }
 
 PatchMeans patch_means(const int32_t* const* patches, int32_t count, std::size_t pixels) {
@@ -131,26 +133,25 @@ int32_t cali_isp_ccm_pipe_calc(uint32_t** frame, int32_t width, int32_t height, 
                                uint16_t gain_r, uint16_t /*gain_g*/, uint16_t gain_b, const RoiRect* chart_windows,
                                float lambda_scale, const float* weights, float* ccm, int32_t* ccm_q10) {
     return run_export([&] {
-        const ccm_lsq::ChartFrame chart{"cali_isp_ccm_pipe_calc",
-                                        frame,
-                                        width,
-                                        height,
-                                        pattern,
-                                        {grid_cols, grid_rows, red_grid, green_grid, blue_grid},
-                                        BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
-                                                                   {gain_rr, gain_gr, gain_gb, gain_bb}),
-                                        chart_windows,
-                                        weights,
-                                        ccm,
-                                        ccm_q10};
-        ArgumentCheck check(Family::ccm, chart.export_name);
-        ChartWindows windows{};
-        if (!chart.accepted(check, windows)) {
+        const ccm_lsq::ChartArguments given{frame,
+                                            width,
+                                            height,
+                                            pattern,
+                                            {grid_cols, grid_rows, red_grid, green_grid, blue_grid},
+                                            BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                                       {gain_rr, gain_gr, gain_gb, gain_bb}),
+                                            chart_windows,
+                                            weights,
+                                            ccm,
+                                            ccm_q10};
+        ArgumentCheck check(Family::ccm, "cali_isp_ccm_pipe_calc");
+        ccm_lsq::Chart chart = ccm_lsq::checked_chart(check, given);
+        if (!check.ok()) {
             return kRejected;
         }
-        const FrontEnd front_end{chart.black_level, chart.grids, {}, WbGains{gain_r, gain_b}, false};
-        print_whole_shading_progress(height);
-        chart.fit(front_end, windows, lambda_scale);
+        PrintedProgress(height).print_whole();
+        chart.front_end.wb_gains = WbGains{gain_r, gain_b};
+        ccm_lsq::fit(chart, given, lambda_scale);
         return kOk;
     });
 }
@@ -162,34 +163,36 @@ int32_t cali_isp_awb_ccm(uint32_t** frame, int32_t width, int32_t height, int32_
                          const RoiRect* chart_windows, float lambda_scale, const float* weights, uint16_t* gain_r,
                          uint16_t* gain_g, uint16_t* gain_b, float* ccm, int32_t* ccm_q10) {
     return run_export([&] {
-        const ccm_lsq::ChartFrame chart{"cali_isp_awb_ccm",
-                                        frame,
-                                        width,
-                                        height,
-                                        pattern,
-                                        {grid_cols, grid_rows, red_grid, green_grid, blue_grid},
-                                        BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
-                                                                   {gain_rr, gain_gr, gain_gb, gain_bb}),
-                                        chart_windows,
-                                        weights,
-                                        ccm,
-                                        ccm_q10};
-        ArgumentCheck check(Family::ccm, chart.export_name);
+        const ccm_lsq::ChartArguments given{frame,
+                                            width,
+                                            height,
+                                            pattern,
+                                            {grid_cols, grid_rows, red_grid, green_grid, blue_grid},
+                                            BlackLevel::from_red_first({offset_rr, offset_gr, offset_gb, offset_bb},
+                                                                       {gain_rr, gain_gr, gain_gb, gain_bb}),
+                                            chart_windows,
+                                            weights,
+                                            ccm,
+                                            ccm_q10};
+        ArgumentCheck check(Family::ccm, "cali_isp_awb_ccm");
         check.pointer("gain_r", gain_r);
         check.pointer("gain_g", gain_g);
         check.pointer("gain_b", gain_b);
-        ChartWindows windows{};
-        if (!chart.accepted(check, windows)) {
+        ccm_lsq::Chart chart = ccm_lsq::checked_chart(check, given);
+        if (!check.ok()) {
             return kRejected;
         }
-        FrontEnd front_end{chart.black_level, chart.grids, {}, {}, false};
-        print_whole_shading_progress(height);
-        const WbGains gains = ccm_lsq::grey_gains(measure_chart(chart.view(), front_end, windows));
-        front_end.wb_gains = gains;
-        chart.fit(front_end, windows, lambda_scale);
-        *gain_r = static_cast<uint16_t>(gains.red);
+        PrintedProgress(height).print_whole();
+        const auto [red, green, blue] = ccm_lsq::grey_means(measure_chart(chart.frame, chart.front_end, chart.windows));
+        const uint16_t red_gain = wb_gain_register(green, red);
+        const uint16_t blue_gain = wb_gain_register(green, blue);
+        chart.front_end.wb_gains = WbGains{red_gain, blue_gain};
+        ccm_lsq::fit(chart, given, lambda_scale);
+        // Last, so that a call that runs out of memory shows nothing.
+        warn_of_exposure(green);
+        *gain_r = red_gain;
         *gain_g = 1024;
-        *gain_b = static_cast<uint16_t>(gains.blue);
+        *gain_b = blue_gain;
         return kOk;
     });
 }

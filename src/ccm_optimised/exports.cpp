@@ -1,9 +1,13 @@
 #include <algorithm>
+#include <new>
 
+#include "boundary/console.h"
 #include "boundary/export_call.h"
+#include "boundary/frame_arguments.h"
 #include "boundary/module_state.h"
 #include "cali/cali.h"
 #include "ccm_optimised/optimiser.h"
+#include "ccm_optimised/printed_minima.h"
 #include "chart/chart_measure.h"
 #include "pictures/raw_picture.h"
 
@@ -14,19 +18,18 @@ constexpr int32_t kMostMeshSide = 37;  ///< of CcmLensShading's tables
 constexpr int32_t kLeastMeshSide = 4;
 constexpr int64_t kMostGain = 65535;
 constexpr double kFullScale = 4095.0;
-
-enum ShadingMode : int32_t { kNoShading, kMesh, kRadial, kMeshThenRadial };
+constexpr uint32_t kMostCode = 4095;
 
 /// Fills the front end's shading stages.
 void choose_shading(ArgumentCheck& check, const CcmLensShading& shading, FrontEnd& front_end) {
-    check.range("lens_shading.mode", shading.mode, kNoShading, kMeshThenRadial);
-    if (shading.mode == kMesh || shading.mode == kMeshThenRadial) {
+    check.range("lens_shading.mode", shading.mode, CALI_CCM_SHADING_NONE, CALI_CCM_SHADING_MESH_RADIAL);
+    if (shading.mode == CALI_CCM_SHADING_MESH || shading.mode == CALI_CCM_SHADING_MESH_RADIAL) {
         check.range("lens_shading.grid_cols", shading.grid_cols, kLeastMeshSide, kMostMeshSide);
         check.range("lens_shading.grid_rows", shading.grid_rows, kLeastMeshSide, kMostMeshSide);
         front_end.mesh =
             MeshGrids{shading.grid_cols, shading.grid_rows, shading.red_grid, shading.green_grid, shading.blue_grid};
     }
-    if (shading.mode == kRadial || shading.mode == kMeshThenRadial) {
+    if (shading.mode == CALI_CCM_SHADING_RADIAL || shading.mode == CALI_CCM_SHADING_MESH_RADIAL) {
         front_end.radial = RadialTables{shading.center_x, shading.center_y, shading.radial_tables};
     }
 }
@@ -45,6 +48,11 @@ WbGains gains_of(int64_t red, int64_t blue) {
 void check_curve(ArgumentCheck& check, const char* name, const uint32_t* curve, uint32_t count) {
     check.range(name, count, 1, INT32_MAX);
     check.pointer(name, curve);
+    for (uint32_t i = 0; check.ok() && i < count; ++i) {
+        if (curve[i] > kMostCode) {
+            check.reject("%s[%u] is %u, expected 0 to %u", name, i, curve[i], kMostCode);
+        }
+    }
 }
 
 struct Curves {
@@ -76,6 +84,23 @@ Problem make_problem(const ChartMeans& means, const CcmToneCurves* curves, const
     return problem;
 }
 
+/// Rejects what leaves the fit without a start, and an optimiser that gives up.
+std::optional<ColourMatrix> checked_fit(ArgumentCheck& check, const Problem& problem, float final_saturation) {
+    try {
+        PrintedMinima observer;
+        const std::optional<ColourMatrix> matrix = optimise(problem, final_saturation, observer);
+        if (!matrix) {
+            check.reject("the start of the fit is not finite: the chart's patches are black or colourless");
+        }
+        return matrix;
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        check.reject("the optimiser failed: %.100s", error.what());
+        return std::nullopt;
+    }
+}
+
 }  // namespace
 }  // namespace cali::ccm_optimised
 
@@ -89,9 +114,8 @@ int32_t cali_isp_ccm_pipe_calc_v2(uint32_t* frame, int64_t /*reserved_2*/, const
                                   uint8_t shading_tables_held) {
     return run_export([&] {
         ArgumentCheck check(Family::ccm, "cali_isp_ccm_pipe_calc_v2");
-        check.frame_size(width, height);
-        check.shaded_size(width, height);
-        check.pattern(pattern);
+        check_shaded_size(check, width, height);
+        check_pattern(check, pattern);
         check.pointer("frame", frame);
         check.pointer("preprocess", preprocess);
         check.range("wb_gain_r", wb_gain_r, 0, ccm_optimised::kMostGain);
@@ -114,7 +138,7 @@ int32_t cali_isp_ccm_pipe_calc_v2(uint32_t* frame, int64_t /*reserved_2*/, const
         if (!check.ok()) {
             return kRejected;
         }
-        const ChartWindows windows = cali::chart_windows(check, chart_windows, width, height);
+        const ChartWindows windows = checked_windows(check, chart_windows, width, height);
         if (!check.ok()) {
             return kRejected;
         }
@@ -122,16 +146,15 @@ int32_t cali_isp_ccm_pipe_calc_v2(uint32_t* frame, int64_t /*reserved_2*/, const
         front_end.wb_gains = ccm_optimised::gains_of(wb_gain_r, wb_gain_b);
         const ConstRawFrame view{frame, width, height, pattern};
         if (front_end.mesh) {
-            print_whole_shading_progress(height);
+            PrintedProgress(height).print_whole();
         }
         if (module_state().debug.ccm_dump) {
             write_raw_picture(view, front_end);
         }
         const ccm_optimised::Problem problem = ccm_optimised::make_problem(
             measure_chart(view, front_end, windows), tone_curves, saturation_and_weights + 1, white_point);
-        const auto matrix = ccm_optimised::optimise(problem, saturation_and_weights[0]);
+        const auto matrix = ccm_optimised::checked_fit(check, problem, saturation_and_weights[0]);
         if (!matrix) {
-            check.reject("the start of the fit is not finite: the chart's patches are black or colourless");
             return kRejected;
         }
         std::ranges::copy(matrix->value, ccm);

@@ -7,8 +7,6 @@
 namespace cali::ccm_optimised {
 namespace {
 
-constexpr std::size_t kColourPatches = 18;
-
 /// NaN becomes 0: nothing may index outside a curve.
 double unit_range(double v) {
     const double at_least = v > 0.0 ? v : 0.0;

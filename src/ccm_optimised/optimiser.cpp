@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <nlopt.hpp>
-#include <sstream>
 
 #include "math/matrix.h"
 
@@ -28,7 +26,7 @@ double ccm_objective(unsigned /*n*/, const double* x, double* /*grad*/, void* da
 void* as_data(const Problem& problem) { return const_cast<Problem*>(&problem); }
 
 /// Hue in degrees and saturation.
-std::vector<double> fit_hue_saturation(const Problem& problem, double start_saturation) {
+std::vector<double> fit_hue_saturation(const Problem& problem, double start_saturation, MinimumObserver& observer) {
     nlopt::opt optimiser(nlopt::LN_NELDERMEAD, 2);
     optimiser.set_lower_bounds(std::vector<double>{-std::numeric_limits<double>::infinity(), 0.0});
     optimiser.set_min_objective(hue_saturation_objective, as_data(problem));
@@ -36,13 +34,11 @@ std::vector<double> fit_hue_saturation(const Problem& problem, double start_satu
     std::vector<double> x = {0.0, start_saturation};
     double error = 0;
     optimiser.optimize(x, error);
-    std::ostringstream text;
-    text << "found minimum at f(" << x[0] << "," << x[1] << ") =" << error << "\n";
-    std::printf("%s", text.str().c_str());
+    observer.hue_and_saturation(x[0], x[1], error);
     return x;
 }
 
-Matrix3 fit_ccm_nelder_mead(const Problem& problem, const Matrix3& start) {
+Matrix3 fit_ccm_nelder_mead(const Problem& problem, const Matrix3& start, MinimumObserver& observer) {
     const std::vector<double> lower = {1.0, -1.5, -1.5, -1.5, 1.0, -1.5, -1.5, -1.5, 1.0};
     const std::vector<double> upper = {2.5, 1.5, 1.5, 1.5, 2.5, 1.5, 1.5, 1.5, 2.5};
     nlopt::opt optimiser(nlopt::LN_NELDERMEAD, 9);
@@ -55,13 +51,9 @@ Matrix3 fit_ccm_nelder_mead(const Problem& problem, const Matrix3& start) {
     }
     double error = 0;
     optimiser.optimize(x, error);
-    std::printf("found minimum at f(\n");
-    for (std::size_t row = 0; row < x.size(); row += 3) {
-        std::printf("%lf,%lf,%lf,\n", x[row], x[row + 1], x[row + 2]);
-    }
-    std::printf(") = %lf\n", error);
     Matrix3 matrix{};
     std::ranges::copy(x, matrix.begin());
+    observer.matrix(matrix, error);
     return matrix;
 }
 
@@ -79,14 +71,14 @@ Rows<double> apply_final_saturation(const Matrix3& matrix, double s) {
 
 }  // namespace
 
-std::optional<ColourMatrix> optimise(const Problem& problem, float final_saturation) {
+std::optional<ColourMatrix> optimise(const Problem& problem, float final_saturation, MinimumObserver& observer) {
     const double start_saturation = 100.0 / problem.chroma_ratio();
     if (!std::isfinite(start_saturation)) {
         return std::nullopt;
     }
-    const std::vector<double> hue_saturation = fit_hue_saturation(problem, start_saturation);
+    const std::vector<double> hue_saturation = fit_hue_saturation(problem, start_saturation, observer);
     const Matrix3 start = hue_saturation_matrix(hue_saturation[0], hue_saturation[1], 1.0);
-    const Matrix3 fitted = normalise_ccm(fit_ccm_nelder_mead(problem, start));
+    const Matrix3 fitted = normalise_ccm(fit_ccm_nelder_mead(problem, start, observer));
     const Rows<double> rows = apply_final_saturation(fitted, static_cast<double>(final_saturation));
     ColourMatrix result;
     for (std::size_t k = 0; k < result.value.size(); ++k) {

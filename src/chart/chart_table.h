@@ -1,4 +1,4 @@
-/// Reference colours of the 24-patch chart.
+/// The 24-patch chart: its layout and its reference colours.
 #pragma once
 
 #include <array>
@@ -9,6 +9,16 @@ namespace cali {
 inline constexpr std::size_t kChartPatches = 24;
 inline constexpr std::size_t kChartColumns = 6;
 inline constexpr std::size_t kChartRows = 4;
+
+/// In chart order the colours come first, then the greys from white to black.
+inline constexpr std::size_t kColourPatches = 18;
+inline constexpr std::size_t kFirstGrey = 18;
+inline constexpr std::size_t kGreyPatches = 6;
+static_assert(kColourPatches == kFirstGrey && kFirstGrey + kGreyPatches == kChartPatches);
+
+/// The greys between white and black, from which white-balance gains are taken: neither near the limits of the codes.
+inline constexpr std::size_t kFirstBalanceGrey = 19;
+inline constexpr std::size_t kLastBalanceGrey = 22;
 
 /// Encoded sRGB, 0..1, in chart order: row by row, dark skin first, the six greys last. 8-bit values over 255, rounded
 /// to six digits; the rounded values are the ones in use.

@@ -14,6 +14,8 @@ namespace {
 
 constexpr int32_t kLeastNodes = 2;
 constexpr int32_t kMostNodes = 65;
+constexpr int kFirstFilterPhase = 4;
+constexpr int kLastPhase = 5;
 
 /// An environment variable read as a decimal number; echoed where it is set.
 bool is_enabled(const char* name) {
@@ -53,6 +55,15 @@ void check_settings(ArgumentCheck& check, const ClutSettings* settings) {
     }
     if (!(settings->radius > 0 && settings->radius <= 1)) {
         check.reject("radius is %g, expected above 0 and at most 1", static_cast<double>(settings->radius));
+    }
+}
+
+std::string phase_file(int phase) { return "clut_phase_" + std::to_string(phase) + ".txt"; }
+
+/// So that no old file is taken for one of this run.
+void remove_skipped_dumps(const FieldSettings& settings) {
+    for (int phase = kFirstFilterPhase; !settings.postprocess && phase <= kLastPhase; ++phase) {
+        (void)std::remove(phase_file(phase).c_str());
     }
 }
 
@@ -108,6 +119,10 @@ int32_t calibrate(const char* export_name, Domain domain, const ClutCell* measur
                          {static_cast<double>(to.r), static_cast<double>(to.g), static_cast<double>(to.b)},
                          static_cast<double>(from.weight)});
     }
+    if (domain == Domain::hsv && !any_saturated(cells)) {
+        check.reject("measured holds %d colours without saturation, expected one of 0.02 or more", cell_count);
+        return kRejected;
+    }
     const bool dumps = is_enabled("CLUT_EXPORT_TABLE");
     TableSettings table_settings;
     table_settings.domain = domain;
@@ -118,14 +133,15 @@ int32_t calibrate(const char* export_name, Domain domain, const ClutCell* measur
     const Lattice lattice = lattice_of(domain, table_settings.nodes);
     if (dumps) {
         dump_cells(cells);
+        remove_skipped_dumps(table_settings.field);
     }
     TableReport report;
     const Table result = build_table(
         cells, table_settings,
         [&](int phase, const Field& field) {
             if (dumps) {
-                const std::string name = "clut_phase_" + std::to_string(phase) + ".txt";
-                dump(name.c_str(), lattice, " %f", [&](std::size_t i, std::size_t c) { return field[i][c]; });
+                dump(phase_file(phase).c_str(), lattice, " %f",
+                     [&](std::size_t i, std::size_t c) { return field[i][c]; });
             }
         },
         report);

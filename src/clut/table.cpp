@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/arithmetic.h"
 #include "lut/hsv.h"
 
 namespace cali::clut {
@@ -150,8 +151,6 @@ double largest_second_difference(const Lattice& lattice, const Field& field) {
     return largest;
 }
 
-int32_t rounded(double value) { return static_cast<int32_t>(std::lround(value)); }
-
 std::vector<int32_t> to_fixed_point(Domain domain, const Lattice& lattice, const Field& field) {
     std::vector<int32_t> table;
     table.reserve(field.size() * 3);
@@ -159,15 +158,17 @@ std::vector<int32_t> to_fixed_point(Domain domain, const Lattice& lattice, const
         const Vector3 position = lattice.position(node);
         for (std::size_t c = 0; c < 3; ++c) {
             table.push_back(domain == Domain::rgb
-                                ? std::clamp(rounded((position[c] + field[i][c]) * kFullScale), 0, 4095)
-                            : c == 0 ? rounded(field[i][c] * kHueUnits)
-                                     : std::max(rounded((1 + field[i][c]) * kScaleUnity), 0));
+                                ? std::clamp(add_half_and_truncate((position[c] + field[i][c]) * kFullScale), 0, 4095)
+                            : c == 0 ? add_half_and_truncate(field[i][c] * kHueUnits)
+                                     : std::max(add_half_and_truncate((1 + field[i][c]) * kScaleUnity), 0));
         }
     });
     return table;
 }
 
 }  // namespace
+
+bool any_saturated(std::span<const ColourCell> cells) { return !hsv_cells(cells).empty(); }
 
 Table build_table(std::span<const ColourCell> cells, const TableSettings& settings, const PhaseObserver& observer,
                   TableReport& report) {

@@ -32,6 +32,9 @@ struct TableReport {
     double largest_second_difference = 0;  ///< along any axis, of the node's shift in units of its axis
 };
 
+/// Whether a measured colour has a hue; without one an hsv table has nothing to go by.
+[[nodiscard]] bool any_saturated(std::span<const ColourCell> cells);
+
 /// Hue wraps, the neutral axis stays, nodes far from any cell stay, neighbouring nodes keep their order along each
 /// axis. Throws std::bad_alloc.
 [[nodiscard]] Table build_table(std::span<const ColourCell> cells, const TableSettings& settings,

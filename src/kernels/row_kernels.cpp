@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <optional>
 
 #include "kernels/sample_math.h"
 
@@ -17,13 +18,11 @@ namespace {
 
 namespace baseline {
 
-#define CALI_KERNEL_ISA Isa::baseline
 #include "kernels/simd_sse2.inc"
 //
 #include "kernels/row_kernels.inc"
 //
 #include "kernels/plane_kernels.inc"
-#undef CALI_KERNEL_ISA
 
 }  // namespace baseline
 
@@ -36,13 +35,11 @@ namespace baseline {
 
 namespace avx2 {
 
-#define CALI_KERNEL_ISA Isa::avx2
 #include "kernels/simd_avx2.inc"
 //
 #include "kernels/row_kernels.inc"
 //
 #include "kernels/plane_kernels.inc"
-#undef CALI_KERNEL_ISA
 
 }  // namespace avx2
 
@@ -52,28 +49,47 @@ namespace avx2 {
 #pragma GCC pop_options
 #endif
 
-const RowKernels& kernels_of(Isa isa) { return isa == Isa::avx2 ? avx2::kKernels : baseline::kKernels; }
+// Each set is a namespace with the name of its Isa.
+#define CALI_KERNEL_SET(set)                                                                                       \
+    RowKernels {                                                                                                   \
+        .isa = Isa::set, .black_level = set::black_level_row, .wb_gain = set::wb_gain_row,                         \
+        .mesh_gain = set::mesh_gain_row, .radial_gain = set::radial_gain_row,                                      \
+        .subtract_limited = set::subtract_limited_row, .split = set::split_row, .to_float = set::to_float_row,     \
+        .filter_to_floats = set::filter_to_floats, .filter_to_ints = set::filter_to_ints,                          \
+        .masked_mean = set::masked_mean_row, .bright_keys = set::bright_keys_row, .fill_dark = set::fill_dark_row, \
+        .smaller = set::smaller_row,                                                                               \
+    }
 
-const RowKernels& choose_kernels() {
-    const char* wanted = std::getenv("CALI_ISA");
-    if (wanted != nullptr) {
-        for (const Isa isa : kAllIsas) {
-            if (std::strcmp(wanted, isa_name(isa)) == 0 && isa_available(isa)) {
-                return kernels_of(isa);
-            }
+constexpr RowKernels kBaseline = CALI_KERNEL_SET(baseline);
+constexpr RowKernels kAvx2 = CALI_KERNEL_SET(avx2);
+
+const RowKernels& kernels_of(Isa isa) { return isa == Isa::avx2 ? kAvx2 : kBaseline; }
+
+/// The set that CALI_ISA names, if it is one that this machine runs.
+std::optional<Isa> asked_isa() {
+    const char* const asked = std::getenv("CALI_ISA");
+    for (const Isa isa : kAllIsas) {
+        if (asked != nullptr && std::strcmp(asked, isa_name(isa)) == 0 && isa_available(isa)) {
+            return isa;
         }
     }
-    return kernels_of(isa_available(Isa::avx2) ? Isa::avx2 : Isa::baseline);
+    return std::nullopt;
 }
 
 const RowKernels*& chosen_kernels() {
-    static const RowKernels* kernels = &choose_kernels();
+    static const RowKernels* kernels =
+        &kernels_of(asked_isa().value_or(isa_available(Isa::avx2) ? Isa::avx2 : Isa::baseline));
     return kernels;
 }
 
 }  // namespace
 
 const RowKernels& row_kernels() { return *chosen_kernels(); }
+
+const char* refused_isa() {
+    const char* const asked = std::getenv("CALI_ISA");
+    return asked == nullptr || *asked == '\0' || asked_isa() ? nullptr : asked;
+}
 
 bool isa_available(Isa isa) { return isa == Isa::baseline || __builtin_cpu_supports("avx2") != 0; }
 

@@ -91,8 +91,11 @@ struct RowKernels {
 };
 
 /// The set in force: the widest this machine runs, unless the environment variable CALI_ISA names "baseline" or
-/// "avx2" (one that the machine does not run is passed over). Read once.
+/// "avx2". Read once, and silent: the program has a copy of this next to the library's, which alone complains.
 [[nodiscard]] const RowKernels& row_kernels();
+
+/// What CALI_ISA asks for, where it names no set that this machine runs; else null. Empty counts as not set.
+[[nodiscard]] const char* refused_isa();
 
 /// Whether this machine runs it.
 [[nodiscard]] bool isa_available(Isa isa);

@@ -5,20 +5,35 @@
 
 #include "core/channel.h"
 #include "core/frame.h"
-#include "stages/register_text.h"
+#include "lsc/flat_field.h"
+#include "lsc/gain_tables.h"
+#include "lsc/low_pass.h"
+#include "stages/shading_tables.h"
 
 namespace cali::lsc {
 
 struct CalibrationSettings {
     int32_t cols = 0;
     int32_t rows = 0;
-    int32_t kind = 0;  ///< 0 chroma and luma, 1 chroma, 2 luma; above 2 is reported and taken as 0, as is below 0
+    ShadingKind kind = ShadingKind::chroma_and_luma;
     bool denoise = false;
     PerChannel<int32_t> black;  ///< only the mean is used
 };
 
-/// Prints the filter's taps, the centre and nodes whose gain is below 1; with the debug switch on, writes the planes,
-/// the profiles and the results. False where the GR plane holds no light to centre on. Throws std::bad_alloc.
-[[nodiscard]] bool calibrate(const ConstRawFrame& frame, const CalibrationSettings& settings, ShadingTables& tables);
+/// Told what the calibration finds, when it finds it, in this order.
+class CalibrationObserver : public NodeObserver {
+public:
+    virtual void split(const ChannelPlanes& planes) = 0;
+    virtual void taps(const LowPassTaps& taps) = 0;
+    virtual void filtered(const ChannelPlanes& planes) = 0;
+    virtual void profiles(const LightProfiles& profiles) = 0;
+    virtual void centre(const LightCentre& centre, const CentreSignal& signal) = 0;
+    // Here the nodes with a gain below 1.
+    virtual void finished(const ShadingTables& tables, const NodeSamples& samples) = 0;
+};
+
+/// False where the GR plane holds no light to centre on. Throws std::bad_alloc.
+[[nodiscard]] bool calibrate(const ConstRawFrame& frame, const CalibrationSettings& settings,
+                             CalibrationObserver& observer, ShadingTables& tables);
 
 }  // namespace cali::lsc

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "core/arithmetic.h"
 #include "stages/grid_placement.h"
@@ -14,12 +13,6 @@ constexpr int32_t kUnity = 512;
 constexpr int32_t kLargestGain = 4095;
 constexpr int32_t kLeastBorderGain = 256;
 constexpr float kTurn = 6.283F;
-
-struct Gains {
-    int32_t red = 0;
-    int32_t green = 0;
-    int32_t blue = 0;
-};
 
 int32_t truncate(float value) { return to_int32(static_cast<double>(value)); }
 
@@ -59,17 +52,6 @@ Gains mesh_gains(const PerChannel<float>& signal, const CentreSignal& centre, Sh
                                      excess(wrap_mul(gains.blue, gains.green) >> 9), excess(gains.green)});
     return {std::clamp(gains.red, 0, kLargestGain), scale_down(gains.green, headroom),
             std::clamp(gains.blue, 0, kLargestGain)};
-}
-
-void warn_below_unity(int32_t i, int32_t j, const Gains& gains, const CentreSignal& centre,
-                      const PerChannel<float>& sample) {
-    if (std::min({gains.red, gains.green, gains.blue}) < kUnity) {
-        std::printf(
-            "WARN gain < 1x: grid [%3d, %3d] r/g/b (%4d, %4d, %4d), center r/b gain (%5f, %5f), pix: %4f,%4f,%4f,%4f\n",
-            i - 1, j - 1, gains.red, gains.green, gains.blue, static_cast<double>(centre.red_ratio),
-            static_cast<double>(centre.blue_ratio), static_cast<double>(sample[RR]), static_cast<double>(sample[GR]),
-            static_cast<double>(sample[GB]), static_cast<double>(sample[BB]));
-    }
 }
 
 /// Sums of the luma gains around one circle.
@@ -118,8 +100,8 @@ Gains radial_gains(const CircleSums& sums, ShadingKind kind) {
 
 }  // namespace
 
-void calibrate_mesh(const FlatField& field, const CentreSignal& centre, ShadingKind kind, ShadingTables& tables,
-                    NodeSamples& samples) {
+void calibrate_mesh(const FlatField& field, const CentreSignal& centre, ShadingKind kind, NodeObserver& observer,
+                    ShadingTables& tables, NodeSamples& samples) {
     const std::size_t nodes = static_cast<std::size_t>(tables.cols) * static_cast<std::size_t>(tables.rows);
     tables.mesh.fill(std::vector<int32_t>(nodes));
     samples.fill(std::vector<uint32_t>(nodes));
@@ -137,7 +119,9 @@ void calibrate_mesh(const FlatField& field, const CentreSignal& centre, ShadingK
             samples[0][node] = static_cast<uint32_t>(truncate(sample[RR]));
             samples[1][node] = static_cast<uint32_t>(truncate((sample[GB] + sample[GR]) * 0.5F));
             samples[2][node] = static_cast<uint32_t>(truncate(sample[BB]));
-            warn_below_unity(i, j, gains, centre, sample);
+            if (std::min({gains.red, gains.green, gains.blue}) < kUnity) {
+                observer.below_unity(i - 1, j - 1, gains, centre, sample);
+            }
         }
     }
     lsc_extrapolate_border(tables);

@@ -1,12 +1,10 @@
 #include "lsc/uniformity.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 #include "core/arithmetic.h"
 #include "core/channel.h"
-#include "stages/wb_gains.h"
+#include "stages/front_end.h"
 
 namespace cali::lsc {
 namespace {
@@ -65,16 +63,18 @@ UniformityReport::UniformityReport(int32_t width, int32_t height) : picture_(wid
     }
 }
 
-void UniformityReport::run(const ConstRawFrame& input, const ConstRawFrame& mesh_output,
-                           const ConstRawFrame& radial_output) {
+Uniformity UniformityReport::run(const ConstRawFrame& input, const ConstRawFrame& mesh_output,
+                                 const ConstRawFrame& radial_output) {
     write_ppm_mosaic("_lsc_in.ppm", picture_.get(), input, kPictureFullScale);
     write_ppm_mosaic("_lscm_out.ppm", picture_.get(), mesh_output, kPictureFullScale);
     write_ppm_mosaic("_lscr_out.ppm", picture_.get(), radial_output, kPictureFullScale);
-    apply_wb_gains(radial_output, centre_gains(mesh_output), balanced_.data());
+    FrontEnd balance;
+    balance.wb_gains = centre_gains(mesh_output);
+    apply_front_end(radial_output, balance, balanced_.data());
     write_cells("_radius_lsc_A_in.ppm", input);
     write_cells("_radius_lsc_A_lsc_ByAvg.ppm", radial_output);
     write_cells("_radius_lsc_A_wb_ByAvg.ppm", {balanced_.data(), input.width, input.height, input.pattern});
-    print_statistics(input.width, input.height);
+    return statistics(input.width, input.height);
 }
 
 void UniformityReport::write_cells(const char* name, const ConstRawFrame& frame) {
@@ -90,7 +90,7 @@ void UniformityReport::write_cells(const char* name, const ConstRawFrame& frame)
     write_ppm_planes(name, picture_.get(), {cells_[0].data(), cells_[1].data(), cells_[2].data()}, kPictureFullScale);
 }
 
-void UniformityReport::print_statistics(int32_t width, int32_t height) const {
+Uniformity UniformityReport::statistics(int32_t width, int32_t height) const {
     const std::size_t middle =
         static_cast<std::size_t>(height / 2) * static_cast<std::size_t>(width) + static_cast<std::size_t>(width / 2);
     float chroma_red = 0;
@@ -111,8 +111,10 @@ void UniformityReport::print_statistics(int32_t width, int32_t height) const {
     const auto mean = [&](float sum, int32_t per_photosite) {
         return static_cast<double>(sum / static_cast<float>(per_photosite * width * height));
     };
-    std::printf("\nchroma r/b, luma r/g/b, total %f, %f, %f, %f, %f, %f\n", mean(chroma_red, 1), mean(chroma_blue, 1),
-                mean(luma[0], 1), mean(luma[1], 1), mean(luma[2], 1), mean(total, 3));
+    return {mean(chroma_red, 1),
+            mean(chroma_blue, 1),
+            {mean(luma[0], 1), mean(luma[1], 1), mean(luma[2], 1)},
+            mean(total, 3)};
 }
 
 }  // namespace cali::lsc

@@ -10,20 +10,28 @@
 
 namespace cali::lsc {
 
+/// Mean differences over a balanced frame, in codes.
+struct Uniformity {
+    double chroma_red = 0;  ///< of red and blue from green
+    double chroma_blue = 0;
+    std::array<double, 3> luma{};  ///< of red, green and blue from their value at the centre
+    double total = 0;              ///< of all three
+};
+
 /// Has all its memory before anything is modified. Throws std::bad_alloc.
 class UniformityReport {
 public:
     UniformityReport(int32_t width, int32_t height);
 
     /// Writes pictures of the three frames, balances the radial output by gains that are measured at the centre of the
-    /// mesh output, writes pictures of the cells, and prints the balanced frame's mean differences: red and blue from
-    /// green, and each colour from its value at the centre.
-    void run(const ConstRawFrame& input, const ConstRawFrame& mesh_output, const ConstRawFrame& radial_output);
+    /// mesh output, and writes pictures of the cells. Returns how uniform the balanced frame is.
+    [[nodiscard]] Uniformity run(const ConstRawFrame& input, const ConstRawFrame& mesh_output,
+                                 const ConstRawFrame& radial_output);
 
 private:
     /// A picture in which every photosite has its cell's colour; the planes keep it.
     void write_cells(const char* name, const ConstRawFrame& frame);
-    void print_statistics(int32_t width, int32_t height) const;
+    [[nodiscard]] Uniformity statistics(int32_t width, int32_t height) const;
 
     OwnedPicture picture_;
     Scratch<uint32_t> balanced_;

@@ -5,9 +5,7 @@
 #include <optional>
 
 #include "core/frame.h"
-#include "stages/black_level.h"
-#include "stages/mesh_shading.h"
-#include "stages/radial_shading.h"
+#include "stages/front_end.h"
 
 namespace cali::lsc {
 
@@ -23,9 +21,8 @@ struct Outputs {
     uint32_t* radial = nullptr;
 };
 
-/// `frame`, not empty, is modified: the black level is subtracted in it. Prints the mesh stage's progress; with the
-/// debug switch on also writes pictures of all frames and prints how uniform the radial output is. Both outputs are
-/// then read, whichever stages run. Throws std::bad_alloc.
-void verify(const RawFrame& frame, const Parameters& parameters, const Outputs& outputs);
+/// `frame`, not empty, is modified, once all memory is had: the black level is subtracted in it. Where the mesh runs,
+/// the observer is told each row before its mesh stage. Throws std::bad_alloc.
+void verify(const RawFrame& frame, const Parameters& parameters, const Outputs& outputs, RowObserver& observer);
 
 }  // namespace cali::lsc

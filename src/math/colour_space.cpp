@@ -3,8 +3,10 @@
 namespace cali {
 
 float srgb_decode(double encoded) {
-    const auto v = static_cast<double>(static_cast<float>(encoded));
-    return static_cast<float>(v < 0.04045 ? v / 12.92 : std::exp(std::log((v + 0.055) / 1.055) * 2.4));
+    // Narrowed before it is compared, so that 0.04045 meets itself.
+    const auto narrow = static_cast<float>(encoded);
+    const auto v = static_cast<double>(narrow);
+    return static_cast<float>(narrow < 0.04045F ? v / 12.92 : std::exp(std::log((v + 0.055) / 1.055) * 2.4));
 }
 
 double srgb_encode(double linear) {

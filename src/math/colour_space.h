@@ -5,12 +5,14 @@
 #include <cmath>
 #include <cstdint>
 
+#include "cali/cali.h"
+
 namespace cali {
 
 using Colour = std::array<double, 3>;
 
 /// Selects the white of XYZ and CIELAB; any other value is D50.
-inline constexpr int32_t kD65 = 65;
+inline constexpr int32_t kD65 = CALI_WHITE_D65;
 
 /// Linear value of an encoded component (IEC 61966-2-1), in single precision at both ends. The threshold is that of
 /// the encoded side; 0.04045 itself takes the power branch.

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <stdexcept>
 
 #include "boundary/export_call.h"
+#include "boundary/frame_arguments.h"
 #include "cali/cali.h"
 #include "noise/images.h"
 #include "noise/level_list.h"
@@ -14,7 +16,7 @@ namespace {
 /// Checks the list against what is asked of it.
 Series checked_series(ArgumentCheck& check, const LevelList& list, uint32_t width, uint32_t height, int32_t count,
                       int32_t nframes) {
-    check.frame_size(width, height);
+    check_frame_size(check, width, height);
     check.range("nframes", nframes, 0, INT32_MAX);
     check.range("count", count, 0, list.count);
     const int64_t size = int64_t{width} * height;
@@ -82,7 +84,7 @@ struct ProfileArguments {
     [[nodiscard]] Series checked(ArgumentCheck& check) const {
         check.pointer("levels", levels);
         if (!any_pattern) {
-            check.pattern(pattern);
+            check_pattern(check, pattern);
         }
         return check.ok() ? checked_series(check, *levels, width, height, count, nframes) : Series{};
     }
@@ -114,16 +116,29 @@ int32_t fit_float(const ProfileArguments& arguments, Spread spread, const PerCha
     return kOk;
 }
 
-Format checked_format(ArgumentCheck& check, const char* name, const char* text) {
+using FormatReader = std::optional<Format> (*)(const std::string& text);
+
+/// In the exports whose formats are ours.
+constexpr FormatReader kStrict = read_strict_format;
+
+Format checked_format(ArgumentCheck& check, const char* name, const char* text, FormatReader read) {
     check.pointer(name, text);
     if (!check.ok()) {
         return {};
     }
-    const std::optional<Format> format = read_format(text);
+    const std::optional<Format> format = read(text);
     if (!format) {
-        check.reject("%s is \"%.40s\", expected a format such as \"U4.8\"", name, text);
+        check.reject(read == kStrict ? "%s is \"%.40s\", expected a format such as \"U4.8\", 0 to 31 bits each"
+                                     : "%s is \"%.40s\", expected a format such as \"U4.8\"",
+                     name, text);
     }
     return format.value_or(Format{});
+}
+
+LineFormats checked_formats(ArgumentCheck& check, const char* slope_name, const char* slope, const char* level_name,
+                            const char* level, FormatReader read = kStrict) {
+    const Format slope_format = checked_format(check, slope_name, slope, read);
+    return {slope_format, checked_format(check, level_name, level, read)};
 }
 
 }  // namespace
@@ -151,7 +166,6 @@ int32_t cali_isp_np_lr_calc(const float* x, const float* y, uint32_t n, uint32_t
     return run_export([&] {
         const auto count = static_cast<int32_t>(n);
         ArgumentCheck check(Family::noise, "cali_isp_np_lr_calc");
-        check.range("n", count, 0, INT32_MAX);
         if (count > 0) {
             check.pointer("x", x);
             check.pointer("y", y);
@@ -161,7 +175,8 @@ int32_t cali_isp_np_lr_calc(const float* x, const float* y, uint32_t n, uint32_t
         if (!check.ok()) {
             return kRejected;
         }
-        const noise::Line line = noise::fit_line({x, n}, {y, n});
+        const std::size_t points = count > 0 ? n : 0;
+        const noise::Line line = noise::fit_line({x, points}, {y, points});
         *slope = std::bit_cast<uint32_t>(line.slope);
         *intercept = std::bit_cast<uint32_t>(line.intercept);
         return kOk;
@@ -243,8 +258,8 @@ int32_t cali_isp_np_float_to_fix_calc_v2(float slope, float intercept, int32_t r
         throw std::out_of_range("invalid string position");
     }
     return run_export([&] {
-        const noise::LineFormats formats{noise::checked_format(check, "slope_format", slope_format),
-                                         noise::checked_format(check, "level_format", level_format)};
+        const noise::LineFormats formats = noise::checked_formats(check, "slope_format", slope_format, "level_format",
+                                                                  level_format, noise::read_format);
         if (!check.ok()) {
             return kRejected;
         }
@@ -285,8 +300,9 @@ int32_t cali_isp_np_fix_calc(const LevelList* levels, uint32_t width, uint32_t h
             check.reject("formats is \"%.40s\", expected two such as \"U4.8,U8.0\"", formats);
             return kRejected;
         }
-        const noise::LineFormats line_formats{noise::checked_format(check, "formats", text.substr(0, comma).c_str()),
-                                              noise::checked_format(check, "formats", text.substr(comma + 1).c_str())};
+        const std::size_t second = std::min(text.find_first_not_of(" \t", comma + 1), text.size());
+        const noise::LineFormats line_formats = noise::checked_formats(check, "formats", text.substr(0, comma).c_str(),
+                                                                       "formats", text.substr(second).c_str());
         if (!check.ok()) {
             return kRejected;
         }
@@ -308,10 +324,10 @@ int32_t cali_isp_np_fix_to_fix_calc(int32_t slope_fix, int32_t level_fix, const 
         ArgumentCheck check(Family::noise, "cali_isp_np_fix_to_fix_calc");
         check.pointer("new_slope_fix", new_slope_fix);
         check.pointer("new_level_fix", new_level_fix);
-        const noise::LineFormats from{noise::checked_format(check, "slope_format", slope_format),
-                                      noise::checked_format(check, "level_format", level_format)};
-        const noise::LineFormats to{noise::checked_format(check, "new_slope_format", new_slope_format),
-                                    noise::checked_format(check, "new_level_format", new_level_format)};
+        const noise::LineFormats from =
+            noise::checked_formats(check, "slope_format", slope_format, "level_format", level_format);
+        const noise::LineFormats to =
+            noise::checked_formats(check, "new_slope_format", new_slope_format, "new_level_format", new_level_format);
         if (!check.ok()) {
             return kRejected;
         }
@@ -331,8 +347,8 @@ int32_t cali_isp_ynr_np_fix_calc(const float* slopes, const float* intercepts, i
         check.pointer("intercepts", intercepts);
         check.pointer("slope_fix", slope_fix);
         check.pointer("level_fix", level_fix);
-        const noise::LineFormats formats{noise::checked_format(check, "slope_format", slope_format),
-                                         noise::checked_format(check, "level_format", level_format)};
+        const noise::LineFormats formats =
+            noise::checked_formats(check, "slope_format", slope_format, "level_format", level_format);
         if (!check.ok()) {
             return kRejected;
         }
@@ -351,7 +367,7 @@ int32_t cali_isp_diff_img_calc(uint32_t** frame_a, uint32_t** frame_b, uint32_t 
                                uint32_t** output) {
     return run_export([&] {
         ArgumentCheck check(Family::noise, "cali_isp_diff_img_calc");
-        check.frame_size(width, height);
+        check_frame_size(check, width, height);
         const std::size_t size = std::size_t{width} * height;
         if (size != 0) {
             check.frame("frame_a", frame_a);
@@ -371,7 +387,7 @@ int32_t cali_isp_diff_img_calc(uint32_t** frame_a, uint32_t** frame_b, uint32_t 
 int32_t cali_isp_std_img_calc(uint32_t** frames, int32_t nframes, uint32_t width, uint32_t height, float* output) {
     return run_export([&] {
         ArgumentCheck check(Family::noise, "cali_isp_std_img_calc");
-        check.frame_size(width, height);
+        check_frame_size(check, width, height);
         check.range("nframes", nframes, 2, INT32_MAX);
         const std::size_t size = std::size_t{width} * height;
         if (size != 0) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 
@@ -33,6 +34,27 @@ std::optional<Format> read_format(const std::string& text) {
     return Format{point == 0 ? 0 : decimal(text.substr(1, point - 1)), decimal(text.substr(point + 1))};
 }
 
+std::optional<Format> read_strict_format(const std::string& text) {
+    constexpr uint32_t kMostBits = 31;
+    std::array<uint32_t, 2> bits{};
+    std::size_t side = 0;
+    // With the point in front there is no letter either.
+    const bool letter = !text.empty() && std::isalpha(static_cast<unsigned char>(text.front())) != 0;
+    for (const char c : text.substr(letter ? 1 : 0)) {
+        if (c == '.' && side == 0) {
+            side = 1;
+        } else if (c >= '0' && c <= '9' && bits[side] <= kMostBits) {
+            bits[side] = bits[side] * 10 + static_cast<uint32_t>(c - '0');
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (side == 0 || (!letter && text.front() != '.') || std::max(bits[0], bits[1]) > kMostBits) {
+        return std::nullopt;
+    }
+    return Format{bits[0], bits[1]};
+}
+
 LineRegisters to_registers(const Line& line, int32_t ref_level, const LineFormats& formats) {
     const float slope = static_cast<float>(power_of_two(formats.slope.frac_bits)) * line.slope;
     const float level = static_cast<float>(ref_level) * line.slope + line.intercept;
@@ -58,7 +80,9 @@ Line luma_line(const PerChannel<Line>& lines) {
     for (std::size_t i = 0; i < kLevels; ++i) {
         const double s = 4095.0 * static_cast<double>(i) / 16.0;
         const auto sigma = [&](Channel channel) {
-            return static_cast<double>(lines[channel].slope) * s + static_cast<double>(lines[channel].intercept);
+            const double line =
+                static_cast<double>(lines[channel].slope) * s + static_cast<double>(lines[channel].intercept);
+            return std::max(line, 0.0);
         };
         const double red = 0.299 * sigma(RR);
         const double green = 0.587 * ((sigma(GB) + sigma(GR)) / 2.0);

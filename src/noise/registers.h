@@ -18,6 +18,10 @@ struct Format {
 /// "U4.8": a character that is passed over, integer bits, ".", fraction bits. Nothing without a ".".
 [[nodiscard]] std::optional<Format> read_format(const std::string& text);
 
+/// The same where nothing else may stand: a letter, digits, ".", digits, 0 to 31 bits on either side. No digits stand
+/// for 0.
+[[nodiscard]] std::optional<Format> read_strict_format(const std::string& text);
+
 struct LineFormats {
     Format slope;
     Format level;  ///< only the sum of its bits matters
@@ -36,7 +40,8 @@ struct LineRegisters {
 [[nodiscard]] LineRegisters move_registers(const LineRegisters& registers, const LineFormats& from,
                                            const LineFormats& to);
 
-/// Line through the noise of luma (0.299 R + 0.587 G + 0.114 B, independent channels) at 17 levels.
+/// Line through the noise of luma (0.299 R + 0.587 G + 0.114 B, independent channels) at 17 levels; a channel whose
+/// line is negative at a level has none there.
 [[nodiscard]] Line luma_line(const PerChannel<Line>& lines);
 
 }  // namespace cali::noise

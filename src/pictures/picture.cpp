@@ -17,13 +17,16 @@ int32_t scale(uint32_t sample, int32_t full_scale) {
 
 uint8_t low_byte(int32_t value) { return static_cast<uint8_t>(static_cast<uint32_t>(value) & 0xFFU); }
 
+/// Says so when the file is complete.
 void write_file(const char* name, int32_t width, int32_t height, const uint8_t* bytes, std::size_t size) {
-    const DebugFile file = open_debug_file(name);
-    if (!file) {
-        return;
+    {
+        const DebugFile file = open_debug_file(name);
+        if (!file) {
+            return;
+        }
+        std::fprintf(file.get(), "P6 %d %d 255\n", width, height);
+        std::fwrite(bytes, 1, size, file.get());
     }
-    std::fprintf(file.get(), "P6 %d %d 255\n", width, height);
-    std::fwrite(bytes, 1, size, file.get());
     std::printf("output ppm to %s\n", name);
 }
 
@@ -38,6 +41,8 @@ uint8_t* pixel(const Picture& picture, int32_t y, int32_t x) {
 }
 
 }  // namespace
+
+uint8_t limited_byte(uint32_t sample, int32_t full_scale) { return low_byte(std::min(scale(sample, full_scale), 255)); }
 
 void write_ppm_cells(const char* name, const Picture& picture, const ConstRawFrame& frame, int32_t full_scale) {
     for (int32_t y = 0; y < frame.height; y += 2) {
@@ -68,7 +73,7 @@ void write_ppm_planes(const char* name, const Picture& picture, const std::array
     const std::size_t pixels = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
     for (std::size_t i = 0; i < pixels; ++i) {
         for (std::size_t k = 0; k < planes.size(); ++k) {
-            picture.rgb[i * 3 + k] = low_byte(std::min(scale(planes[k][i], full_scale), 255));
+            picture.rgb[i * 3 + k] = limited_byte(planes[k][i], full_scale);
         }
     }
     write_picture(name, picture);

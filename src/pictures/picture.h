@@ -31,6 +31,9 @@ private:
     Picture picture_;
 };
 
+/// A sample in 8 bits, at most 255.
+[[nodiscard]] uint8_t limited_byte(uint32_t sample, int32_t full_scale);
+
 /// Every writer replaces the file, then prints "output ppm to NAME". A file that cannot be opened is passed over.
 /// `full_scale` is the sample that would give 256.
 

@@ -5,6 +5,11 @@
 #include "pictures/picture.h"
 
 namespace cali {
+namespace {
+
+constexpr int32_t kPictureFullScale = 4096;
+
+}  // namespace
 
 void write_raw_picture(const ConstRawFrame& frame, const FrontEnd& front_end) {
     const Scratch<uint32_t> corrected(frame.size());
@@ -15,8 +20,8 @@ void write_raw_picture(const ConstRawFrame& frame, const FrontEnd& front_end) {
     uint8_t* next = bytes.data();
     for (const RgbPixel& pixel : pixels.span()) {
         for (const uint32_t code : pixel) {
-            *next++ = static_cast<uint8_t>(code & 0xFFU);
-            *next++ = static_cast<uint8_t>((code >> 8U) & 0xFFU);
+            *next++ = limited_byte(code, kPictureFullScale);
+            *next++ = 0;
         }
     }
     write_ppm_wide("raw2rgb.ppm", bytes.data(), frame.width, frame.height);

@@ -5,14 +5,12 @@
 
 #include "boundary/export_call.h"
 #include "cali/cali.h"
+#include "chart/chart_table.h"
 #include "regions/roi_colour.h"
 
 using namespace cali;
 
 namespace {
-
-constexpr uint32_t kColourPatches = 18;
-constexpr uint32_t kPatches = 24;
 
 int32_t no_grey_pairs() {
     std::printf("No available reference gray point pairs\n");
@@ -78,16 +76,16 @@ int32_t cali_roi_rgb_adjust(const RoiRgbMean* measured, const RoiRgbMean* refere
         const auto fit = [&](std::size_t first, std::size_t n) {
             regions::fit_lines({measured + first, n}, {reference + first, n}, {adjusted + first, n});
         };
-        if (count != kPatches || (mode != 0 && mode != 2)) {
+        if (count != kChartPatches || (mode != CALI_ROI_GREY_LIGHTNESS && mode != CALI_ROI_GREY_LINE)) {
             fit(0, count);
             return kOk;
         }
         fit(0, kColourPatches);
-        if (mode == 2) {
-            fit(kColourPatches, kPatches - kColourPatches);
+        if (mode == CALI_ROI_GREY_LINE) {
+            fit(kFirstGrey, kGreyPatches);
             return kOk;
         }
-        for (uint32_t k = kColourPatches; k < kPatches; ++k) {
+        for (std::size_t k = kFirstGrey; k < kChartPatches; ++k) {
             regions::transfer_lightness(measured[k], reference[k], adjusted[k]);
         }
         return kOk;

@@ -1,9 +1,7 @@
 #include "stages/mesh_shading.h"
 
 #include <algorithm>
-#include <cstdio>
 
-#include "boundary/export_call.h"
 #include "core/arithmetic.h"
 #include "kernels/row_kernels.h"
 #include "kernels/sample_math.h"
@@ -67,39 +65,27 @@ GridPlacement block_placement(int32_t nodes, int32_t size) {
 
 }  // namespace
 
-void check_mesh_size(ArgumentCheck& check, int32_t cols, int32_t rows, int32_t least) {
-    check.range("grid_cols", cols, least, kMaxMeshSide);
-    check.range("grid_rows", rows, least, kMaxMeshSide);
-    if (check.ok()) {
-        check.range("grid_cols * grid_rows", int64_t{cols} * rows, 1, kMaxMeshNodes);
-    }
-}
-
-void check_mesh_grids(ArgumentCheck& check, const uint32_t* red, const uint32_t* green, const uint32_t* blue) {
-    check.pointer("red_grid", red);
-    check.pointer("green_grid", green);
-    check.pointer("blue_grid", blue);
-}
-
-MeshShading::MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids, int32_t first_column,
-                         int32_t column_count)
+MeshShading::MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids)
     : pattern_(pattern),
       rows_(grids.rows),
       stride_(static_cast<std::size_t>(grids.cols) + 3),
-      vertical_(block_placement(grids.rows, height)),
-      first_column_(static_cast<uint32_t>(first_column)),
-      count_(static_cast<std::size_t>(column_count)),
-      columns_(count_) {
+      horizontal_(block_placement(grids.cols, width)),
+      vertical_(block_placement(grids.rows, height)) {
     fill_grids(grids);
-    const GridPlacement horizontal = block_placement(grids.cols, width);
+    set_columns(0, width);
+}
+
+void MeshShading::set_columns(int32_t first_column, int32_t count) {
+    first_column_ = static_cast<uint32_t>(first_column);
+    count_ = static_cast<std::size_t>(count);
+    columns_ = Scratch<ColumnFilter>(count_);
     for (std::size_t c = 0; c < count_; ++c) {
-        const int32_t x = horizontal.step * (first_column + static_cast<int32_t>(c)) + horizontal.origin;
+        const int32_t x = horizontal_.step * (first_column + static_cast<int32_t>(c)) + horizontal_.origin;
         columns_[c] = {static_cast<uint32_t>(x / kNodeDistance), phase_taps(x)};
     }
     if (nodes_fit_16_bits_) {
         for (GainRows& rows : gain_rows_) {
-            rows.slots01 = Scratch<int16_t>(2 * count_);
-            rows.slots23 = Scratch<int16_t>(2 * count_);
+            rows = {Scratch<int16_t>(2 * count_), Scratch<int16_t>(2 * count_)};
         }
     }
 }
@@ -198,32 +184,6 @@ void MeshShading::row_by_definition(int32_t node_y, const int16_t* taps, uint32_
         }
         destination[c] = sample::mesh_gain(source[c], round_gain(sum));
     }
-}
-
-void print_shading_progress(int32_t row, int32_t height) { std::printf("LSC...%3d%%\r", 100 * (row + 1) / height); }
-
-void end_shading_progress() { std::printf("\n"); }
-
-void print_whole_shading_progress(int32_t height) {
-    for (int32_t y = 0; y < height; ++y) {
-        print_shading_progress(y, height);
-    }
-    if (height > 0) {
-        end_shading_progress();
-    }
-}
-
-void apply_lens_shading(const ConstRawFrame& source, const MeshGrids& grids, uint32_t* destination) {
-    if (source.empty()) {
-        return;
-    }
-    MeshShading stage(source.width, source.height, source.pattern, grids);
-    const RawFrame output{destination, source.width, source.height, source.pattern};
-    for (int32_t y = 0; y < source.height; ++y) {
-        print_shading_progress(y, source.height);
-        stage.row(static_cast<uint32_t>(y), source.row(y), output.row(y));
-    }
-    end_shading_progress();
 }
 
 }  // namespace cali

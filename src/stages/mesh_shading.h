@@ -5,16 +5,13 @@
 #include <cstdint>
 
 #include "core/channel.h"
-#include "core/frame.h"
 #include "core/scratch.h"
 #include "stages/grid_placement.h"
 
 namespace cali {
 
-class ArgumentCheck;
-
 /// Gain grids, row-major with stride `cols`, 512 = 1.0. Green is the absolute gain, red and blue are relative to it.
-/// Owns nothing. Node values are not limited; sizes are: see check_mesh_size.
+/// Owns nothing. Node values are not limited; sizes are: kMinMeshSide to kMaxMeshSide, kMaxMeshNodes in all.
 struct MeshGrids {
     int32_t cols = 0;
     int32_t rows = 0;
@@ -23,26 +20,22 @@ struct MeshGrids {
     const uint32_t* blue = nullptr;
 };
 
+/// Largest frame side of the shading blocks, whose size fields have 13 bits.
+inline constexpr int32_t kMaxShadedSide = 8192;
+
+/// What the block's fields and its grid memory hold.
 inline constexpr int32_t kMinMeshSide = 3;
 inline constexpr int32_t kMaxMeshSide = 129;
 inline constexpr int32_t kMaxMeshNodes = 4761;
 
-/// Rejects node counts that the block's fields and its grid memory do not hold.
-void check_mesh_size(ArgumentCheck& check, int32_t cols, int32_t rows, int32_t least = kMinMeshSide);
-
-/// Rejects null grids.
-void check_mesh_grids(ArgumentCheck& check, const uint32_t* red, const uint32_t* green, const uint32_t* blue);
-
 /// The stage for one frame geometry and set of grids, row by row, over a range of columns.
 class MeshShading {
 public:
-    /// `width` and `height` 1 to 8192, `pattern` 0 to 3. Copies the grids. Throws std::bad_alloc.
-    MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids)
-        : MeshShading(width, height, pattern, grids, 0, width) {}
+    /// `width` and `height` 1 to kMaxShadedSide, `pattern` 0 to 3. Copies the grids. Throws std::bad_alloc.
+    MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids);
 
-    /// Rows are then `column_count` samples long and start at frame column `first_column`.
-    MeshShading(int32_t width, int32_t height, int32_t pattern, const MeshGrids& grids, int32_t first_column,
-                int32_t column_count);
+    /// Rows are then `count` samples long and start at frame column `first_column`. Throws std::bad_alloc.
+    void set_columns(int32_t first_column, int32_t count);
 
     /// Corrects frame row `y`; source and destination may be the same row. Cheapest with rows in ascending order.
     void row(uint32_t y, const uint32_t* source, uint32_t* destination);
@@ -81,22 +74,15 @@ private:
     int32_t pattern_;
     int32_t rows_;
     std::size_t stride_;  ///< of a padded grid row
+    GridPlacement horizontal_;
     GridPlacement vertical_;
-    uint32_t first_column_;
-    std::size_t count_;
+    uint32_t first_column_ = 0;
+    std::size_t count_ = 0;
     PaddedGrids<int32_t> grids_;        ///< red, green, blue
     PaddedGrids<int16_t> small_grids_;  ///< the same, where all nodes fit
     Scratch<ColumnFilter> columns_;
     std::array<GainRows, 2> gain_rows_;
     bool nodes_fit_16_bits_ = true;
 };
-
-/// Whole frame. `destination` may be the source's buffer. Prints the progress lines; nothing for an empty frame.
-void apply_lens_shading(const ConstRawFrame& source, const MeshGrids& grids, uint32_t* destination);
-
-/// The stage's progress on standard output: one line per row before it is processed, a line feed after the last.
-void print_shading_progress(int32_t row, int32_t height);
-void end_shading_progress();
-void print_whole_shading_progress(int32_t height);
 
 }  // namespace cali

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "core/arithmetic.h"
+#include "core/channel.h"
 #include "kernels/row_kernels.h"
 #include "kernels/sample_math.h"
 
@@ -78,22 +79,6 @@ void RadialShading::row(uint32_t y, uint32_t first_column, const uint32_t* sourc
                             std::abs(static_cast<int32_t>(y) - registers_.center_y()),
                             registers_.norm()};
     row_kernels().radial_gain(source, destination, count, row);
-}
-
-void run_radial_block(const RadialRegisters& registers, const uint32_t* source, uint32_t* destination) {
-    const RadialShading stage(registers);
-    const auto stride = static_cast<std::size_t>(registers.width());
-    const auto height = static_cast<uint32_t>(registers.height());
-    for (uint32_t y = 0; y < height; ++y) {
-        stage.row(y, 0, source + y * stride, destination + y * stride, stride);
-    }
-}
-
-void apply_radial_shading(const ConstRawFrame& source, const RadialTables& tables, uint32_t* destination) {
-    if (!source.empty()) {
-        run_radial_block(pack_radial_registers(source.width, source.height, source.pattern, tables), source.samples,
-                         destination);
-    }
 }
 
 }  // namespace cali

@@ -4,8 +4,6 @@
 #include <array>
 #include <cstdint>
 
-#include "core/channel.h"
-#include "core/frame.h"
 #include "core/scratch.h"
 
 namespace cali {
@@ -61,11 +59,5 @@ private:
     Scratch<int32_t> gains_;  ///< by colour, then radius
     bool gains_fit_16_bits_ = true;
 };
-
-/// Whole frame of the registers' width and height. `destination` may be `source`.
-void run_radial_block(const RadialRegisters& registers, const uint32_t* source, uint32_t* destination);
-
-/// Whole frame; nothing for an empty one.
-void apply_radial_shading(const ConstRawFrame& source, const RadialTables& tables, uint32_t* destination);
 
 }  // namespace cali

@@ -1,5 +1,7 @@
 #include "stages/register_text.h"
 
+#include <algorithm>
+#include <array>
 #include <span>
 
 #include "stages/grid_placement.h"

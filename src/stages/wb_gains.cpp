@@ -26,15 +26,4 @@ void WbGainStage::row(uint32_t y, uint32_t first_column, const uint32_t* source,
     row_kernels().wb_gain(source, destination, count, row);
 }
 
-void apply_wb_gains(const ConstRawFrame& source, const WbGains& gains, uint32_t* destination) {
-    if (source.empty()) {
-        return;
-    }
-    const WbGainStage stage(gains, source.pattern);
-    const RawFrame output{destination, source.width, source.height, source.pattern};
-    for (int32_t y = 0; y < source.height; ++y) {
-        stage.row(static_cast<uint32_t>(y), 0, source.row(y), output.row(y), source.columns());
-    }
-}
-
 }  // namespace cali

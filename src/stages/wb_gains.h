@@ -1,9 +1,8 @@
 /// White-balance gain stage.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-
-#include "core/frame.h"
 
 namespace cali {
 
@@ -17,7 +16,8 @@ struct WbGains {
 /// 16 bits. A mean of 0 gives 0.
 [[nodiscard]] uint16_t wb_gain_register(float green_mean, float mean);
 
-/// The stage for one pattern (0 to 3), row by row; source and destination may be the same row.
+/// The stage for one pattern (0 to 3), row by row: red and blue scaled, rounded and limited to 4095, greens copied.
+/// Source and destination may be the same row.
 class WbGainStage {
 public:
     WbGainStage(const WbGains& gains, int32_t pattern);
@@ -30,8 +30,5 @@ private:
     float blue_;
     int32_t pattern_;
 };
-
-/// Red and blue scaled, rounded and limited to 4095, greens copied. `destination` may be the source's buffer.
-void apply_wb_gains(const ConstRawFrame& source, const WbGains& gains, uint32_t* destination);
 
 }  // namespace cali

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "ccm_optimised/optimiser.h"
+#include "ccm_optimised/printed_minima.h"
 #include "reference/colour.h"
 #include "support/support.h"
 
@@ -90,7 +91,8 @@ TEST(OptimisedFit, MatchesThePlainOne) {
         const float saturation = static_cast<float>(0.5 + unit(random));
         const auto expected = reference::optimise(plain, saturation);
         CapturedOutput output;
-        const auto found = ccm_optimised::optimise(library_problem(plain), saturation);
+        ccm_optimised::PrintedMinima minima;
+        const auto found = ccm_optimised::optimise(library_problem(plain), saturation, minima);
         ASSERT_EQ(output.take(), expected.printed);
         ASSERT_TRUE(found.has_value());
         ASSERT_TRUE(same_bits(expected.matrix.ccm, found->value));
@@ -124,7 +126,8 @@ TEST(OptimisedFit, IsNoWorseThanItsStart) {
         }
         const ccm_optimised::Problem problem = library_problem(plain);
         CapturedOutput output;
-        const auto found = ccm_optimised::optimise(problem, 1.0F);
+        ccm_optimised::PrintedMinima minima;
+        const auto found = ccm_optimised::optimise(problem, 1.0F, minima);
         const std::string text = output.take();
         ASSERT_TRUE(found.has_value());
         const auto error_of = [&](const std::array<float, 9>& value) {
@@ -148,7 +151,8 @@ TEST(OptimisedFit, ColourlessPatchesHaveNoStart) {
         std::ranges::fill(patch, 0.0);
     }
     CapturedOutput output;
-    EXPECT_FALSE(ccm_optimised::optimise(library_problem(plain), 1.0F).has_value());
+    ccm_optimised::PrintedMinima minima;
+    EXPECT_FALSE(ccm_optimised::optimise(library_problem(plain), 1.0F, minima).has_value());
     EXPECT_EQ(reference::optimise(plain, 1.0F).result, -1);
     EXPECT_EQ(output.take(), "");
 }

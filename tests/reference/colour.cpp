@@ -153,7 +153,7 @@ Matrix mat_inverse(const Matrix& a, std::string& errors) {
 
 float linear(double encoded) {
     const double v = wide(narrow(encoded));
-    return narrow(v < 0.04045 ? v / 12.92 : std::exp(std::log((v + 0.055) / 1.055) * 2.4));
+    return narrow(v < wide(narrow(0.04045)) ? v / 12.92 : std::exp(std::log((v + 0.055) / 1.055) * 2.4));
 }
 
 constexpr std::array<float, 9> kIdentity = {1, 0, 0, 0, 1, 0, 0, 0, 1};

@@ -173,6 +173,7 @@ Registers luma_registers(const std::array<Line, 4>& lines, int32_t ref_level, Fo
         std::array<double, 4> sigma{};
         for (std::size_t c = 0; c < 4; ++c) {
             sigma[c] = static_cast<double>(lines[c].slope) * s + static_cast<double>(lines[c].intercept);
+            sigma[c] = sigma[c] < 0 ? 0 : sigma[c];
         }
         const double red = 0.299 * sigma[3];
         const double green = 0.587 * ((sigma[1] + sigma[2]) / 2);

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "support/support.h"
+#include "stages/expect_stage.h"
 
 namespace cali::test {
 namespace {
@@ -23,31 +23,14 @@ const std::array<reference::BlackLevelArguments, 8> kParameters = {{
 
 TEST(BlackLevelStage, EqualsThePlainVersion) {
     Random random(1);
-    for (const Geometry& geometry : small_geometries()) {
-        for (const SampleKind kind : kSampleKinds) {
-            const auto samples = samples_of_kind(random, kind, geometry.size());
-            for (std::size_t set = 0; set < kParameters.size(); ++set) {
-                SCOPED_TRACE(::testing::Message() << geometry << ", parameters " << set);
-                const auto expected = reference::black_level(samples, geometry.width, geometry.height, geometry.pattern,
-                                                             kParameters[set]);
-                on_every_isa([&] {
-                    OwnedFrame frame{samples, geometry.width, geometry.height, geometry.pattern};
-                    apply_black_level(frame.view(), library_record(kParameters[set]));
-                    ASSERT_TRUE(same_bits(expected, frame.samples));
-                });
-                if (HasFailure()) {
-                    return;
-                }
-            }
+    for_small_frames(random, {}, [](const Geometry& geometry, const std::vector<uint32_t>& samples, std::size_t turn) {
+        for (const std::size_t set : {turn % kParameters.size(), (turn / 3) % kParameters.size()}) {
+            FrontEnd front_end;
+            front_end.black_level = library_record(kParameters[set]);
+            expect_stage(
+                geometry, samples, front_end,
+                reference::black_level(samples, geometry.width, geometry.height, geometry.pattern, kParameters[set]));
         }
-    }
-}
-
-TEST(BlackLevelStage, GivesTheWorkedValues) {
-    on_every_isa([] {
-        OwnedFrame frame{{63, 64, 65, 66, 4095}, 5, 1, 3};
-        apply_black_level(frame.view(), library_record({{64, 64, 64, 64}, {1.5F, 1.5F, 1.5F, 1.5F}}));
-        EXPECT_EQ(frame.samples, (std::vector<uint32_t>{0, 0, 2, 3, 6047}));
     });
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "support/support.h"
+#include "stages/expect_stage.h"
 
 namespace cali::test {
 namespace {
@@ -35,34 +35,20 @@ reference::Grids grids_of_turn(Random& random, std::size_t turn) {
     }
 }
 
-/// Both ways of the stage against the plain version, with the printed progress.
 void compare(const Geometry& geometry, const std::vector<uint32_t>& samples, const reference::Grids& grids) {
-    SCOPED_TRACE(::testing::Message() << geometry << ", grid " << grids.cols << " x " << grids.rows);
+    SCOPED_TRACE(::testing::Message() << "grid " << grids.cols << " x " << grids.rows);
     std::string progress;
-    const auto expected =
-        reference::mesh_shading(samples, geometry.width, geometry.height, geometry.pattern, grids, progress);
-    on_every_isa([&] {
-        OwnedFrame frame{samples, geometry.width, geometry.height, geometry.pattern};
-        std::vector<uint32_t> apart(geometry.size());
-        CapturedOutput output;
-        apply_lens_shading(frame.view(), library_record(grids), apart.data());
-        ASSERT_TRUE(same_bits(expected, apart));
-        ASSERT_TRUE(same_bits(samples, frame.samples));
-        apply_lens_shading(frame.view(), library_record(grids), frame.samples.data());
-        ASSERT_TRUE(same_bits(expected, frame.samples));
-        ASSERT_EQ(output.take(), progress + progress);
-    });
+    FrontEnd front_end;
+    front_end.mesh = library_record(grids);
+    expect_stage(geometry, samples, front_end,
+                 reference::mesh_shading(samples, geometry.width, geometry.height, geometry.pattern, grids, progress));
 }
 
 TEST(MeshShading, EqualsThePlainVersion) {
     Random random(3);
-    std::size_t turn = 0;
-    for (const Geometry& geometry : small_geometries()) {
-        for (const SampleKind kind : kSampleKinds) {
-            const auto samples = samples_of_kind(random, kind, geometry.size());
-            ASSERT_NO_FATAL_FAILURE(compare(geometry, samples, grids_of_turn(random, turn++)));
-        }
-    }
+    for_small_frames(random, {}, [&](const Geometry& geometry, const std::vector<uint32_t>& samples, std::size_t turn) {
+        compare(geometry, samples, grids_of_turn(random, turn));
+    });
 }
 
 TEST(MeshShading, EqualsThePlainVersionOnLongFrames) {
@@ -78,45 +64,17 @@ TEST(MeshShading, EqualsThePlainVersionOnLongFrames) {
 }
 
 TEST(MeshShading, UnityCostsFullScaleOneCode) {
+    // Not by the plain version's leave: unity in, unity out.
     for (const auto& [cols, rows] : kNodeCounts) {
-        SCOPED_TRACE(::testing::Message() << cols << " x " << rows);
         const reference::Grids grids = make_grids(cols, rows, [] { return 512U; });
-        on_every_isa([&] {
-            OwnedFrame frame{std::vector<uint32_t>(70 * 50, 1000), 70, 50, 1};
-            std::fill_n(frame.samples.begin() + 70, 70, 4095);
-            CapturedOutput output;
-            apply_lens_shading(frame.view(), library_record(grids), frame.samples.data());
-            for (std::size_t i = 0; i < frame.samples.size(); ++i) {
-                ASSERT_EQ(frame.samples[i], i / 70 == 1 ? 4094U : 1000U) << i;
-            }
-        });
+        std::vector<uint32_t> samples(70 * 50, 1000);
+        std::vector<uint32_t> expected = samples;
+        std::fill_n(samples.begin() + 70, 70, 4095);
+        std::fill_n(expected.begin() + 70, 70, 4094);
+        FrontEnd front_end;
+        front_end.mesh = library_record(grids);
+        expect_stage({70, 50, 1}, samples, front_end, expected);
     }
-}
-
-TEST(MeshShading, GivesTheWorkedValues) {
-    // One photosite between the first two nodes, filter phase 63: taps 11, 709, 2723, 650.
-    reference::Grids grids{
-        3, 3, reference::Samples(9, 1024), {100, 500, 900, 100, 500, 900, 100, 500, 900}, reference::Samples(9, 0)};
-    struct Case {
-        int32_t pattern;
-        uint32_t result;
-    };
-    for (const Case& worked : {Case{1, 963}, Case{3, 1924}, Case{0, 0}}) {
-        on_every_isa([&] {
-            OwnedFrame frame{{1000}, 1, 1, worked.pattern};
-            CapturedOutput output;
-            apply_lens_shading(frame.view(), library_record(grids), frame.samples.data());
-            EXPECT_EQ(frame.samples[0], worked.result) << worked.pattern;
-        });
-    }
-}
-
-TEST(MeshShading, PrintsProgressByRow) {
-    OwnedFrame frame{std::vector<uint32_t>(6, 1), 2, 3, 0};
-    const reference::Grids grids = make_grids(3, 3, [] { return 512U; });
-    CapturedOutput output;
-    apply_lens_shading(frame.view(), library_record(grids), frame.samples.data());
-    EXPECT_EQ(output.take(), "LSC... 33%\rLSC... 66%\rLSC...100%\r\n");
 }
 
 }  // namespace

@@ -100,10 +100,13 @@ std::string raw_picture(const reference::Samples& frame, const Geometry& geometr
             }
             sum[own] = frame[index_of(geometry, y, x)];
             count[own] = 1;
-            bytes += static_cast<char>(sum[0] / count[0] & 0xFFU);
+            const auto in_8_bits = [&](std::size_t c) {
+                return static_cast<char>(std::min<uint64_t>(sum[c] / count[c] / 16, 255));
+            };
+            bytes += in_8_bits(0);
             bytes += '\0';
-            bytes += static_cast<char>(sum[1] / count[1] & 0xFFU);
-            last_blue = static_cast<char>(sum[2] / count[2] & 0xFFU);
+            bytes += in_8_bits(1);
+            last_blue = in_8_bits(2);
         }
     }
     // The writer lays pixels down six bytes wide and three apart: the last one's blue stays behind it.

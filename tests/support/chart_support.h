@@ -22,7 +22,7 @@ namespace cali::test {
 [[nodiscard]] reference::Patches window_means(const reference::Samples& frame, const Geometry& geometry,
                                               const std::vector<RoiRect>& windows);
 
-/// raw2rgb.ppm of such a frame: bilinear, two bytes per colour of which the writer keeps the low one.
+/// raw2rgb.ppm of such a frame: bilinear, 8 bits, two bytes per colour of which the writer keeps the low one.
 [[nodiscard]] std::string raw_picture(const reference::Samples& frame, const Geometry& geometry);
 
 /// The optimised export and the joint one on the same small chart.
