@@ -76,9 +76,14 @@ Option Command::option(const char* name, T& value, const char* help) {
     return Option(app_of(app_).add_option(name, value, help));
 }
 
-template <typename T>
-Option Command::flag(const char* names, T& value, const char* help) {
-    return Option(app_of(app_).add_flag(names, value, help));
+Option Command::flag(const char* name, bool& value, const char* help) {
+    return Option(app_of(app_).add_flag(name, value, help));
+}
+
+Option Command::flag(const char* names, std::optional<bool>& value, const char* help) {
+    // By count: the library's own overload for an optional sets it to false where the flag is absent.
+    return Option(app_of(app_).add_flag_function(
+        names, [&value](int64_t count) { value = count > 0; }, help));
 }
 
 template Option Command::option(const char*, std::string&, const char*);
@@ -91,8 +96,6 @@ template Option Command::option(const char*, std::optional<double>&, const char*
 template Option Command::option(const char*, std::vector<int>&, const char*);
 template Option Command::option(const char*, std::vector<double>&, const char*);
 template Option Command::option(const char*, std::vector<std::string>&, const char*);
-template Option Command::flag(const char*, bool&, const char*);
-template Option Command::flag(const char*, std::optional<bool>&, const char*);
 
 void Command::examples(const std::string& text) { app_of(app_).footer("Examples:\n" + text); }
 

@@ -44,9 +44,9 @@ public:
     /// A value after "--name", or by its place where the name has no dashes. T: text, number, list or optional of them.
     template <typename T>
     Option option(const char* name, T& value, const char* help);
-    /// "--name", or "--name,!--no-name" for an optional.
-    template <typename T>
-    Option flag(const char* names, T& value, const char* help);
+    Option flag(const char* name, bool& value, const char* help);
+    /// "--name,!--no-name"; stays empty where neither is given.
+    Option flag(const char* names, std::optional<bool>& value, const char* help);
 
     void examples(const std::string& text);
     void run(std::function<void()> action);

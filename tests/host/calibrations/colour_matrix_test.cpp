@@ -1,168 +1,153 @@
 // Colour as a user runs it: the simulated sensor's charts, and a real one.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <sstream>
 
-#include "captures/capture.h"
+#include "captures/pgm_file.h"
+#include "captures/read_capture.h"
 #include "math/colour_difference.h"
 #include "math/colour_space.h"
-#include "program.h"
+#include "support/program.h"
 
 namespace cali::test {
 namespace {
 
 using nlohmann::json;
 
+double mean_of(const json& result, const char* metric) { return result["difference_after"][metric]["mean"]; }
+
 class ColourChart : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_EQ(
-            run({"simulate", ".", "--size", "960x640", "--series-levels", "0", "--illuminants", "2850", "5000", "6500"})
-                .status,
-            0);
-    }
-
-    ProgramRun run(const std::vector<std::string>& arguments) const { return run_program(folder_.path(), arguments); }
-
     /// The chart through `cali ccm` with the values of the whole chain.
-    json matrix(const std::vector<std::string>& more) const {
-        std::vector<std::string> arguments = {"ccm",      "chart_5000K.raw", "--session",    "session.toml",
-                                              "--values", "results.json",    "--illuminant", "5000"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        const ProgramRun result = run(arguments);
-        EXPECT_EQ(result.status, 0) << result.err;
+    json matrix(const std::string& more) const {
+        run_line(folder_.path(), "ccm " + chart_ + " --session " + (session_ / "session.toml").string() +
+                                     " --illuminant 5000 --values " + values_ + " " + more);
         return read_json(folder_ / "ccm.json")["colour_matrix"][0];
     }
 
+    const TemporaryFolder& session_ = simulated_session();
     TemporaryFolder folder_;
+    std::string chart_ = (session_ / "chart_5000K.raw").string();
+    std::string values_ = (session_ / "results.json").string();
 };
 
-double mean_of(const json& result, const char* metric) { return result["difference_after"][metric]["mean"]; }
-
 TEST_F(ColourChart, MatricesRecoverTheReference) {
-    const ProgramRun chain = run({"calibrate", "session.toml", "--pictures"});
-    ASSERT_EQ(chain.status, 0) << chain.err;
-    const json results = read_json(folder_ / "results.json");
-    ASSERT_EQ(results["colour_matrix"].size(), 3U);
+    const json results = read_json(values_);
     for (const json& result : results["colour_matrix"]) {
         SCOPED_TRACE(result["file"]);
         EXPECT_GT(result["difference_before"]["de_2000"]["mean"], 4.0);
         EXPECT_LT(mean_of(result, "de_2000"), 2.0);
         EXPECT_NEAR(result["exposure"].get<double>(), 1 / 0.9, 0.02);  // a perfect white stands at 0.9
-        for (const json& row : result["matrix_q10"]) {
-            EXPECT_EQ(row[0].get<int>() + row[1].get<int>() + row[2].get<int>(), 1024);
+        // What is reported follows from the patches that are reported.
+        const auto measured = result["patches"]["measured"].get<std::vector<Colour>>();
+        const auto corrected = result["patches"]["corrected"].get<std::vector<Colour>>();
+        const auto m = result["matrix"].get<std::array<Colour, 3>>();
+        int limited = 0;
+        for (std::size_t i = 0; i < measured.size(); ++i) {
+            for (std::size_t r = 0; r < 3; ++r) {
+                const double value = m[r][0] * measured[i][0] + m[r][1] * measured[i][1] + m[r][2] * measured[i][2];
+                limited += value < 0 || value > 1 ? 1 : 0;
+                EXPECT_NEAR(corrected[i][r], std::clamp(value, 0.0, 1.0), 1e-12) << i;
+            }
         }
+        EXPECT_EQ(result["patches"]["limited_components"], limited);
+        const auto reference = result["patches"]["reference"].get<std::vector<Colour>>();
+        std::vector<double> de2000;
+        for (std::size_t i = 0; i < reference.size(); ++i) {
+            const auto lab = [](const Colour& c) { return lab_of_linear_rgb(c, white_point(65)); };
+            de2000.push_back(delta_e_2000(lab(corrected[i]), lab(reference[i])));
+        }
+        const json& after = result["difference_after"]["de_2000"];
+        EXPECT_EQ(after["per_patch"].get<std::vector<double>>(), de2000);
+        EXPECT_EQ(after["worst"].get<double>(), *std::ranges::max_element(de2000));
+        EXPECT_EQ(after["worst_patch"].get<std::ptrdiff_t>(), std::ranges::max_element(de2000) - de2000.begin() + 1);
     }
-    EXPECT_EQ(read_text(folder_ / "chart_2850K_patches.png").substr(1, 3), "PNG");
+}
 
-    const json lsq = matrix({});
-    const json optimised = matrix({"--method", "optimised", "--picture", "p.png"});
-    const json joint = matrix({"--method", "joint"});
-    const json d50 = matrix({"--method", "optimised", "--white", "D50"});
+TEST_F(ColourChart, MethodsAndOptionsTakeEffect) {
+    const json results = read_json(values_);
+    const json lsq = matrix("");
+    EXPECT_EQ(lsq["matrix"], results["colour_matrix"][1]["matrix"]);  // the chain's, by the same light
+    const json optimised = matrix("--method optimised --picture p.png");
+    const json joint = matrix("--method joint");
+    const json d50 = matrix("--method optimised --white D50");
+    const json vivid = matrix("--method optimised --saturation 1.5");
     for (const json& result : {optimised, joint, d50}) {
         EXPECT_LT(mean_of(result, "de_2000"), 2.0) << result["method"];
     }
     EXPECT_LE(mean_of(optimised, "de_ab_1976"), mean_of(lsq, "de_ab_1976"));
     EXPECT_NE(optimised["matrix"], d50["matrix"]);
-    // Values from several files together are those of one.
-    ASSERT_EQ(run({"awb", "grey_5000K.raw", "--session", "session.toml", "--black-level", "results.json",
-                   "--lens-shading", "results.json", "--illuminant", "5000", "--results", "awb.json"})
-                  .status,
-              0);
-    json parts = results;
-    parts.erase("white_balance");
-    write_text(folder_ / "parts.json", parts.dump());
-    const ProgramRun together = run({"ccm", "chart_5000K.raw", "--session", "session.toml", "--illuminant", "5000",
-                                     "--values", "awb.json", "parts.json"});
-    EXPECT_EQ(together.status, 0);
-    EXPECT_EQ(together.err, "");
-    EXPECT_EQ(read_json(folder_ / "ccm.json")["colour_matrix"][0]["matrix"], lsq["matrix"]);
+    EXPECT_EQ(d50["white_point"], "D50");
+    EXPECT_GT(vivid["matrix"][0][0].get<double>(), optimised["matrix"][0][0].get<double>() + 0.2);
+    EXPECT_EQ(vivid["saturation"], 1.5);
+    EXPECT_EQ(read_text(folder_ / "p.png").substr(1, 3), "PNG");
     // The joint method's gains come from the chart, the others' from the grey card.
     EXPECT_NE(joint["gain_q10"], lsq["gain_q10"]);
     EXPECT_NEAR(joint["gain_q10"]["red"].get<double>() / lsq["gain_q10"]["red"].get<double>(), 1, 0.01);
-    EXPECT_FALSE(read_text(folder_ / "p.png").empty());
 
-    // Three lights lie on a parabola, at the reference light x = y = 1.
-    const json& curve = results["white_balance_curve"];
-    EXPECT_EQ(curve["reference_k"], 5000);
-    for (const json& light : curve["lights"]) {
-        EXPECT_NEAR(light["fitted_y"].get<double>(), light["y"].get<double>(), 0.02);
-    }
-    ASSERT_EQ(curve["table"].size(), 200U);
-    EXPECT_NEAR(curve["table"][100].get<double>(), 1, 0.02);
-    ASSERT_EQ(run({"awb-curve", "results.json", "--results", "curve.json"}).status, 0);
-    EXPECT_EQ(read_json(folder_ / "curve.json")["white_balance_curve"], curve);
+    // Values from several files together are those of one; a missing black level is said.
+    json parts = results;
+    parts.erase("white_balance");
+    write_text(folder_ / "parts.json", parts.dump());
+    parts = results;
+    parts.erase("black_level");
+    parts.erase("lens_shading");
+    write_text(folder_ / "white.json", parts.dump());
+    values_ = "white.json parts.json";
+    EXPECT_EQ(matrix("")["matrix"], lsq["matrix"]);
+    const ProgramRun without =
+        run_program(folder_.path(), words("ccm " + chart_ + " --session " + (session_ / "session.toml").string() +
+                                          " --illuminant 5000 --values white.json"));
+    EXPECT_NE(without.err.find("white.json: holds no black level: none is subtracted"), std::string::npos);
 }
 
 TEST_F(ColourChart, ThatIsUnusableIsNamed) {
-    const host::Capture chart = host::read_capture(folder_ / "chart_5000K.pgm", {{}, {}, 3, {}, ""});
+    const host::Capture chart = host::read_capture(chart_, {640, 480, 2, 12, ""});
     const auto expect_refusal = [&](auto&& change, const std::string& why) {
-        std::vector<uint16_t> samples(chart.samples.size());
-        for (int y = 0; y < chart.height; ++y) {
-            for (int x = 0; x < chart.width; ++x) {
-                samples[static_cast<std::size_t>(y * chart.width + x)] =
-                    static_cast<uint16_t>(std::min(change(x, y), 4095U));
+        std::vector<uint16_t> samples;
+        for (int y = 0; y < 480; ++y) {
+            for (int x = 0; x < 640; ++x) {
+                samples.push_back(static_cast<uint16_t>(std::min(change(x, y), 4095U)));
             }
         }
-        host::write_pgm(folder_ / "changed.pgm", chart.width, chart.height, 12, samples);
-        const ProgramRun result =
-            run({"ccm", "changed.pgm", "--pattern", "RGGB", "--method", "joint", "--results", "changed.json"});
-        EXPECT_EQ(result.status, 1) << why;
-        EXPECT_NE(result.err.find("changed.pgm: " + why), std::string::npos) << result.err;
-        EXPECT_EQ(read_text(folder_ / "changed.json"), "");
+        host::write_pgm(folder_ / "changed.pgm", 640, 480, 12, samples);
+        expect_errors(folder_, {{"ccm changed.pgm --pattern GRBG --method joint", "changed.pgm: " + why, 1}});
     };
-    const auto sample = [&](int x, int y) { return chart.samples[static_cast<std::size_t>(y * chart.width + x)]; };
+    const auto sample = [&](int x, int y) { return chart.view().row(y)[x]; };
     // Turned by whole cells, so that the colours of the mosaic stay in place.
-    expect_refusal([&](int x, int y) { return sample(958 - (x & ~1) + (x & 1), 638 - (y & ~1) + (y & 1)); },
+    expect_refusal([&](int x, int y) { return sample(638 - (x & ~1) + (x & 1), 478 - (y & ~1) + (y & 1)); },
                    "the chart is turned by half a turn (upside down)");
-    expect_refusal([&](int x, int y) { return sample(958 - (x & ~1) + (x & 1), y); },
+    expect_refusal([&](int x, int y) { return sample(638 - (x & ~1) + (x & 1), y); },
                    "the chart is mirrored left to right");
-    expect_refusal([&](int x, int y) { return sample(x, y) * 4; }, "20.8 % of the chart's samples are clipped");
+    expect_refusal([&](int x, int y) { return sample(x, y) * 4; }, "2");  // 2x.x % of the chart's samples are clipped
     expect_refusal([&](int x, int y) { return 1000U + static_cast<uint32_t>(x * 31 + y * 17) % 200; },
                    "shows no 24-patch chart in its windows");
     expect_refusal([&](int x, int y) { return sample(x, y) / 40; }, "too dark: the brightest patch stands ");
 }
 
-TEST_F(ColourChart, OptionsAreChecked) {
-    write_text(folder_ / "windows.toml", "[colour_matrix]\nwindows = [[0, 0, 4]]\n");
-    write_text(folder_ / "saturation.toml", "[colour_matrix]\nsaturation = nan\n");
-    write_text(folder_ / "corners.toml",
-               "[sensor]\nwidth = 960\nheight = 640\npattern = \"RGGB\"\nbits = 12\n"
-               "[colour_matrix]\ncorners = [[0, 0], [2000, 0], [2000, 600], [0, 600]]\n");
-    write_text(folder_ / "two.json",
-               R"({"schema": 1, "white_balance": [)"
-               R"({"file": "a", "illuminant_k": 3000, "gain_q10": {"red": 1100, "green": 1024, "blue": 1100}},)"
-               R"({"file": "b", "illuminant_k": 6000, "gain_q10": {"red": 1200, "green": 1024, "blue": 1000}}]})");
-    const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{"ccm", "chart_5000K.pgm", "--session", "windows.toml"},
-         "windows.toml: colour_matrix: windows is something else, expected 24 lists of [x, y, width, height]"},
-        {{"ccm", "chart_5000K.raw", "--session", "corners.toml"}, "inside the frame of 960 x 640"},
-        {{"ccm", "chart_5000K.raw", "--session", "session.toml", "--method", "best"}, "--method is 'best'"},
-        {{"ccm", "chart_5000K.raw", "--session", "session.toml", "--white", "D55"}, "--white is 'D55'"},
-        {{"ccm", "chart_5000K.raw", "--session", "session.toml", "--corners", "0", "0", "9", "9", "9", "0", "0", "9"},
-         "corners"},
-        {{"ccm", "chart_5000K.raw", "--session", "session.toml", "--values", "two.json"},
-         "holds white balance for 3000 K, 6000 K; choose one with --illuminant"},
-        {{"ccm", "chart_5000K.raw", "--session", "session.toml", "--saturation", "nan"}, "nan not in range 0 to 4"},
-        {{"ccm", "chart_5000K.raw", "--session", "saturation.toml"}, "saturation is nan, expected 0 to 4"},
-        {{"awb-curve", "two.json"}, "two.json: white balance for 2 lights of known temperature, expected 3 to 7"},
-    };
-    for (const auto& [arguments, expected] : cases) {
-        const ProgramRun result = run(arguments);
-        EXPECT_EQ(result.status, 2) << expected;
-        EXPECT_NE(result.err.find(expected), std::string::npos) << result.err;
-        EXPECT_EQ(read_text(folder_ / "ccm.json"), "");
+TEST_F(ColourChart, CurveOverThreeLightsGoesThroughThem) {
+    const json curve = read_json(values_)["white_balance_curve"];
+    EXPECT_EQ(curve["reference_k"], 5000);
+    const auto value = [&](const char* key) { return curve[key].get<double>(); };
+    for (const json& light : curve["lights"]) {
+        const double x = light["x"];
+        EXPECT_NEAR(light["fitted_y"].get<double>(), light["y"].get<double>(), 0.02);
+        EXPECT_NEAR(light["fitted_y"].get<double>(), value("a") * x * x + value("b") * x + value("c"), 1e-6);
     }
+    EXPECT_EQ(curve["lights"][1]["x"], 1.0);  // gains over those of the reference
+    EXPECT_EQ(curve["lights"][1]["y"], 1.0);
+    ASSERT_EQ(curve["table"].size(), 200U);
+    EXPECT_NEAR(curve["table"][100].get<double>(), 1, 0.02);
+    run_line(folder_.path(), "awb-curve " + values_ + " --results curve.json");
+    EXPECT_EQ(read_json(folder_ / "curve.json")["white_balance_curve"], curve);
 }
 
 /// The patches of the real chart: window and measured XYZ, relative to a neutral white of 1.
 struct RealPatches {
     std::string windows;
     std::vector<Colour> xyz;
-    std::string grey_window;
 };
 
 RealPatches read_patches(const std::filesystem::path& file) {

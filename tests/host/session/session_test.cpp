@@ -102,7 +102,7 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
         {"[white_balance]\nwindow = [1, 2, 3, -4]\n", "window is -4, expected 0 to 65535"},
         {"[lens_shading]\ngrid = [129, 129]\n", "grid has 16641 nodes, expected at most 4761"},
         {"[lens_shading]\ngrid = [3, 13]\n", "grid: columns is 3, expected 4 to 129"},
-        {"[lens_shading]\ndenoise = 1\n", "denoise is something else, expected true or false"},
+        {"[lens_shading]\ndenoise = \"yes\"\n", "denoise is something else, expected true or false"},
         {"[noise]\nref_level = 4096\n", "ref_level is 4096, expected 0 to 4095"},
         {"[noise]\nslope_format = \"U4\"\n", "slope_format is 'U4', expected a format such as U4.8"},
         {"[noise]\nlevel_format = \"U20.12\"\n", "of at most 31 bits"},

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "program.h"
 #include "simulation/sensor.h"
+#include "support/program.h"
 
 namespace cali::test {
 namespace {
@@ -105,9 +105,8 @@ TEST(Sensor, ChartShowsEveryPatchInItsPlace) {
 TEST(Simulate, SameSeedSameFiles) {
     const TemporaryFolder folder;
     const auto simulate = [&](const std::string& to, const std::string& seed, const std::string& levels) {
-        const ProgramRun run = run_program(folder.path(), {"simulate", to, "--size", "64x48", "--seed", seed,
-                                                           "--series-levels", levels, "--illuminants", "5000"});
-        EXPECT_EQ(run.status, 0) << run.err;
+        run_line(folder.path(),
+                 "simulate " + to + " --size 64x48 --illuminants 5000 --seed " + seed + " --series-levels " + levels);
     };
     simulate("a", "7", "2");
     simulate("b", "7", "3");  // a longer series leaves the other captures as they are

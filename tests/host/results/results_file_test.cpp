@@ -1,0 +1,146 @@
+#include "results/results_file.h"
+
+#include "base/error.h"
+#include "support/program.h"
+
+namespace cali::test {
+namespace {
+
+using nlohmann::json;
+
+/// Every section there is: the chain's, the local black levels, and a table.
+std::filesystem::path whole_results(const TemporaryFolder& folder) {
+    const TemporaryFolder& session = simulated_session();
+    json results = read_json(session / "results.json");
+    const std::string geometry = " --session " + (session / "session.toml").string();
+    run_line(folder.path(),
+             "blc " + (session / "dark_1.raw").string() + geometry + " --blocks 6 --results blocks.json");
+    run_line(folder.path(),
+             "clut " + (session / "results.json").string() + " --illuminant 5000 --nodes 5 --domain hsv");
+    results["black_level"] = read_json(folder / "blocks.json")["black_level"];
+    results["colour_table"] = read_json(folder / "clut.json")["colour_table"];
+    results["sensor"]["white_level"] = 4000;
+    write_text(folder / "whole.json", results.dump());
+    return folder / "whole.json";
+}
+
+TEST(ResultsFile, IsReadBackWhole) {
+    const TemporaryFolder folder;
+    const std::filesystem::path file = whole_results(folder);
+    host::write_results(folder / "again.json", host::read_results(file));
+    host::write_results(folder / "twice.json", host::read_results(folder / "again.json"));
+    EXPECT_EQ(read_text(folder / "again.json"), read_text(folder / "twice.json"));
+    EXPECT_EQ(read_json(folder / "again.json"), read_json(file));  // nothing lost, nothing moved
+    const json whole = read_json(file);
+    for (const char* section : {"sensor", "black_level", "lens_shading", "white_balance", "white_balance_curve",
+                                "colour_matrix", "colour_table", "noise"}) {
+        EXPECT_TRUE(whole.contains(section)) << section;
+    }
+}
+
+/// Keys and values stand where docs/results.md says: a codec that swaps two fields reads its own mistake back.
+TEST(ResultsFile, FieldsAreWhatTheirNamesSay) {
+    host::Results results;
+    results.sensor = {640, 480, 1, 10, 1000};
+    results.black_level.emplace();
+    results.black_level->values = {{1, 2, 3, 4}, {1.5F, 2.5F, 3.5F, 4.5F}};
+    host::WhiteBalance& white = results.white_balance.emplace_back();
+    white.file = "/shots/grey.raw";
+    white.window = {1, 2, 3, 4};
+    white.gains = {1100, 1024, 1200};
+    host::NoiseResults& noise = results.noise.emplace();
+    noise.window = {5, 6, 7, 8};
+    noise.registers = {{{1, 11}, {2, 12}, {3, 13}, {4, 14}}};
+    noise.luma_registers = {21, 22};
+    noise.deviation[host::kGB].slope = 0.5F;
+    noise.variance[host::kBB].intercept = 0.25F;
+    noise.levels.push_back({"dark", 2, {1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}});
+    const json found = json::parse(host::to_json_text(results, "/shots"));
+    const auto channels = [](auto rr, auto gr, auto gb, auto bb) {
+        return json{{"rr", rr}, {"gr", gr}, {"gb", gb}, {"bb", bb}};
+    };
+    EXPECT_EQ(found["sensor"],
+              (json{{"width", 640}, {"height", 480}, {"pattern", "GBRG"}, {"bits", 10}, {"white_level", 1000}}));
+    EXPECT_EQ(found["black_level"]["offset_codes"], channels(1, 2, 3, 4));
+    EXPECT_EQ(found["black_level"]["restoring_gain"], channels(1.5, 2.5, 3.5, 4.5));
+    EXPECT_EQ(found["white_balance"][0]["file"], "grey.raw");
+    EXPECT_EQ(found["white_balance"][0]["lens_shading"], "unity");
+    EXPECT_EQ(found["white_balance"][0]["window"], (json{{"x", 1}, {"y", 2}, {"width", 3}, {"height", 4}}));
+    EXPECT_EQ(found["white_balance"][0]["gain_q10"], (json{{"red", 1100}, {"green", 1024}, {"blue", 1200}}));
+    EXPECT_EQ(found["noise"]["window"], (json{{"x", 5}, {"y", 6}, {"width", 7}, {"height", 8}}));
+    EXPECT_EQ(found["noise"]["registers"]["slope"], channels(1, 2, 3, 4));
+    EXPECT_EQ(found["noise"]["registers"]["level"], channels(11, 12, 13, 14));
+    EXPECT_EQ(found["noise"]["registers"]["luma_slope"], 21);
+    EXPECT_EQ(found["noise"]["registers"]["luma_level"], 22);
+    EXPECT_EQ(found["noise"]["deviation_line"]["gb"]["slope"], 0.5);
+    EXPECT_EQ(found["noise"]["variance_line"]["bb"]["intercept"], 0.25);
+    EXPECT_EQ(found["noise"]["levels"][0]["mean"], channels(1.0, 2.0, 3.0, 4.0));
+    EXPECT_EQ(found["noise"]["levels"][0]["deviation"], channels(5.0, 6.0, 7.0, 8.0));
+    EXPECT_EQ(found["noise"]["levels"][0]["variance"], channels(9.0, 10.0, 11.0, 12.0));
+}
+
+TEST(ResultsFile, NamesOfFilesFollowTheFolder) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "sub");
+    const auto name_of = [&](const std::filesystem::path& results) {
+        return read_json(results)["white_balance"][0]["file"].get<std::string>();
+    };
+    host::Results results;
+    results.white_balance.emplace_back().file = folder / "sub/grey.raw";
+    host::write_results(folder / "a.json", results);
+    EXPECT_EQ(name_of(folder / "a.json"), "sub/grey.raw");
+    EXPECT_EQ(host::read_results(folder / "a.json").white_balance[0].file, folder / "sub/grey.raw");
+    host::write_results(folder / "sub/b.json", host::read_results(folder / "a.json"));
+    EXPECT_EQ(name_of(folder / "sub/b.json"), "grey.raw");
+    // Not below the folder: as it was given.
+    results.white_balance[0].file = "../elsewhere/grey.raw";
+    host::write_results(folder / "a.json", results);
+    EXPECT_EQ(host::read_results(folder / "a.json").white_balance[0].file, "../elsewhere/grey.raw");
+}
+
+TEST(ResultsFile, ErrorsNameTheFieldWhatWasFoundAndWhatWasExpected) {
+    const TemporaryFolder folder;
+    const json whole = read_json(whole_results(folder));
+    const auto error_of = [&](const std::string& text) -> std::string {
+        write_text(folder / "r.json", text);
+        try {
+            (void)host::read_results(folder / "r.json");
+        } catch (const host::InputError& problem) {
+            return problem.what();
+        }
+        return "no error";
+    };
+    EXPECT_NE(error_of("{\"schema\": 1, ").find("r.json: not a results file of this program: "), std::string::npos);
+    EXPECT_NE(error_of("{}").find("schema is missing"), std::string::npos);
+    EXPECT_NE(error_of("{\"schema\": 9}").find("schema is 9, expected 1"), std::string::npos);
+    const std::tuple<const char*, json, const char*> cases[] = {
+        {"/sensor/bits", 17, "sensor.bits is 17, expected a whole number within 8..16"},
+        {"/sensor/pattern", "RGBG", "sensor.pattern is 'RGBG', expected BGGR"},
+        {"/black_level", 3, "black_level is 3, expected an object"},
+        {"/black_level/offset_codes/gb", -1, "black_level.offset_codes.gb is -1, expected a whole number within 0.."},
+        {"/black_level/method", "mode", "black_level.method is 'mode', expected median"},
+        {"/black_level/frames", 1.5, "black_level.frames is 1.5, expected a list"},
+        {"/black_level/frames/0/median_in_bounds", "yes", "median_in_bounds is \"yes\", expected true or false"},
+        {"/black_level/frames/0/block_offset_codes/bb", json::array(), "0 blocks of bb, expected 9 as of rr"},
+        {"/lens_shading/1/file", 1, "lens_shading[1].file is 1, expected a text"},
+        {"/lens_shading/1/mesh/rows", 200, "lens_shading[1].mesh.cols and rows: rows is 200, expected 4 to 129"},
+        {"/lens_shading/1/mesh/gain_q9/red", {1, 2}, "gain_q9.red is 2 gains, expected 825"},
+        {"/lens_shading/1/radial/gain_q9/blue", {1}, "blue is a list of 1, expected 32 elements"},
+        {"/white_balance/2/gain_q10/red", 70000, "gain_q10.red is 70000, expected a whole number within 0..65535"},
+        {"/white_balance/2/window/x", "0", "white_balance[2].window.x is \"0\", expected a whole number"},
+        {"/white_balance_curve/a", "steep", "white_balance_curve.a is \"steep\", expected a number"},
+        {"/colour_matrix/0/patches/reference", json::array(), "patches.reference is 0 colours, expected 24"},
+        {"/colour_matrix/0/difference_after/de_2000/worst_patch", 25, "worst_patch is 25, expected a whole number"},
+        {"/colour_table/0/nodes", 6, "table is 375 values, expected 648"},
+        {"/noise/registers/ref_level", json::array(), "noise.registers.ref_level is a list, expected"},
+    };
+    for (const auto& [pointer, value, expected] : cases) {
+        json broken = whole;
+        broken[json::json_pointer(pointer)] = value;
+        const std::string error = error_of(broken.dump());
+        EXPECT_NE(error.find(expected), std::string::npos) << pointer << ": " << error;
+    }
+}
+
+}  // namespace
+}  // namespace cali::test
