@@ -76,6 +76,26 @@ TEST(Calibrate, RunsEveryCalibrationAndWritesWhatIsAskedFor) {
     EXPECT_EQ(made.count("noise.svg"), 1U);
 }
 
+TEST(Calibrate, GivesTheSameBitsOnTheBaselineInstructionSet) {
+    const TemporaryFolder folder;
+    const std::string line = "calibrate " + (simulated_session() / "session.toml").string() + " --out base --corrected";
+    ASSERT_EQ(setenv("CALI_ISA", "baseline", 1), 0);
+    run_line(folder.path(), line);
+    ASSERT_EQ(unsetenv("CALI_ISA"), 0);
+    for (const std::string name : {"flat_2850K_mesh.pgm", "flat_6500K_radial.pgm"}) {
+        EXPECT_EQ(read_text(folder.path() / "base" / name), read_text(simulated_session() / name)) << name;
+    }
+    json results = read_json(folder / "base/results.json");
+    json wide = read_json(simulated_session() / "results.json");
+    for (const char* section : {"black_level", "white_balance_curve", "noise"}) {
+        EXPECT_EQ(results[section], wide[section]) << section;
+    }
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(results["lens_shading"][i]["mesh"], wide["lens_shading"][i]["mesh"]);
+        EXPECT_EQ(results["colour_matrix"][i]["matrix"], wide["colour_matrix"][i]["matrix"]);
+    }
+}
+
 TEST(Calibrate, SaysWhichCalibrationsTheSessionLeavesOut) {
     const TemporaryFolder folder;
     std::filesystem::copy_file(simulated_session() / "dark_1.raw", folder / "dark_1.raw");
