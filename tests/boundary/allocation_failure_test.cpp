@@ -106,10 +106,10 @@ TEST(AllocationFailure, LeavesEverythingUntouched) {
                             &BlcCall::get_histogram, &BlcCall::verify),
                   0);
         EXPECT_GT(sweep_all(&LscCall::calc, &LscCall::verify), 0);
-        EXPECT_GT(sweep_all(&ChartCall::joint, &ChartCall::optimised), 0);
+        EXPECT_GT(sweep_all(&ChartCall::joint, &ChartCall::optimised, &MatrixCall::of_frame), 0);
     }
     EXPECT_EQ(sweep_all(&CurveCall::build, &CurveCall::sample, &RegionCall::measure, &RegionCall::adjust), 0);
-    EXPECT_GT(sweep(&RegionCall::interpolate), 0);
+    EXPECT_GT(sweep(&RegionCall::interpolate) + sweep(&MatrixCall::of_patches), 0);
     EXPECT_GT(sweep_all(&ClutCall::hsv, &ClutCall::rgb), 0);
     EXPECT_GT(sweep_all(&NoiseCall::deviation_profile, &NoiseCall::variance_profile, &NoiseCall::fixed_profile), 0);
     EXPECT_EQ(sweep_all(&NoiseCall::deviation_of_levels, &NoiseCall::variance_of_levels, &NoiseCall::line,

@@ -72,6 +72,31 @@ struct ClutCall {
     [[nodiscard]] auto state() const { return bytes_of(nodes); }
 };
 
+/// The first generation on the same small chart, and on patches that are cut out.
+struct MatrixCall : ChartCall {
+    std::vector<int32_t> pixels = std::vector<int32_t>(24 * 3);
+    std::array<const int32_t*, 24> patches{};
+    const int32_t* const* patches_in = patches.data();
+    int32_t patch_count = 24, channels = 3;
+    uint32_t patch_w = 1;
+
+    MatrixCall() : ChartCall(small_chart()) {
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            pixels[i] = static_cast<int32_t>(i * i * 977 % 4096);
+            patches[i / 3] = &pixels[i / 3 * 3];
+        }
+    }
+    int32_t of_patches() {
+        return cali_ccm_calc(patches_in, nullptr, patch_count, patch_w, 1, channels, 1, weights, ccm_out, q10_out);
+    }
+    int32_t of_frame() {
+        const CcmLensShading& grids = shading[0];
+        return cali_isp_ccm_pipe_calc(frame_pointer, width, height, pattern, grids.grid_cols, grids.grid_rows,
+                                      grids.red_grid, grids.green_grid, grids.blue_grid, 64, 64, 64, 64, 1, 1, 1, 1,
+                                      1800, 1024, 1500, windows.data(), 1, weights, ccm_out, q10_out);
+    }
+};
+
 /// Three levels of two frames.
 struct NoiseCall {
     std::array<OwnedFrame, 6> frames;

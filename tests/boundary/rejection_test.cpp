@@ -169,6 +169,24 @@ TEST(Rejection, Chart) {
                            when<C>("grid_rows", [](C& c) { c.shading[0].grid_rows = 2; })));
 }
 
+TEST(Rejection, PatchesWithoutAWarning) {
+    const std::vector<void (*)(MatrixCall&)> damages = {
+        [](MatrixCall& c) { c.patches_in = nullptr; }, [](MatrixCall& c) { c.patches[23] = nullptr; },
+        [](MatrixCall& c) { c.patch_count = 0; },      [](MatrixCall& c) { c.patch_count = 25; },
+        [](MatrixCall& c) { c.channels = 4; },         [](MatrixCall& c) { c.patch_w = 0x80000000U; },
+        [](MatrixCall& c) { c.weights = nullptr; },    [](MatrixCall& c) { c.ccm_out = nullptr; },
+        [](MatrixCall& c) { c.q10_out = nullptr; },    [](MatrixCall&) {}};
+    for (std::size_t i = 0; i < damages.size(); ++i) {
+        MatrixCall call;
+        const auto before = call.state();
+        damages[i](call);
+        const CapturedWarnings warnings;
+        EXPECT_EQ(call.of_patches(), i + 1 < damages.size() ? -1 : 0) << i;
+        EXPECT_EQ(call.state() == before, i + 1 < damages.size()) << i;
+        EXPECT_TRUE(warnings.texts().empty());
+    }
+}
+
 TEST(Rejection, Regions) {
     using C = RegionCall;
     expect_rejections(
