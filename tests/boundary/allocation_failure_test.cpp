@@ -1,14 +1,14 @@
 #include <cstdlib>
 #include <new>
 
-#include "support/chart_support.h"
-#include "support/export_calls.h"
+#include "boundary/calls.h"
 
 namespace {
 
 /// Allocations that still succeed; below 0 all do.
 long allocations_left = -1;
 bool allocation_failed = false;
+long held = 0;  ///< blocks not yet released
 
 void* allocate(std::size_t size, std::size_t alignment) {
     if (allocations_left == 0) {
@@ -26,10 +26,12 @@ void* allocate(std::size_t size, std::size_t alignment) {
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
+    ++held;
     return memory;
 }
 
 void release(void* memory) noexcept {
+    held -= memory != nullptr ? 1 : 0;
 #ifdef _WIN32
     _aligned_free(memory);
 #else
@@ -61,24 +63,32 @@ void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alig
 namespace cali::test {
 namespace {
 
-/// Fails the first, the second, ... allocation until the call succeeds. Each failure must be -1 without a warning and
-/// leave everything untouched. Returns how many allocations there are.
+/// Fails the first, the second, ... allocation of each call until it succeeds. Each failure must be -1 without a
+/// warning, leave everything untouched and hold nothing; a list that is taken over is released once. Returns how many
+/// allocations there are.
 template <typename Call>
-long sweep(Call& call, int32_t (Call::*method)()) {
-    const auto before = call.state();
+long sweep(int32_t (Call::*method)()) {
     for (long n = 0;; ++n) {
+        const auto call = make<Call>();
+        const auto before = call->state();
         CapturedOutput output;
         const CapturedWarnings warnings;
+        const long held_before = held;
         allocation_failed = false;
         allocations_left = n;
-        const int32_t result = (call.*method)();
+        const int32_t result = ((*call).*method)();
         allocations_left = -1;
+        EXPECT_EQ(held, held_before) << "allocation " << n;
+        if constexpr (std::is_same_v<Call, NoiseCall>) {
+            const bool by_value = method == &NoiseCall::deviation_of_levels || method == &NoiseCall::variance_of_levels;
+            EXPECT_EQ(call->releases, by_value ? 1 : 0);
+        }
         if (!allocation_failed) {
             EXPECT_NE(result, -1);
             return n;
         }
         EXPECT_EQ(result, -1) << "allocation " << n;
-        EXPECT_TRUE(call.state() == before) << "allocation " << n;
+        EXPECT_TRUE(call->state() == before) << "allocation " << n;
         EXPECT_TRUE(warnings.texts().empty()) << "allocation " << n;
     }
 }
@@ -86,36 +96,26 @@ long sweep(Call& call, int32_t (Call::*method)()) {
 TEST(AllocationFailure, LeavesEverythingUntouched) {
     const SavedModuleState saved;
     const TemporaryDirectory directory;
-    cali_awb_setROI(0, 0, 20, 20);
+    cali_awb_setROI(0, 0, 12, 8);
+    const auto sweep_all = [](auto... methods) { return (... + sweep(methods)); };
     for (const bool dumps : {false, true}) {
         SCOPED_TRACE(dumps ? "with dumps" : "without dumps");
-        module_state().debug.awb_dump = dumps;
-        module_state().debug.blc_report = dumps;
-        module_state().debug.lsc_dump = dumps;
-        module_state().debug.ccm_dump = dumps;
-        Random random(50);
-        // Neither too bright nor too dark: collecting a warning would allocate too.
-        const OwnedFrame frame = random_frame(random, 30, 24, 1, 1500);
-        const auto grids = plausible_grids(random, 5, 5);
-        for (const auto method : {&AwbCall::calc, &AwbCall::verify}) {
-            AwbCall call(frame, grids);
-            EXPECT_GT(sweep(call, method), 0);
-        }
-        for (const auto method : {&BlcCall::median, &BlcCall::mean, &BlcCall::deviation, &BlcCall::local,
-                                  &BlcCall::get_histogram, &BlcCall::verify}) {
-            BlcCall call(frame);
-            sweep(call, method);
-        }
-        for (const auto method : {&ChartCall::joint, &ChartCall::optimised}) {
-            ChartCall call(small_chart());
-            EXPECT_GT(sweep(call, method), 0);
-        }
-        for (const auto method : {&LscCall::calc, &LscCall::verify}) {
-            LscCall call(frame, 5, 5);
-            call.denoise = 1;
-            EXPECT_GT(sweep(call, method), 0);
-        }
+        module_state().debug = {dumps, dumps, dumps, dumps};
+        EXPECT_GT(sweep_all(&AwbCall::calc, &AwbCall::verify), 0);
+        EXPECT_GT(sweep_all(&BlcCall::median, &BlcCall::mean, &BlcCall::deviation, &BlcCall::local,
+                            &BlcCall::get_histogram, &BlcCall::verify),
+                  0);
+        EXPECT_GT(sweep_all(&LscCall::calc, &LscCall::verify), 0);
+        EXPECT_GT(sweep_all(&ChartCall::joint, &ChartCall::optimised, &MatrixCall::of_frame), 0);
     }
+    EXPECT_EQ(sweep_all(&CurveCall::build, &CurveCall::sample, &RegionCall::measure, &RegionCall::adjust), 0);
+    EXPECT_GT(sweep(&RegionCall::interpolate) + sweep(&MatrixCall::of_patches), 0);
+    EXPECT_GT(sweep_all(&ClutCall::hsv, &ClutCall::rgb), 0);
+    EXPECT_GT(sweep_all(&NoiseCall::deviation_profile, &NoiseCall::variance_profile, &NoiseCall::fixed_profile), 0);
+    EXPECT_EQ(sweep_all(&NoiseCall::deviation_of_levels, &NoiseCall::variance_of_levels, &NoiseCall::line,
+                        &NoiseCall::to_fixed, &NoiseCall::to_fixed_by_text, &NoiseCall::move, &NoiseCall::luma,
+                        &NoiseCall::subtract, &NoiseCall::deviation),
+              0);
 }
 
 }  // namespace

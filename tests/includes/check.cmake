@@ -22,7 +22,7 @@ set(cases
   "src/math/public.h|\"cali/cali.h\"|right"
   "host/outputs/options.h|<CLI/CLI.hpp>|wrong"
   "host/captures/up.h|\"calibrations/noise.h\"|wrong"
-  "host/results/sideways.h|\"simulation/sensor.h\"|wrong"
+  "host/simulation/sideways.h|\"calibrations/noise.h\"|wrong"
   "host/library/boundary.cpp|\"boundary/warning.h\"|wrong"
   "host/library/fit.cpp|\"awb/curve.h\"|wrong"
   "host/calibrations/noise.h|\"calibrations/flatness.h\"|wrong"

@@ -1,0 +1,53 @@
+#include <cstdlib>
+#include <fstream>
+
+#include "boundary/calls.h"
+#include "math/colour_space.h"
+
+namespace cali::test {
+namespace {
+
+TEST(Exports, JointCalibrationWarnsOfExposure) {
+    for (const auto& [exposure, text] :
+         {std::pair{1000.0, "WB Calib Warning: Too Dark"}, {3000.0, ""}, {12000.0, "WB Calib Warning: Too Bright"}}) {
+        Random random(90);
+        ChartCall call(chart_frame(random, {48, 40, 3}, exposure));
+        CapturedOutput output;
+        const CapturedWarnings warnings;
+        EXPECT_EQ(call.joint(), 0);
+        EXPECT_EQ(warnings.texts(), *text == '\0' ? std::vector<std::string>{} : std::vector<std::string>{text});
+    }
+}
+
+TEST(Exports, ColourTableRemovesFilesOfSkippedPhases) {
+    const TemporaryDirectory directory;
+    for (const char* name : {"clut_phase_4.txt", "clut_phase_5.txt"}) {
+        std::ofstream(name) << "old";
+    }
+    setenv("CLUT_EXPORT_TABLE", "1", 1);
+    setenv("CLUT_BYPASS_POSTPROCESS", "1", 1);
+    ClutCall call;
+    CapturedOutput output;
+    EXPECT_EQ(call.rgb(), 0);
+    unsetenv("CLUT_EXPORT_TABLE");
+    unsetenv("CLUT_BYPASS_POSTPROCESS");
+    EXPECT_NE(read_file("clut_phase_3.txt"), "");
+    EXPECT_FALSE(std::filesystem::exists("clut_phase_4.txt") || std::filesystem::exists("clut_phase_5.txt"));
+}
+
+TEST(Exports, NegativeNoiseIsNone) {
+    NoiseCall call;
+    const std::array<float, 4> slopes{}, intercepts{0, 0, 0, -100};
+    call.x = slopes.data();
+    call.y = intercepts.data();
+    EXPECT_EQ(call.luma(), 0);
+    EXPECT_EQ(call.registers[1], 0);
+}
+
+TEST(Exports, TransferCurveTurnsAtItsThreshold) {
+    EXPECT_EQ(srgb_decode(0.04045), static_cast<float>(std::pow((0.04045 + 0.055) / 1.055, 2.4)));
+    EXPECT_EQ(srgb_decode(0.0404), 0.0404F / 12.92F);
+}
+
+}  // namespace
+}  // namespace cali::test
