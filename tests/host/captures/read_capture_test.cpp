@@ -89,6 +89,8 @@ TEST(Capture, ErrorsNameTheFileWhatWasFoundAndWhatWasExpected) {
         return folder / name;
     };
     const std::string four(4, '\1');
+    Geometry without_pattern = geometry(2, 1, 12);
+    without_pattern.pattern.reset();
     struct Case {
         std::filesystem::path file;
         Geometry given;
@@ -102,7 +104,7 @@ TEST(Capture, ErrorsNameTheFileWhatWasFoundAndWhatWasExpected) {
         {file("empty.raw", ""), geometry(2, 1, 12), "empty.raw: truncated: 0 bytes"},
         {file("a.raw", four), geometry({}, {}, 12), "its size is not known, expected --size"},
         {file("a.raw", four), geometry(2, 1, {}), "its bit depth is not known, expected --bits"},
-        {file("a.raw", four), {2, 1, {}, 12, ""}, "its colour pattern is not known, expected --pattern"},
+        {file("a.raw", four), without_pattern, "its colour pattern is not known, expected --pattern"},
         {file("big.raw", std::string("\x00\x00\x00\x10", 4)), geometry(2, 1, 12),
          "the sample at column 1, row 0 is 4096, expected at most 4095 (12 bits)"},
         {file("p2.pgm", "P2 1 1 255 0"), geometry({}, {}, {}),
