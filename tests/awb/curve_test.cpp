@@ -2,7 +2,7 @@
 
 #include "cali/cali.h"
 #include "reference/colour.h"
-#include "support/support.h"
+#include "support/recorded_calls.h"
 
 namespace cali::test {
 namespace {
@@ -56,6 +56,20 @@ TEST(WhiteBalanceCurve, MatchesThePlainFit) {
         ASSERT_EQ(cali_awb_getCurve(table.data(), ref_a.data(), ref_b.data()), 0);
         ASSERT_TRUE(same_bits(reference::sample_curve(expected.coefficients, ref_a[1], ref_b[1]), table));
     }
+}
+
+TEST(RecordedCalls, WhiteBalanceCurve) {
+    expect_recorded("awb.curve", 1000, [](Random& random, int turn, Digest& digest) {
+        const Lights lights = random_lights(random, turn % 2 == 0);
+        const float norm_a = 0.5F + unit(random);
+        const float norm_b = 0.5F + unit(random);
+        AwbCurveRecord record{};
+        digest << lights.build(norm_a, norm_b, record) << record.a << record.b << record.c << record.pack.word;
+        const std::array<float, 2> ref_a = {-1, 900.0F + 300.0F * unit(random)};
+        const std::array<float, 2> ref_b = {-1, turn % 50 == 1 ? 0.0F : 700.0F * unit(random)};
+        std::vector<float> table(200);
+        digest << cali_awb_getCurve(table.data(), ref_a.data(), ref_b.data()) << table;
+    });
 }
 
 TEST(WhiteBalanceCurve, RejectsWithItsOwnTexts) {

@@ -1,6 +1,8 @@
 #include "math/matrix.h"
 
-#include <gtest/gtest.h>
+#include <algorithm>
+
+#include "support/recorded_calls.h"
 
 namespace cali::test {
 namespace {
@@ -29,6 +31,28 @@ TEST(Matrix, MisuseIsReportedAndNamed) {
     EXPECT_EQ(said([&] { EXPECT_EQ(mat_inverse({{5e-6F}}, out, 1), -1); }), "mat's determinant is equal 0\n");
     EXPECT_EQ(said([&] { EXPECT_EQ(mat_inverse({{2e-5F}}, out, 1), 0); }), "");
     EXPECT_EQ(out, (Matrix{{0.0F}}));  // the adjugate of 1 x 1 is 0
+}
+
+TEST(RecordedCalls, Matrices) {
+    expect_recorded("math.matrix", 1000, [](Random& random, int turn, Digest& digest) {
+        const auto matrix = [&](int rows, int columns) {
+            Matrix result(static_cast<std::size_t>(rows), std::vector<float>(static_cast<std::size_t>(columns)));
+            for (auto& row : result) {
+                std::ranges::generate(row, [&] { return static_cast<float>(random.within(-9, 9)) / 3.0F; });
+            }
+            return result;
+        };
+        const int n = 1 + turn % 5;
+        const int m = 1 + turn % 3;
+        const Matrix square = matrix(n, n);
+        const Matrix a = matrix(n, m);
+        Matrix out;
+        digest << mat_inverse(square, out, n) << out << mat_det(square, n);
+        digest << mat_mul(square, a) << mat_add(a, mat_mul(square, a)) << mat_sub(a, mat_mul(square, a));
+        digest << mat_adjugate(square, out, n) << out << mat_transpose(a, out) << out;
+        mat_column(a, out, m - 1);
+        digest << out;
+    });
 }
 
 TEST(Matrix, InverseAndTranspose) {

@@ -233,4 +233,34 @@ struct LscCall {
     }
 };
 
+/// The exports of the noise profile. By level and frame.
+struct SeriesCall {
+    std::vector<std::vector<reference::Samples>> series;
+    uint32_t width, height;
+    std::vector<std::vector<uint32_t*>> pointers;
+    std::vector<Level> levels;
+    LevelList list{};
+    int releases = 0;
+
+    SeriesCall(std::vector<std::vector<reference::Samples>> frames, uint32_t frame_width, uint32_t frame_height)
+        : series(std::move(frames)), width(frame_width), height(frame_height) {
+        for (auto& level : series) {
+            auto& frame_pointers = pointers.emplace_back();
+            for (auto& frame : level) {
+                frame_pointers.push_back(frame.data());
+            }
+        }
+        for (auto& frame_pointers : pointers) {
+            levels.push_back({frame_pointers.data(), static_cast<uint32_t>(frame_pointers.size())});
+        }
+        list = {levels.data(), static_cast<uint32_t>(levels.size()),
+                [](LevelList* taken) { ++static_cast<SeriesCall*>(taken->owner)->releases; }, this};
+    }
+    SeriesCall(const SeriesCall&) = delete;
+    SeriesCall& operator=(const SeriesCall&) = delete;
+
+    [[nodiscard]] int32_t count() const { return static_cast<int32_t>(series.size()); }
+    [[nodiscard]] int32_t nframes() const { return series.empty() ? 0 : static_cast<int32_t>(series[0].size()); }
+};
+
 }  // namespace cali::test
