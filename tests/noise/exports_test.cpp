@@ -73,7 +73,8 @@ TEST(RecordedCalls, NoiseProfiles) {
 TEST(RecordedCalls, NoiseRegisters) {
     expect_recorded("noise.registers", 1000, [](Random& random, int turn, Digest& digest) {
         const auto format = [&](int32_t most) {
-            return "U" + std::to_string(random.within(0, most)) + "." + std::to_string(random.within(0, most));
+            const std::string whole = std::to_string(random.within(0, most));
+            return "U" + whole + "." + std::to_string(random.within(0, most));
         };
         const auto value = [&](double least) {
             constexpr std::array kScales = {1e-4F, 1e-3F, 0.01F, 0.3F, 1.0F, 20.0F, 900.0F, 1e8F};

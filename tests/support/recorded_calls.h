@@ -56,7 +56,7 @@ void expect_recorded(const std::string& name, int turns, Call&& call) {
     const SavedModuleState saved;
     on_every_isa([&] {
         const TemporaryDirectory directory;
-        Random random(turns + name.size());
+        Random random(name.size());
         Digest digest;
         CapturedOutput output;
         const CapturedWarnings warnings;
