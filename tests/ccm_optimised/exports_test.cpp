@@ -8,28 +8,10 @@ namespace {
 
 TEST(RecordedCalls, OptimisedPipeline) {
     expect_recorded("libm.ccm_optimised.pipe", 60, [](Random& random, int turn, Digest& digest) {
-        const Geometry geometry{random.within(48, 90), random.within(40, 80), turn % 4};
-        ChartCall call(chart_frame(random, geometry, 3000));
-        if (turn % 3 != 0) {
-            call.windows = random_windows(random, geometry);
-        }
-        CcmLensShading& shading = call.shading[0];
-        shading.mode = turn / 4 % 4;
-        shading.grid_cols = random.within(4, 8);
-        for (uint32_t* const grid : {shading.red_grid, shading.green_grid, shading.blue_grid}) {
-            std::generate_n(grid, shading.grid_cols * shading.grid_rows,
-                            [&] { return static_cast<uint32_t>(random.within(450, 650)); });
-        }
-        shading.center_x = random.within(0, geometry.width);
-        shading.center_y = random.within(0, geometry.height);
-        std::ranges::generate(shading.radial_tables, [&] { return random.within(512, 640); });
-        std::ranges::generate(call.black.offset, [&] { return random.within(50, 70); });
-        std::ranges::generate(call.black.gain,
-                              [&] { return 1.0F + static_cast<float>(random.within(0, 64)) / 1024.0F; });
-        std::ranges::generate(call.saturation_and_weights,
-                              [&] { return static_cast<float>(random.within(3, 9)) / 6.0F; });
-        call.gain_r = turn % 6 == 0 ? 0 : random.within(900, 2000);
-        call.gain_b = turn % 7 == 0 ? 0 : random.within(900, 2000);
+        const int32_t width = random.within(48, 90);
+        const int32_t height = random.within(40, 80);
+        ChartCall call(chart_frame(random, {width, height, turn % 4}));
+        randomise(random, turn, call);
         // Near a gamma curve, and near the identity.
         std::vector<uint32_t> second(static_cast<std::size_t>(random.within(200, 4096)));
         call.curve.resize(static_cast<std::size_t>(random.within(1, 400)));
@@ -42,12 +24,49 @@ TEST(RecordedCalls, OptimisedPipeline) {
         }
         call.curves = {call.curve.data(), static_cast<uint32_t>(call.curve.size()), second.data(),
                        static_cast<uint32_t>(second.size())};
-        digest << cali_isp_ccm_pipe_calc_v2(call.frame, 9, turn % 3 == 0 ? nullptr : call.windows.data(),
-                                            turn % 3 == 1 ? &call.curves : nullptr, call.width, call.height,
-                                            call.pattern, &call.black, &shading, call.gain_r, call.gain_b, call.weights,
-                                            9, call.ccm_out, call.q10_out, turn % 2 == 0 ? 65 : 50,
-                                            turn % 9 == 8 ? 1 : 0)
-               << call.state();
+        call.tone_curves = turn % 3 == 1 ? &call.curves : nullptr;
+        digest << call.optimised() << call.state();
+    });
+}
+
+/// One argument wrong in each call of the exports on a chart: nothing but the warning happens.
+TEST(RecordedCalls, ChartRejections) {
+    constexpr std::array<void (*)(ChartCall&), 23> kDamages = {
+        [](ChartCall& call) { call.width = -1; },
+        [](ChartCall& call) { call.height = 8193; },
+        [](ChartCall& call) { call.pattern = 4; },
+        [](ChartCall& call) {
+            call.windows[23] = {45, 0, 4, 4};
+        },
+        [](ChartCall& call) {
+            call.windows[2] = {0, 0, 1, 4};
+        },
+        [](ChartCall& call) {
+            call.windows[0] = {2, 0, 2147483647, 2};
+        },
+        [](ChartCall& call) { call.ccm_out = nullptr; },
+        [](ChartCall& call) { call.q10_out = nullptr; },
+        [](ChartCall& call) { call.weights = nullptr; },
+        [](ChartCall& call) { call.frame = nullptr; },
+        [](ChartCall& call) { call.preprocess = nullptr; },
+        [](ChartCall& call) { call.lens_shading = nullptr; },
+        [](ChartCall& call) { call.shading[0].mode = 4; },
+        [](ChartCall& call) { call.shading[0].grid_rows = 38; },
+        [](ChartCall& call) { call.shading[0].grid_cols = 3; },
+        [](ChartCall& call) { call.shading[0].grid_rows = 2; },
+        [](ChartCall& call) { call.gain_r = 65536; },
+        [](ChartCall& call) { call.gain_b = -1; },
+        [](ChartCall& call) { call.curves.first = nullptr; },
+        [](ChartCall& call) { call.curves.second_count = 0; },
+        [](ChartCall& call) { std::fill_n(call.black.offset, 4, 4095); },  // the fit has no start
+        [](ChartCall& call) { call.frame_pointer = nullptr; },
+        [](ChartCall& call) { call.gain_out = nullptr; }};
+    expect_recorded("libm.ccm.rejections", kDamages.size(), [&](Random&, int turn, Digest& digest) {
+        for (const auto method : {&ChartCall::optimised, &ChartCall::joint}) {
+            ChartCall call(small_chart());
+            kDamages[static_cast<std::size_t>(turn)](call);
+            digest << (call.*method)() << call.state();
+        }
     });
 }
 

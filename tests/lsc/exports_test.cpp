@@ -15,12 +15,14 @@ OwnedFrame shaded_frame(Random& random, int32_t width, int32_t height, int32_t p
     const double x0 = random.unit() * width;
     const double y0 = random.unit() * height;
     const bool dusty = random() % 3 == 0;
+    const bool dark = random() % 40 == 0;
     for (int32_t y = 0; y < height; ++y) {
         for (int32_t x = 0; x < width; ++x) {
             const double u = (x - x0) / width;
             const double v = (y - y0) / height;
             const double level = peak * (1 - slope * std::sqrt(u * u + v * v)) + random.within(-32, 31);
-            frame.samples.push_back(dusty && random() % 200 == 0
+            frame.samples.push_back(dark ? 0
+                                    : dusty && random() % 200 == 0
                                         ? pick(random, kExtremeSamples)
                                         : static_cast<uint32_t>(std::clamp(level, 0.0, 4095.0)));
         }

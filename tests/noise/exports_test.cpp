@@ -25,19 +25,9 @@ SeriesCall random_series_call(Random& random, int turn) {
 TEST(RecordedCalls, NoiseStatistics) {
     expect_recorded("noise.roi", 1000, [](Random& random, int turn, Digest& digest) {
         SeriesCall call = random_series_call(random, turn);
-        const std::size_t positions = 4 + random() % 3;
-        std::vector<std::vector<float>> means(positions, std::vector<float>(9, 7));
-        auto spreads = means;
-        std::vector<float*> mean_pointers;
-        std::vector<float*> spread_pointers;
-        for (std::size_t c = 0; c < positions; ++c) {
-            mean_pointers.push_back(means[c].data());
-            spread_pointers.push_back(spreads[c].data());
-        }
-        const auto measure = turn % 2 == 0 ? cali_isp_roi_mean_std_calc : cali_isp_roi_mean_var_calc;
-        digest << measure(call.list, call.width, call.height, call.count(), static_cast<int32_t>(positions),
-                          call.nframes(), mean_pointers.data(), spread_pointers.data())
-               << means << spreads << call.series << call.releases;
+        const auto statistics = turn % 2 == 0 ? cali_isp_roi_mean_std_calc : cali_isp_roi_mean_var_calc;
+        digest << call.measure(statistics, 4 + random() % 3) << call.means << call.spreads;
+        digest << call.series << call.releases;
     });
 }
 
@@ -131,6 +121,34 @@ TEST(RecordedCalls, NoiseImages) {
         std::vector<float> deviation(5 * 3);
         digest << cali_isp_diff_img_calc(&pointers[0], &pointers[1], 5, 3, &output) << difference;
         digest << cali_isp_std_img_calc(pointers.data(), 1 + turn % 4, 5, 3, deviation.data()) << deviation;
+    });
+}
+
+/// One argument wrong in each call: nothing but the warning happens, and the list is released once.
+TEST(RecordedCalls, NoiseRejections) {
+    expect_recorded("noise.rejections", 16, [](Random&, int turn, Digest& digest) {
+        SeriesCall call({3, {reference::Samples(48, 9), reference::Samples(48, 8)}}, 8, 6);
+        std::array<float, 3> values = {7, 7, 7};
+        std::array<uint32_t, 8> out{};
+        std::array<float*, 4> arrays = {values.data(), values.data(), values.data(),
+                                        turn == 0 ? nullptr : values.data()};
+        call.list.levels[2].frames[1] = turn == 1 ? nullptr : call.list.levels[2].frames[1];
+        call.list.levels[1].frames = turn == 2 ? nullptr : call.list.levels[1].frames;
+        const uint32_t width = turn == 3 ? 65536 : turn == 4 ? 40000 : turn == 5 ? 1 : 8;
+        const uint32_t height = turn == 3 ? 65536 : turn == 4 ? 30000 : 6;
+        const int32_t count = turn == 6 ? 4 : turn == 7 ? 0 : 3;
+        const int32_t nframes = turn == 8 ? 3 : turn == 7 || turn == 9 ? -1 : 2;
+        digest << cali_isp_roi_mean_var_calc(call.list, width, height, count,
+                                             turn == 5    ? 2
+                                             : turn == 10 ? 3
+                                                          : 4,
+                                             nframes, arrays.data(), turn == 11 ? nullptr : arrays.data());
+        digest << cali_isp_np_float_calc_ainr(turn == 12 ? nullptr : &call.list, width, height, count, nframes,
+                                              turn == 13 ? 4 : 0, 0, 0, 0, 0, &out[0], &out[1], &out[2], &out[3],
+                                              &out[4], &out[5], &out[6], turn == 14 ? nullptr : &out[7]);
+        uint32_t* frame = call.series[0][0].data();
+        digest << cali_isp_diff_img_calc(&frame, turn == 15 ? nullptr : &frame, 2, 2, &frame);
+        digest << values << out << call.releases << call.series;
     });
 }
 

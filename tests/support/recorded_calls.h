@@ -55,6 +55,9 @@ template <typename Call>
 void expect_recorded(const std::string& name, int turns, Call&& call) {
     const SavedModuleState saved;
     on_every_isa([&] {
+        if (::testing::Test::HasFailure()) {
+            return;
+        }
         const TemporaryDirectory directory;
         Random random(name.size());
         Digest digest;
