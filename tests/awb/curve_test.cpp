@@ -16,20 +16,17 @@ struct Lights {
     }
 };
 
-/// From warm to cool along a plausible locus, or anything; now and then more than is taken.
+/// From warm to cool along a plausible locus, or anything.
 Lights random_lights(Random& random, bool plausible) {
     const auto unit = [&] { return static_cast<float>(random.unit()); };
     Lights lights;
-    const std::size_t count = random() % 20 == 0 ? 8 : random() % 8;
+    const std::size_t count = random() % 8;
     for (std::size_t i = 0; i < count; ++i) {
         const float t = static_cast<float>(i) / 7.0F;
         lights.ratio_a.push_back(plausible ? 0.4F + 0.8F * t + 0.02F * unit() : 4.0F * unit());
         lights.ratio_b.push_back(plausible ? 1.3F - 0.7F * t + 0.02F * unit() : 4.0F * unit());
         lights.temp_k.push_back(plausible ? 2500.0F + 5000.0F * t : 20000.0F * unit());
         lights.weight.push_back(static_cast<uint8_t>(random() % (random() % 9 == 0 ? 256 : 73)));
-    }
-    if (count != 0 && random() % 20 == 0) {
-        lights.temp_k.back() = 0;
     }
     return lights;
 }

@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <cstdlib>
-#include <limits>
 
 #include "cali/cali.h"
 #include "support/recorded_calls.h"
@@ -50,34 +48,6 @@ void record(const char* name, decltype(&cali_clut_calc) calibrate) {
 
 TEST(RecordedCalls, ColourTableHsv) { record("clut.hsv", cali_clut_calc); }
 TEST(RecordedCalls, ColourTableRgb) { record("clut.rgb", cali_clut_calc_rgb); }
-
-/// One argument wrong in each call: nothing but the warning happens.
-TEST(RecordedCalls, ColourTableRejections) {
-    expect_recorded("clut.rejections", 16, [](Random& random, int turn, Digest& digest) {
-        std::array<ClutCell, 6> measured{};
-        std::ranges::generate(measured, [&] { return random_cell(random); });
-        std::array<ClutCell, 6> target = measured;
-        const float nan = std::numeric_limits<float>::quiet_NaN();
-        measured[3].r = turn == 0 ? -0.01F : measured[3].r;
-        measured[3].g = turn == 1 ? 1.01F : measured[3].g;
-        measured[5].weight = turn == 2 ? -1.0F : turn == 3 ? nan : 1.0F;
-        target[0].b = turn == 4 ? nan : 0.5F;
-        const ClutSettings settings{{turn == 5 ? 66 : 3, 4, turn == 6 ? 1 : 5},
-                                    turn == 7   ? 1.5F
-                                    : turn == 8 ? -0.5F
-                                                : 1.0F,
-                                    turn == 9    ? 0.0F
-                                    : turn == 10 ? 1.5F
-                                                 : 0.2F};
-        std::vector<int32_t> table(3 * 3 * 4 * 5, -7);
-        for (const auto calibrate : {cali_clut_calc, cali_clut_calc_rgb}) {
-            digest << calibrate(turn == 11 ? nullptr : measured.data(), turn == 12 ? nullptr : target.data(),
-                                turn == 13 ? 0 : 6, turn == 14 ? nullptr : &settings,
-                                turn == 15 ? nullptr : table.data())
-                   << table;
-        }
-    });
-}
 
 }  // namespace
 }  // namespace cali::test

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "support/support.h"
 
@@ -14,48 +15,34 @@ std::size_t index(int width, int x, int y) { return static_cast<std::size_t>(y *
 
 /// Otsu's, then the code below which `fraction` of what is brighter lies.
 int32_t plain_threshold(const Samples& plane, double fraction) {
-    std::vector<double> count(4096, 0.0);
-    double n = 0.0;
+    std::vector<double> count(4096);
+    double n = 0;
     for (const int32_t sample : plane) {
         if (sample >= 0 && sample < 4096) {
-            count[static_cast<std::size_t>(sample)] += 1.0;
-            n += 1.0;
+            count[static_cast<std::size_t>(sample)] += 1;
+            n += 1;
         }
     }
-    if (n == 0.0) {
-        return 0;
-    }
-
-    double mean = 0.0;
+    double mean = 0;
     for (std::size_t i = 0; i < 4096; ++i) {
         mean = mean + static_cast<double>(i) * (count[i] / n);
     }
     std::size_t threshold = 0;
-    double best = 0.0;
-    double omega = 0.0;
-    double mu = 0.0;
-    for (std::size_t t = 0; t < 4096; ++t) {
+    double best = 0;
+    double omega = 0;
+    double mu = 0;
+    for (std::size_t t = 0; t < 4096 && 1 - omega != 0; ++t) {
         omega = omega + count[t] / n;
         mu = mu + static_cast<double>(t) * (count[t] / n);
-        if (omega == 0.0) {
-            continue;
-        }
-        if (1.0 - omega == 0.0) {
-            break;
-        }
-        const double d = mu / omega - (mean - mu) / (1.0 - omega);
-        const double variance = (omega * (1.0 - omega)) * (d * d);
-        if (variance > best) {
+        const double d = mu / omega - (mean - mu) / (1 - omega);
+        const double variance = omega * (1 - omega) * (d * d);
+        if (variance > best) {  // not where a class is empty: NaN
             best = variance;
             threshold = t;
         }
     }
-
-    double total = 0.0;
-    for (std::size_t i = threshold; i < 4096; ++i) {
-        total += count[i];
-    }
-    double running = 0.0;
+    const double total = std::accumulate(count.begin() + static_cast<std::ptrdiff_t>(threshold), count.end(), 0.0);
+    double running = 0;
     for (std::size_t bin = threshold; bin < 4096; ++bin) {
         running += count[bin];
         if (running / total > fraction) {

@@ -34,7 +34,7 @@ TEST(RecordedCalls, NoiseStatistics) {
 TEST(RecordedCalls, NoiseProfiles) {
     expect_recorded("noise.profile", 1000, [](Random& random, int turn, Digest& digest) {
         SeriesCall call = random_series_call(random, turn);
-        const auto black = [&] { return turn % 9 == 8 ? 0xFFFFFF00U : static_cast<uint32_t>(random() % 200); };
+        const auto black = [&] { return turn % 9 == 8 ? 0xFFFFFF00U : random() % 200; };
         const std::array<uint32_t, 3> blacks = {black(), black(), black()};
         std::array<uint32_t, 4> slope{};
         std::array<uint32_t, 4> intercept{};
@@ -75,9 +75,7 @@ TEST(RecordedCalls, NoiseRegisters) {
                                                     format(turn % 5 == 1 ? 31 : 12)};
         const int32_t ref_level = random.within(-100, 4900);
         std::array<int32_t, 8> out{};
-        const std::array<uint32_t, 4> bits = {
-            static_cast<uint32_t>(random() % 40), static_cast<uint32_t>(random() % 14),
-            static_cast<uint32_t>(random() % 14), static_cast<uint32_t>(random() % 40)};
+        const std::array<uint32_t, 4> bits = {random() % 40, random() % 14, random() % 14, random() % 40};
         const float slope = value(-0.3);
         const float intercept = value(-0.3);
         digest << cali_isp_np_float_to_fix_calc(slope, intercept, ref_level, &out[0], &out[1], 9, bits[0], bits[1], 9,
@@ -87,7 +85,7 @@ TEST(RecordedCalls, NoiseRegisters) {
         digest << cali_isp_np_float_to_fix_calc_v2(slope, intercept, ref_level, &out[2], &out[3],
                                                    turn % 4 == 0 ? odd : formats[0].c_str(),
                                                    turn % 4 == 1 ? odd : formats[1].c_str());
-        const auto any = [&] { return static_cast<int32_t>(static_cast<uint32_t>(random()) >> random() % 32); };
+        const auto any = [&] { return static_cast<int32_t>(random() >> random() % 32); };
         const std::array<int32_t, 2> from = {any(), any()};
         digest << cali_isp_np_fix_to_fix_calc(from[0], from[1], formats[0].c_str(), formats[1].c_str(),
                                               formats[2].c_str(), formats[3].c_str(), &out[4], &out[5]);
@@ -121,34 +119,6 @@ TEST(RecordedCalls, NoiseImages) {
         std::vector<float> deviation(5 * 3);
         digest << cali_isp_diff_img_calc(&pointers[0], &pointers[1], 5, 3, &output) << difference;
         digest << cali_isp_std_img_calc(pointers.data(), 1 + turn % 4, 5, 3, deviation.data()) << deviation;
-    });
-}
-
-/// One argument wrong in each call: nothing but the warning happens, and the list is released once.
-TEST(RecordedCalls, NoiseRejections) {
-    expect_recorded("noise.rejections", 16, [](Random&, int turn, Digest& digest) {
-        SeriesCall call({3, {reference::Samples(48, 9), reference::Samples(48, 8)}}, 8, 6);
-        std::array<float, 3> values = {7, 7, 7};
-        std::array<uint32_t, 8> out{};
-        std::array<float*, 4> arrays = {values.data(), values.data(), values.data(),
-                                        turn == 0 ? nullptr : values.data()};
-        call.list.levels[2].frames[1] = turn == 1 ? nullptr : call.list.levels[2].frames[1];
-        call.list.levels[1].frames = turn == 2 ? nullptr : call.list.levels[1].frames;
-        const uint32_t width = turn == 3 ? 65536 : turn == 4 ? 40000 : turn == 5 ? 1 : 8;
-        const uint32_t height = turn == 3 ? 65536 : turn == 4 ? 30000 : 6;
-        const int32_t count = turn == 6 ? 4 : turn == 7 ? 0 : 3;
-        const int32_t nframes = turn == 8 ? 3 : turn == 7 || turn == 9 ? -1 : 2;
-        digest << cali_isp_roi_mean_var_calc(call.list, width, height, count,
-                                             turn == 5    ? 2
-                                             : turn == 10 ? 3
-                                                          : 4,
-                                             nframes, arrays.data(), turn == 11 ? nullptr : arrays.data());
-        digest << cali_isp_np_float_calc_ainr(turn == 12 ? nullptr : &call.list, width, height, count, nframes,
-                                              turn == 13 ? 4 : 0, 0, 0, 0, 0, &out[0], &out[1], &out[2], &out[3],
-                                              &out[4], &out[5], &out[6], turn == 14 ? nullptr : &out[7]);
-        uint32_t* frame = call.series[0][0].data();
-        digest << cali_isp_diff_img_calc(&frame, turn == 15 ? nullptr : &frame, 2, 2, &frame);
-        digest << values << out << call.releases << call.series;
     });
 }
 

@@ -1,8 +1,10 @@
 #include "support/chart_support.h"
 
+#include "chart/chart_table.h"
+
 namespace cali::test {
 
-OwnedFrame chart_frame(Random& random, const Geometry& geometry) {
+OwnedFrame chart_frame(Random& random, const Geometry& geometry, double exposure) {
     OwnedFrame frame{{}, geometry.width, geometry.height, geometry.pattern};
     for (int y = 0; y < geometry.height; ++y) {
         for (int x = 0; x < geometry.width; ++x) {
@@ -13,24 +15,38 @@ OwnedFrame chart_frame(Random& random, const Geometry& geometry) {
             const std::size_t colour = code == 3 ? 0 : code == 0 ? 2 : 1;
             const double other = encoded[(colour + 1) % 3];
             const double light = 0.8 * encoded[colour] * encoded[colour] + 0.2 * other * other;
-            const double exposure = std::array{1800, 3000, 2100}[colour];
-            frame.samples.push_back(static_cast<uint32_t>(64 + exposure * light) + random() % 20);
+            const double sensitivity = std::array{0.6, 1.0, 0.7}[colour];
+            frame.samples.push_back(static_cast<uint32_t>(64 + exposure * sensitivity * light) + random() % 20);
         }
     }
     return frame;
 }
 
-void randomise(Random& random, int turn, ChartCall& call) {
-    if (turn % 3 != 0) {
-        for (RoiRect& window : call.windows) {
-            window.w = random.within(2, call.width);
-            window.h = random.within(2, call.height);
-            window.x = random.within(0, call.width - window.w);
-            window.y = random.within(0, call.height - window.h);
-        }
-    } else {
-        call.given_windows = nullptr;
+std::vector<RoiRect> random_windows(Random& random, const Geometry& geometry) {
+    std::vector<RoiRect> windows(24);
+    for (auto& [x, y, w, h] : windows) {
+        w = random.within(2, geometry.width);
+        h = random.within(2, geometry.height);
+        x = random.within(0, geometry.width - w);
+        y = random.within(0, geometry.height - h);
     }
+    return windows;
+}
+
+std::vector<RoiRect> full_frame_windows(const Geometry& geometry) {
+    std::vector<RoiRect> windows;
+    for (int i = 0; i < 24; ++i) {
+        const auto even = [](int value) { return value & ~1; };
+        windows.push_back({even(geometry.width * (4 * (i % 6) + 1) / 24),
+                           even(geometry.height * (4 * (i / 6) + 1) / 16), even(geometry.width / 12),
+                           even(geometry.height / 8)});
+    }
+    return windows;
+}
+
+void randomise(Random& random, int turn, ChartCall& call) {
+    call.windows = random_windows(random, {call.width, call.height, call.pattern});
+    call.given_windows = turn % 3 == 0 ? nullptr : call.windows.data();
     CcmLensShading& shading = call.shading[0];
     shading.mode = turn / 4 % 4;
     shading.grid_cols = random.within(4, 8);
@@ -51,7 +67,7 @@ void randomise(Random& random, int turn, ChartCall& call) {
 
 OwnedFrame small_chart() {
     Random random(90);
-    return chart_frame(random, {48, 40, 3});
+    return chart_frame(random, {48, 40, 3}, 3000);
 }
 
 }  // namespace cali::test

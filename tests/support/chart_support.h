@@ -3,19 +3,19 @@
 
 #include <algorithm>
 
-#include "chart/chart_windows.h"
 #include "support/export_calls.h"
 #include "support/support.h"
 
 namespace cali::test {
 
-/// The chart fills the frame; codes of about 3000 for white in green, with a pedestal of 64 and noise.
-[[nodiscard]] OwnedFrame chart_frame(Random& random, const Geometry& geometry);
+/// The chart fills the frame; codes of about `exposure` for white, with a pedestal of 64 and noise.
+[[nodiscard]] OwnedFrame chart_frame(Random& random, const Geometry& geometry, double exposure);
 
-[[nodiscard]] inline std::vector<RoiRect> full_frame_windows(int32_t width, int32_t height) {
-    const ChartWindows windows = windows_of_full_frame(width, height);
-    return {windows.begin(), windows.end()};
-}
+/// 24 windows anywhere inside, of 2 x 2 and more.
+[[nodiscard]] std::vector<RoiRect> random_windows(Random& random, const Geometry& geometry);
+
+/// The windows of a chart that fills the frame.
+[[nodiscard]] std::vector<RoiRect> full_frame_windows(const Geometry& geometry);
 
 /// The exports on a raw frame of a chart.
 struct ChartCall : NoCopy {
@@ -24,7 +24,7 @@ struct ChartCall : NoCopy {
     uint32_t* frame = input_pointer;
     uint32_t** frame_pointer = &frame;
     int32_t width = input.width, height = input.height, pattern = input.pattern;
-    std::vector<RoiRect> windows = full_frame_windows(input.width, input.height);
+    std::vector<RoiRect> windows = full_frame_windows({input.width, input.height, input.pattern});
     const RoiRect* given_windows = windows.data();
     std::vector<uint32_t> curve = std::vector<uint32_t>(16, 100);
     CcmToneCurves curves{curve.data(), 16, curve.data(), 16};
