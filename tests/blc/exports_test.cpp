@@ -17,7 +17,7 @@ TEST(RecordedCalls, BlackLevel) {
         call.is_12bit = turn % 3 - 1;
         module_state().debug.blc_report = turn % 5 == 0;
         digest << call.median() << call.offsets << call.gains;
-        call.width += turn % 3 * 65536;  // the mean counts in 16 bits
+        call.width += static_cast<uint32_t>(turn % 3) * 65536;  // the mean counts in 16 bits
         digest << call.mean() << call.offsets << call.gains;
         call.width %= 65536;
         digest << call.deviation() << call.offsets << call.gains << call.local() << call.block_offsets;
