@@ -17,13 +17,13 @@ struct FitInput {
 
     static FitInput make() {
         reference::Problem plain;
-        for (const auto& encoded : reference::chart_srgb()) {
-            plain.reference_lab.push_back({encoded[0], encoded[1], encoded[2]});
+        for (const auto& encoded : kChartSrgb24) {
+            const Colour lab = srgb_to_lab(encoded, plain.selector);
+            plain.reference_lab.push_back({lab[0], lab[1], lab[2]});
             plain.linear_rgb.push_back({0.7 * encoded[0] * encoded[0] + 0.1 * encoded[1],
                                         0.8 * encoded[1] * encoded[1] + 0.05 * encoded[2],
                                         0.75 * encoded[2] * encoded[2] + 0.1 * encoded[1]});
         }
-        plain.reference_lab = reference::lab_from_srgb(plain.reference_lab, plain.selector);
         plain.weights.assign(kChartPatches, 1.0F);
         plain.first_curve.resize(4096);
         std::ranges::generate(plain.first_curve, [code = 0U]() mutable { return code++; });

@@ -1,9 +1,8 @@
-/// A chart in a raw frame, and what its measurement should give.
+/// A chart in a raw frame, and the exports that measure it.
 #pragma once
 
 #include <algorithm>
 
-#include "reference/colour.h"
 #include "support/export_calls.h"
 #include "support/support.h"
 
@@ -18,28 +17,25 @@ namespace cali::test {
 /// The windows of a chart that fills the frame.
 [[nodiscard]] std::vector<RoiRect> full_frame_windows(const Geometry& geometry);
 
-/// Means over 4095 per window, red, green, blue, of a frame that has been through its stages.
-[[nodiscard]] reference::Patches window_means(const reference::Samples& frame, const Geometry& geometry,
-                                              const std::vector<RoiRect>& windows);
-
-/// raw2rgb.ppm of such a frame: bilinear, 8 bits, two bytes per colour of which the writer keeps the low one.
-[[nodiscard]] std::string raw_picture(const reference::Samples& frame, const Geometry& geometry);
-
-/// The optimised export and the joint one on the same small chart.
-struct ChartCall {
+/// The exports on a raw frame of a chart.
+struct ChartCall : NoCopy {
     OwnedFrame input;
     uint32_t* input_pointer = input.samples.data();
     uint32_t* frame = input_pointer;
     uint32_t** frame_pointer = &frame;
     int32_t width = input.width, height = input.height, pattern = input.pattern;
     std::vector<RoiRect> windows = full_frame_windows({input.width, input.height, input.pattern});
+    const RoiRect* given_windows = windows.data();
     std::vector<uint32_t> curve = std::vector<uint32_t>(16, 100);
     CcmToneCurves curves{curve.data(), 16, curve.data(), 16};
+    const CcmToneCurves* tone_curves = &curves;
     CcmPreprocess black{{64, 64, 64, 64}, {1, 1, 1, 1}};
     const CcmPreprocess* preprocess = &black;
     std::vector<CcmLensShading> shading = std::vector<CcmLensShading>(1);
     const CcmLensShading* lens_shading = shading.data();
     int64_t gain_r = 1800, gain_b = 1500;
+    int32_t white_point = 65;
+    uint8_t tables_held = 0;
     std::vector<float> saturation_and_weights = std::vector<float>(25, 1.0F);
     const float* weights = saturation_and_weights.data();
     std::array<float, 9> ccm{};
@@ -56,19 +52,28 @@ struct ChartCall {
             std::fill_n(grid, 25, 512U);
         }
     }
-    ChartCall(const ChartCall&) = delete;
-    ChartCall& operator=(const ChartCall&) = delete;
 
     int32_t optimised() {
-        return cali_isp_ccm_pipe_calc_v2(frame, 0, windows.data(), &curves, width, height, pattern, preprocess,
-                                         lens_shading, gain_r, gain_b, weights, 0, ccm_out, q10_out, 65, 0);
+        return cali_isp_ccm_pipe_calc_v2(frame, 0, given_windows, tone_curves, width, height, pattern, preprocess,
+                                         lens_shading, gain_r, gain_b, weights, 0, ccm_out, q10_out, white_point,
+                                         tables_held);
     }
     int32_t joint() {
-        const CcmLensShading& grids = shading[0];
-        return cali_isp_awb_ccm(frame_pointer, width, height, pattern, grids.grid_cols, grids.grid_rows, grids.red_grid,
-                                grids.green_grid, grids.blue_grid, 64, 64, 64, 64, 1, 1, 1, 1, windows.data(), 1.0F,
-                                weights, gain_out, &gains[1], &gains[2], ccm_out, q10_out);
+        const auto& [mode, cols, rows, red, green, blue, x, y, radial] = shading[0];
+        const auto& [offset, gain] = black;
+        return cali_isp_awb_ccm(frame_pointer, width, height, pattern, cols, rows, red, green, blue, code(offset[0]),
+                                code(offset[1]), code(offset[2]), code(offset[3]), gain[0], gain[1], gain[2], gain[3],
+                                given_windows, 1.0F, weights, gain_out, &gains[1], &gains[2], ccm_out, q10_out);
     }
+    int32_t first_generation() {
+        const auto& [mode, cols, rows, red, green, blue, x, y, radial] = shading[0];
+        const auto& [offset, gain] = black;
+        return cali_isp_ccm_pipe_calc(frame_pointer, width, height, pattern, cols, rows, red, green, blue,
+                                      code(offset[0]), code(offset[1]), code(offset[2]), code(offset[3]), gain[0],
+                                      gain[1], gain[2], gain[3], static_cast<uint16_t>(gain_r), 7,
+                                      static_cast<uint16_t>(gain_b), given_windows, 1.0F, weights, ccm_out, q10_out);
+    }
+    [[nodiscard]] static uint32_t code(int32_t value) { return static_cast<uint32_t>(value); }
     [[nodiscard]] std::vector<unsigned char> state() const {
         std::vector<unsigned char> bytes;
         append_bytes<uint32_t>(bytes, input.samples);
@@ -79,7 +84,10 @@ struct ChartCall {
     }
 };
 
-/// Its frame in a test that needs no particular one.
+/// Random values for everything but the frame, none so bright that balancing would warn.
+void randomise(Random& random, int turn, ChartCall& call);
+
+/// A frame for a test that needs no particular one.
 [[nodiscard]] OwnedFrame small_chart();
 
 }  // namespace cali::test

@@ -19,41 +19,34 @@ void append_bytes(std::vector<unsigned char>& bytes, std::span<const T> values) 
     bytes.insert(bytes.end(), first, first + values.size_bytes());
 }
 
+/// A call holds pointers into itself.
+struct NoCopy {
+    NoCopy() = default;
+    NoCopy(const NoCopy&) = delete;
+    NoCopy& operator=(const NoCopy&) = delete;
+};
+
 /// cali_awb_calc and cali_awb_verify.
-struct AwbCall {
+struct AwbCall : NoCopy {
     OwnedFrame input;
     reference::Grids nodes;
-    reference::Samples output_samples;
+    reference::Samples output_samples = reference::Samples(input.samples.size(), kSentinel);
     std::array<uint16_t, 3> gains{0xBEEF, 0xBEEF, 0xBEEF};
 
-    uint32_t* input_pointer;
-    uint32_t* output_pointer;
+    uint32_t* input_pointer = input.samples.data();
+    uint32_t* output_pointer = output_samples.data();
 
     uint32_t** frame = &input_pointer;
-    int32_t width, cols, rows, pattern;
-    uint32_t height;
-    const uint32_t *red, *green, *blue;
+    int32_t width = input.width, cols = nodes.cols, rows = nodes.rows, pattern = input.pattern;
+    uint32_t height = static_cast<uint32_t>(input.height);
+    const uint32_t *red = nodes.red.data(), *green = nodes.green.data(), *blue = nodes.blue.data();
     reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
     uint16_t *gain_r = &gains[0], *gain_g = &gains[1], *gain_b = &gains[2];
     std::array<uint16_t, 3> applied_gains{2048, 0, 1500};
     uint32_t** output = &output_pointer;
 
     AwbCall(OwnedFrame frame_samples, reference::Grids grids)
-        : input(std::move(frame_samples)),
-          nodes(std::move(grids)),
-          output_samples(input.samples.size(), kSentinel),
-          input_pointer(input.samples.data()),
-          output_pointer(output_samples.data()),
-          width(input.width),
-          cols(nodes.cols),
-          rows(nodes.rows),
-          pattern(input.pattern),
-          height(static_cast<uint32_t>(input.height)),
-          red(nodes.red.data()),
-          green(nodes.green.data()),
-          blue(nodes.blue.data()) {}
-    AwbCall(const AwbCall&) = delete;
-    AwbCall& operator=(const AwbCall&) = delete;
+        : input(std::move(frame_samples)), nodes(std::move(grids)) {}
 
     int32_t calc() {
         const auto& [offset, gain] = black;
@@ -78,48 +71,37 @@ struct AwbCall {
 };
 
 /// The black-level exports. Channels in the order RR, GR, GB, BB.
-struct BlcCall {
+struct BlcCall : NoCopy {
     OwnedFrame input;
-    reference::Samples output_samples;
+    uint32_t blocks;
+    reference::Samples output_samples = reference::Samples(input.samples.size(), kSentinel);
     std::array<uint32_t, 4> offsets{kSentinel, kSentinel, kSentinel, kSentinel};
     std::array<float, 4> gains{-7, -7, -7, -7};
-    std::array<reference::Samples, 4> block_offsets;
-    std::array<reference::Samples, 4> histograms;
+    std::array<reference::Samples, 4> block_offsets, histograms;
 
-    uint32_t* input_pointer;
-    uint32_t* output_pointer;
+    uint32_t* input_pointer = input.samples.data();
+    uint32_t* output_pointer = output_samples.data();
 
     uint32_t** frame = &input_pointer;
-    uint32_t width, height;
-    int32_t pattern;
+    uint32_t width = static_cast<uint32_t>(input.width), height = static_cast<uint32_t>(input.height);
+    int32_t pattern = input.pattern;
     std::array<uint32_t*, 4> offset{&offsets[0], &offsets[1], &offsets[2], &offsets[3]};
     std::array<float*, 4> gain{&gains[0], &gains[1], &gains[2], &gains[3]};
-    std::array<uint32_t*, 4> block_offset;
-    std::array<uint32_t*, 4> histogram;
+    std::array<uint32_t*, 4> block_offset{}, histogram{};
     int32_t is_12bit = 1;
-    uint32_t blocks;
     reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
     uint32_t** output = &output_pointer;
 
     explicit BlcCall(OwnedFrame frame_samples, uint32_t block_count = 2)
-        : input(std::move(frame_samples)),
-          output_samples(input.samples.size(), kSentinel),
-          input_pointer(input.samples.data()),
-          output_pointer(output_samples.data()),
-          width(static_cast<uint32_t>(input.width)),
-          height(static_cast<uint32_t>(input.height)),
-          pattern(input.pattern),
-          blocks(block_count) {
-        // One entry more than is written.
-        block_offsets.fill(reference::Samples(std::size_t{blocks} * blocks / 4 + 1, kSentinel));
-        histograms.fill(reference::Samples(4096, kSentinel));
+        : input(std::move(frame_samples)), blocks(block_count) {
         for (std::size_t i = 0; i < 4; ++i) {
+            // One entry more than is written.
+            block_offsets[i].assign(std::size_t{blocks} * blocks / 4 + 1, kSentinel);
+            histograms[i].assign(4096, kSentinel);
             block_offset[i] = block_offsets[i].data();
             histogram[i] = histograms[i].data();
         }
     }
-    BlcCall(const BlcCall&) = delete;
-    BlcCall& operator=(const BlcCall&) = delete;
 
     int32_t median() {
         return cali_blc_calc_by_median(frame, width, height, pattern, offset[0], offset[1], offset[2], offset[3],
@@ -165,47 +147,33 @@ struct BlcCall {
 };
 
 /// cali_lsc_calc, and cali_lsc_verify on what it gave.
-struct LscCall {
+struct LscCall : NoCopy {
     OwnedFrame input;
-    std::array<std::vector<int32_t>, 3> mesh;  ///< red, green, blue
+    int32_t cols, rows;
+    std::vector<int32_t> nodes = std::vector<int32_t>(static_cast<std::size_t>(cols * rows), -7);
+    std::array<std::vector<int32_t>, 3> mesh{nodes, nodes, nodes};  ///< red, green, blue
     std::vector<int32_t> radial = std::vector<int32_t>(128, -7);
-    reference::Samples mesh_samples, radial_samples;
+    reference::Samples mesh_samples = reference::Samples(input.samples.size(), kSentinel);
+    reference::Samples radial_samples = mesh_samples;
 
-    uint32_t* input_pointer;
-    uint32_t* mesh_output_pointer;
-    uint32_t* radial_output_pointer;
+    uint32_t* input_pointer = input.samples.data();
+    uint32_t* mesh_output_pointer = mesh_samples.data();
+    uint32_t* radial_output_pointer = radial_samples.data();
 
     uint32_t** raw = &input_pointer;
-    int32_t width, height, pattern, cols, rows;
+    int32_t width = input.width, height = input.height, pattern = input.pattern;
     int32_t type = 0, denoise = 0;
     std::array<int32_t, 4> blc{64, 65, 66, 67};
     int32_t center_x = -7, center_y = -7, norm = -7;
     int32_t *center_x_out = &center_x, *center_y_out = &center_y, *norm_out = &norm;
-    int32_t *red, *green, *blue;
+    int32_t *red = mesh[0].data(), *green = mesh[1].data(), *blue = mesh[2].data();
     int32_t* radius_lut = radial.data();
     reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
     uint32_t** mesh_output = &mesh_output_pointer;
     uint32_t** radial_output = &radial_output_pointer;
 
     LscCall(OwnedFrame frame, int32_t grid_cols, int32_t grid_rows)
-        : input(std::move(frame)),
-          mesh_samples(input.samples.size(), kSentinel),
-          radial_samples(input.samples.size(), kSentinel),
-          input_pointer(input.samples.data()),
-          mesh_output_pointer(mesh_samples.data()),
-          radial_output_pointer(radial_samples.data()),
-          width(input.width),
-          height(input.height),
-          pattern(input.pattern),
-          cols(grid_cols),
-          rows(grid_rows) {
-        mesh.fill(std::vector<int32_t>(static_cast<std::size_t>(cols * rows), -7));
-        red = mesh[0].data();
-        green = mesh[1].data();
-        blue = mesh[2].data();
-    }
-    LscCall(const LscCall&) = delete;
-    LscCall& operator=(const LscCall&) = delete;
+        : input(std::move(frame)), cols(grid_cols), rows(grid_rows) {}
 
     int32_t calc() {
         return cali_lsc_calc(raw, width, height, pattern, cols, rows, type, denoise, blc[0], blc[1], blc[2], blc[3],
@@ -230,6 +198,52 @@ struct LscCall {
         append_bytes<int32_t>(bytes, radial);
         append_bytes<int32_t>(bytes, std::array{center_x, center_y, norm});
         return bytes;
+    }
+};
+
+/// The exports of the noise profile. By level and frame.
+struct SeriesCall : NoCopy {
+    using Series = std::vector<std::vector<reference::Samples>>;
+
+    Series series;
+    uint32_t width, height;
+    LevelListOwner owner;
+    LevelList list = *owner.get();
+    int releases = 0;
+
+    SeriesCall(Series frames, uint32_t frame_width, uint32_t frame_height)
+        : series(std::move(frames)), width(frame_width), height(frame_height), owner(pointers_of(series)) {
+        list.release = [](LevelList* taken) { ++static_cast<SeriesCall*>(taken->owner)->releases; };
+        list.owner = this;
+    }
+
+    [[nodiscard]] int32_t count() const { return static_cast<int32_t>(series.size()); }
+    [[nodiscard]] int32_t nframes() const { return series.empty() ? 0 : static_cast<int32_t>(series[0].size()); }
+
+    /// A mean and a spread per level for each of `positions`, and the result.
+    int32_t measure(decltype(cali_isp_roi_mean_std_calc) statistics, std::size_t positions) {
+        means.assign(positions, std::vector<float>(series.size(), 7));
+        spreads = means;
+        std::vector<float*> mean_pointers;
+        std::vector<float*> spread_pointers;
+        for (std::size_t c = 0; c < positions; ++c) {
+            mean_pointers.push_back(means[c].data());
+            spread_pointers.push_back(spreads[c].data());
+        }
+        return statistics(list, width, height, count(), static_cast<int32_t>(positions), nframes(),
+                          mean_pointers.data(), spread_pointers.data());
+    }
+    std::vector<std::vector<float>> means, spreads;
+
+private:
+    static std::vector<std::vector<uint32_t*>> pointers_of(Series& series) {
+        std::vector<std::vector<uint32_t*>> pointers(series.size());
+        for (std::size_t k = 0; k < series.size(); ++k) {
+            for (reference::Samples& frame : series[k]) {
+                pointers[k].push_back(frame.data());
+            }
+        }
+        return pointers;
     }
 };
 

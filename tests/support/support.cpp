@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <random>
 
 #include "boundary/warning.h"
 
@@ -91,10 +92,9 @@ reference::Grids plausible_grids(Random& random, int cols, int rows) {
 }
 
 std::vector<uint32_t> random_samples(Random& random, std::size_t count, uint32_t low, uint32_t high) {
-    std::uniform_int_distribution<uint32_t> distribution(low, high);
     std::vector<uint32_t> samples(count);
     for (uint32_t& sample : samples) {
-        sample = distribution(random);
+        sample = low + static_cast<uint32_t>(random() % (uint64_t{high} - low + 1));
     }
     return samples;
 }

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <span>
 #include <string>
 #include <vector>
@@ -132,7 +131,29 @@ template <typename Range>
                      std::span<const typename Range::value_type>(actual));
 }
 
-using Random = std::mt19937;
+/// Splitmix64: the same numbers from every compiler and library.
+class Random {
+public:
+    explicit Random(uint64_t seed) : state_(seed) {}
+
+    uint32_t operator()() {
+        uint64_t z = state_ += 0x9E3779B97F4A7C15U;
+        z = (z ^ (z >> 30U)) * 0xBF58476D1CE4E5B9U;
+        z = (z ^ (z >> 27U)) * 0x94D049BB133111EBU;
+        return static_cast<uint32_t>((z ^ (z >> 31U)) >> 32U);
+    }
+
+    /// Whole numbers within low..high.
+    int32_t within(int32_t low, int32_t high) {
+        return static_cast<int32_t>(low + static_cast<int64_t>((*this)() % static_cast<uint64_t>(high - low + 1)));
+    }
+
+    /// From 0 up to 1, in steps of 2^-20.
+    double unit() { return static_cast<double>((*this)() >> 12U) / 1048576.0; }
+
+private:
+    uint64_t state_;
+};
 
 template <typename T, std::size_t size>
 [[nodiscard]] T pick(Random& random, const std::array<T, size>& values) {

@@ -1,0 +1,75 @@
+/// Many random calls in one number, and what that number was when it was recorded.
+#pragma once
+
+#include <ranges>
+#include <string>
+#include <type_traits>
+
+#include "support/support.h"
+
+namespace cali::test {
+
+/// A number over everything that it is given, in its order.
+class Digest {
+public:
+    /// Numbers, and ranges of whatever it takes. NaN is NaN, whatever its bits: compilers differ in them. An operator,
+    /// because its operands are evaluated from left to right.
+    template <typename Value>
+    Digest& operator<<(const Value& value) {
+        if constexpr (std::ranges::range<Value>) {
+            *this << std::ranges::size(value);
+            for (const auto& element : value) {
+                *this << element;
+            }
+        } else {
+            static_assert(std::is_arithmetic_v<Value>);
+            uint64_t bits = 0x7FF8;
+            if (value == value) {
+                bits = 0;
+                std::memcpy(&bits, &value, sizeof value);
+            }
+            state_ = (state_ ^ bits) * 0x9E3779B97F4A7C15U;
+            state_ ^= state_ >> 32U;
+        }
+        return *this;
+    }
+
+    /// The names and contents of the files in the current directory, which are removed.
+    void take_files();
+
+    /// 16 digits.
+    [[nodiscard]] std::string text() const;
+
+private:
+    uint64_t state_ = 0;
+};
+
+/// Compares with tests/support/digests.txt. Where the environment names a file in CALI_RECORD_DIGESTS, as
+/// scripts/update-digests does, appends to that instead.
+void expect_digest(const std::string& name, const Digest& digest);
+
+/// Calls `call(random, turn, digest)` `turns` times on every instruction set, in a directory of its own, and compares
+/// the digest, to which all warnings and all that was printed are added, with the one recorded as `name`. Names with
+/// "libm" in front rest on exp, log, pow, sin or cos: another C library may round those otherwise.
+template <typename Call>
+void expect_recorded(const std::string& name, int turns, Call&& call) {
+    const SavedModuleState saved;
+    on_every_isa([&] {
+        if (::testing::Test::HasFailure()) {
+            return;
+        }
+        const TemporaryDirectory directory;
+        Random random(name.size());
+        Digest digest;
+        CapturedOutput output;
+        const CapturedWarnings warnings;
+        ::testing::internal::CaptureStderr();
+        for (int turn = 0; turn < turns; ++turn) {
+            call(random, turn, digest);
+        }
+        digest << ::testing::internal::GetCapturedStderr() << output.take() << warnings.texts();
+        expect_digest(name, digest);
+    });
+}
+
+}  // namespace cali::test
