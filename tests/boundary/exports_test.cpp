@@ -1,7 +1,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "boundary/calls.h"
+#include "boundary/every_export.h"
 #include "math/colour_space.h"
 
 namespace cali::test {
@@ -26,9 +26,9 @@ TEST(Exports, ColourTableRemovesFilesOfSkippedPhases) {
     }
     setenv("CLUT_EXPORT_TABLE", "1", 1);
     setenv("CLUT_BYPASS_POSTPROCESS", "1", 1);
-    ClutCall call;
+    World world;
     CapturedOutput output;
-    EXPECT_EQ(call.rgb(), 0);
+    EXPECT_EQ(cali_clut_calc_rgb(world.from.data(), world.to.data(), 2, &world.clut, world.whole.data()), 0);
     unsetenv("CLUT_EXPORT_TABLE");
     unsetenv("CLUT_BYPASS_POSTPROCESS");
     EXPECT_NE(read_file("clut_phase_3.txt"), "");
@@ -36,12 +36,10 @@ TEST(Exports, ColourTableRemovesFilesOfSkippedPhases) {
 }
 
 TEST(Exports, NegativeNoiseIsNone) {
-    NoiseCall call;
     const std::array<float, 4> slopes{}, intercepts{0, 0, 0, -100};
-    call.x = slopes.data();
-    call.y = intercepts.data();
-    EXPECT_EQ(call.luma(), 0);
-    EXPECT_EQ(call.registers[1], 0);
+    int32_t slope = 7, level = 7;
+    EXPECT_EQ(cali_isp_ynr_np_fix_calc(slopes.data(), intercepts.data(), 64, "U4.8", "U8.0", &slope, &level), 0);
+    EXPECT_TRUE(slope == 0 && level == 0);
 }
 
 TEST(Exports, TransferCurveTurnsAtItsThreshold) {

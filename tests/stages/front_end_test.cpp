@@ -14,7 +14,9 @@ TEST(FrontEnd, RunsItsStagesInOrder) {
     std::vector<int32_t> tables(kRadialTableSize);
     std::ranges::generate(tables, [&] { return 500 + static_cast<int32_t>(random() % 600); });
     for_small_frames(random, {}, [&](const Geometry& geometry, std::vector<uint32_t> samples, std::size_t turn) {
-        const auto& [width, height, pattern] = geometry;
+        const int32_t width = geometry.width;
+        const int32_t height = geometry.height;
+        const int32_t pattern = geometry.pattern;
         // Each bit of the turn is a stage, or where the gains stand.
         FrontEnd front_end;
         front_end.gains_before_shading = (turn & 16U) != 0;
