@@ -11,9 +11,9 @@ RoiRgbMean grey(double code) { return {code, code, code, 1, 0}; }
 
 TEST(RegionColour, IsTheMeanOfItsPixels) {
     // 3 x 2 pixels: blue 0, 1, ... 5, green ten times, red 40 times that.
-    std::vector<uint8_t> image;
-    for (uint8_t i = 0; i < 6; ++i) {
-        image.insert(image.end(), {i, static_cast<uint8_t>(10 * i), static_cast<uint8_t>(40 * i)});
+    std::vector<uint8_t> image(3 * 6);
+    for (std::size_t i = 0; i < image.size(); ++i) {
+        image[i] = static_cast<uint8_t>(i / 3 * std::array{1U, 10U, 40U}[i % 3]);
     }
     const std::vector<RoiRect> rois = {{0, 0, 3, 2}, {1, 0, 2, 2}, {2, 1, 1, 1}, {0, 0, 0, 3}, {0, 0, 3, -1}};
     std::vector<RoiRgbMean> means(rois.size(), {7, 7, 7, 7, 7});
