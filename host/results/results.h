@@ -27,4 +27,16 @@ struct Results {
     std::optional<NoiseResults> noise;
 };
 
+class Archive;
+
+/// One codec per section of the results file, each in a file of its own: the fields of a result, written and read by the
+/// same walk.
+void fields(Archive& archive, BlackLevelResults& results);
+void fields(Archive& archive, LensShading& result);
+void fields(Archive& archive, WhiteBalance& result);
+void fields(Archive& archive, CurveResult& curve);
+void fields(Archive& archive, MatrixCalibration& result);
+void fields(Archive& archive, ColourTable& table);
+void fields(Archive& archive, NoiseResults& results);
+
 }  // namespace cali::host
