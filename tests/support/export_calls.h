@@ -19,13 +19,6 @@ void append_bytes(std::vector<unsigned char>& bytes, std::span<const T> values) 
     bytes.insert(bytes.end(), first, first + values.size_bytes());
 }
 
-/// A call holds pointers into itself.
-struct NoCopy {
-    NoCopy() = default;
-    NoCopy(const NoCopy&) = delete;
-    NoCopy& operator=(const NoCopy&) = delete;
-};
-
 /// cali_awb_calc and cali_awb_verify.
 struct AwbCall : NoCopy {
     OwnedFrame input;

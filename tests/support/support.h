@@ -21,9 +21,16 @@
 
 namespace cali::test {
 
+/// What stands for a state while it lives, or holds pointers into itself.
+struct NoCopy {
+    NoCopy() = default;
+    NoCopy(const NoCopy&) = delete;
+    NoCopy& operator=(const NoCopy&) = delete;
+};
+
 /// Collects what is printed on standard output while it lives. Failures that were reported meanwhile are among it, and
 /// are passed on to standard error.
-class CapturedOutput {
+class CapturedOutput : NoCopy {
 public:
     CapturedOutput() { ::testing::internal::CaptureStdout(); }
     ~CapturedOutput() {
@@ -31,8 +38,6 @@ public:
             (void)take();
         }
     }
-    CapturedOutput(const CapturedOutput&) = delete;
-    CapturedOutput& operator=(const CapturedOutput&) = delete;
 
     /// Once.
     std::string take() {
@@ -49,12 +54,10 @@ private:
 };
 
 /// Collects operator warnings, "CAPTION: TEXT" each, while it lives. One at a time.
-class CapturedWarnings {
+class CapturedWarnings : NoCopy {
 public:
     CapturedWarnings();
     ~CapturedWarnings();
-    CapturedWarnings(const CapturedWarnings&) = delete;
-    CapturedWarnings& operator=(const CapturedWarnings&) = delete;
 
     [[nodiscard]] const std::vector<std::string>& texts() const;
 };
@@ -63,12 +66,10 @@ public:
 [[nodiscard]] std::vector<Isa> available_isas();
 
 /// Restores the instruction set that was in force.
-class ForcedIsa {
+class ForcedIsa : NoCopy {
 public:
     explicit ForcedIsa(Isa isa) : before_(row_kernels().isa) { force_isa(isa); }
     ~ForcedIsa() { force_isa(before_); }
-    ForcedIsa(const ForcedIsa&) = delete;
-    ForcedIsa& operator=(const ForcedIsa&) = delete;
 
 private:
     Isa before_;
@@ -85,24 +86,20 @@ void on_every_isa(Body&& body) {
 }
 
 /// Leaves the module state as it was.
-class SavedModuleState {
+class SavedModuleState : NoCopy {
 public:
     SavedModuleState() : before_(module_state()) {}
     ~SavedModuleState() { module_state() = before_; }
-    SavedModuleState(const SavedModuleState&) = delete;
-    SavedModuleState& operator=(const SavedModuleState&) = delete;
 
 private:
     ModuleState before_;
 };
 
 /// Current directory while it lives; removed with its files afterwards.
-class TemporaryDirectory {
+class TemporaryDirectory : NoCopy {
 public:
     TemporaryDirectory();
     ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
 private:
     std::filesystem::path before_;
