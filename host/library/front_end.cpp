@@ -6,16 +6,11 @@
 #include "library/exports.h"
 
 namespace cali::host {
-namespace {
-
-constexpr int kMaxShadedSide = 8192;
-
-}  // namespace
 
 void require_shadeable(const Capture& frame) {
     if (frame.sensor.width > kMaxShadedSide || frame.sensor.height > kMaxShadedSide) {
         throw InputError(frame.file.string() + ": " + by(frame.sensor.width, frame.sensor.height) +
-                         " samples, expected at most 8192 either way");
+                         text(" samples, expected at most %d either way", kMaxShadedSide));
     }
 }
 
