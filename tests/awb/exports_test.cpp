@@ -23,9 +23,9 @@ TEST(RecordedCalls, WhiteBalanceGains) {
         0, 4, -2, -90, std::numeric_limits<int32_t>::max(), std::numeric_limits<int32_t>::min()};
     expect_recorded("awb.calc", 1000, [&](Random& random, int turn, Digest& digest) {
         AwbCall call = random_call(random, turn);
-        const auto x = random.within(-1, call.width);
+        const auto x = random.within(-1, call.input.width);
         const auto y = random.within(-1, call.input.height);
-        std::array<int32_t, 4> window = {x, y, random.within(-1, call.width - x),
+        std::array<int32_t, 4> window = {x, y, random.within(-1, call.input.width - x),
                                          random.within(-1, call.input.height - y)};
         if (turn % 5 == 0) {
             window[random() % 4] = pick(random, kFar);

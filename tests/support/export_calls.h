@@ -28,29 +28,25 @@ struct AwbCall : NoCopy {
 
     uint32_t* input_pointer = input.samples.data();
     uint32_t* output_pointer = output_samples.data();
-
-    uint32_t** frame = &input_pointer;
-    int32_t width = input.width, cols = nodes.cols, rows = nodes.rows, pattern = input.pattern;
     uint32_t height = static_cast<uint32_t>(input.height);
-    const uint32_t *red = nodes.red.data(), *green = nodes.green.data(), *blue = nodes.blue.data();
     reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
-    uint16_t *gain_r = &gains[0], *gain_g = &gains[1], *gain_b = &gains[2];
     std::array<uint16_t, 3> applied_gains{2048, 0, 1500};
-    uint32_t** output = &output_pointer;
 
     AwbCall(OwnedFrame frame_samples, reference::Grids grids)
         : input(std::move(frame_samples)), nodes(std::move(grids)) {}
 
     int32_t calc() {
         const auto& [offset, gain] = black;
-        return cali_awb_calc(frame, width, height, pattern, cols, rows, red, green, blue, offset[0], offset[1],
-                             offset[2], offset[3], gain[0], gain[1], gain[2], gain[3], gain_r, gain_g, gain_b);
+        return cali_awb_calc(&input_pointer, input.width, height, input.pattern, nodes.cols, nodes.rows,
+                             nodes.red.data(), nodes.green.data(), nodes.blue.data(), offset[0], offset[1], offset[2],
+                             offset[3], gain[0], gain[1], gain[2], gain[3], &gains[0], &gains[1], &gains[2]);
     }
     int32_t verify() {
         const auto& [offset, gain] = black;
-        return cali_awb_verify(frame, width, height, pattern, cols, rows, red, green, blue, offset[0], offset[1],
-                               offset[2], offset[3], gain[0], gain[1], gain[2], gain[3], applied_gains[0],
-                               applied_gains[1], applied_gains[2], output);
+        return cali_awb_verify(&input_pointer, input.width, height, input.pattern, nodes.cols, nodes.rows,
+                               nodes.red.data(), nodes.green.data(), nodes.blue.data(), offset[0], offset[1], offset[2],
+                               offset[3], gain[0], gain[1], gain[2], gain[3], applied_gains[0], applied_gains[1],
+                               applied_gains[2], &output_pointer);
     }
 
     /// All that a call could change.
@@ -74,16 +70,10 @@ struct BlcCall : NoCopy {
 
     uint32_t* input_pointer = input.samples.data();
     uint32_t* output_pointer = output_samples.data();
-
-    uint32_t** frame = &input_pointer;
     uint32_t width = static_cast<uint32_t>(input.width), height = static_cast<uint32_t>(input.height);
     int32_t pattern = input.pattern;
-    std::array<uint32_t*, 4> offset{&offsets[0], &offsets[1], &offsets[2], &offsets[3]};
-    std::array<float*, 4> gain{&gains[0], &gains[1], &gains[2], &gains[3]};
-    std::array<uint32_t*, 4> block_offset{}, histogram{};
     int32_t is_12bit = 1;
     reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
-    uint32_t** output = &output_pointer;
 
     explicit BlcCall(OwnedFrame frame_samples, uint32_t block_count = 2)
         : input(std::move(frame_samples)), blocks(block_count) {
@@ -91,37 +81,38 @@ struct BlcCall : NoCopy {
             // One entry more than is written.
             block_offsets[i].assign(std::size_t{blocks} * blocks / 4 + 1, kSentinel);
             histograms[i].assign(4096, kSentinel);
-            block_offset[i] = block_offsets[i].data();
-            histogram[i] = histograms[i].data();
         }
     }
 
     int32_t median() {
-        return cali_blc_calc_by_median(frame, width, height, pattern, offset[0], offset[1], offset[2], offset[3],
-                                       gain[0], gain[1], gain[2], gain[3]);
+        return cali_blc_calc_by_median(&input_pointer, width, height, pattern, &offsets[0], &offsets[1], &offsets[2],
+                                       &offsets[3], &gains[0], &gains[1], &gains[2], &gains[3]);
     }
     int32_t mean() {
-        return cali_blc_calc_by_mean(frame, width, height, pattern, offset[0], offset[1], offset[2], offset[3], gain[0],
-                                     gain[1], gain[2], gain[3]);
+        return cali_blc_calc_by_mean(&input_pointer, width, height, pattern, &offsets[0], &offsets[1], &offsets[2],
+                                     &offsets[3], &gains[0], &gains[1], &gains[2], &gains[3]);
     }
     int32_t deviation() {
-        return cali_blc_calc(frame, static_cast<int32_t>(width), static_cast<int32_t>(height), pattern, offset[0],
-                             offset[1], offset[2], offset[3], gain[0], gain[1], gain[2], gain[3], is_12bit);
+        return cali_blc_calc(&input_pointer, static_cast<int32_t>(width), static_cast<int32_t>(height), pattern,
+                             &offsets[0], &offsets[1], &offsets[2], &offsets[3], &gains[0], &gains[1], &gains[2],
+                             &gains[3], is_12bit);
     }
     int32_t local() {
-        return cali_blc_calc_by_localblc(frame, static_cast<int32_t>(width), static_cast<int32_t>(height), pattern,
-                                         block_offset[0], block_offset[1], block_offset[2], block_offset[3], nullptr,
-                                         nullptr, nullptr, nullptr, blocks);
+        return cali_blc_calc_by_localblc(&input_pointer, static_cast<int32_t>(width), static_cast<int32_t>(height),
+                                         pattern, block_offsets[0].data(), block_offsets[1].data(),
+                                         block_offsets[2].data(), block_offsets[3].data(), nullptr, nullptr, nullptr,
+                                         nullptr, blocks);
     }
     int32_t get_histogram() {
-        return cali_blc_get_histogram(frame, width, height, static_cast<uint32_t>(pattern), histogram[0], histogram[1],
-                                      histogram[2], histogram[3]);
+        return cali_blc_get_histogram(&input_pointer, width, height, static_cast<uint32_t>(pattern),
+                                      histograms[0].data(), histograms[1].data(), histograms[2].data(),
+                                      histograms[3].data());
     }
     int32_t verify() {
         const auto& [black_offset, black_gain] = black;
-        return cali_blc_verify(frame, width, height, static_cast<uint32_t>(pattern), black_offset[0], black_offset[1],
-                               black_offset[2], black_offset[3], black_gain[0], black_gain[1], black_gain[2],
-                               black_gain[3], output);
+        return cali_blc_verify(&input_pointer, width, height, static_cast<uint32_t>(pattern), black_offset[0],
+                               black_offset[1], black_offset[2], black_offset[3], black_gain[0], black_gain[1],
+                               black_gain[2], black_gain[3], &output_pointer);
     }
 
     /// All that a call could change.
