@@ -20,9 +20,7 @@ namespace cali::test {
 /// The exports on a raw frame of a chart.
 struct ChartCall : NoCopy {
     OwnedFrame input;
-    uint32_t* input_pointer = input.samples.data();
-    uint32_t* frame = input_pointer;
-    uint32_t** frame_pointer = &frame;
+    uint32_t* frame = input.samples.data();
     int32_t width = input.width, height = input.height, pattern = input.pattern;
     std::vector<RoiRect> windows = full_frame_windows({input.width, input.height, input.pattern});
     const RoiRect* given_windows = windows.data();
@@ -30,20 +28,14 @@ struct ChartCall : NoCopy {
     CcmToneCurves curves{curve.data(), 16, curve.data(), 16};
     const CcmToneCurves* tone_curves = &curves;
     CcmPreprocess black{{64, 64, 64, 64}, {1, 1, 1, 1}};
-    const CcmPreprocess* preprocess = &black;
     std::vector<CcmLensShading> shading = std::vector<CcmLensShading>(1);
-    const CcmLensShading* lens_shading = shading.data();
     int64_t gain_r = 1800, gain_b = 1500;
     int32_t white_point = 65;
     uint8_t tables_held = 0;
     std::vector<float> saturation_and_weights = std::vector<float>(25, 1.0F);
-    const float* weights = saturation_and_weights.data();
     std::array<float, 9> ccm{};
     std::array<int32_t, 9> q10{};
     std::array<uint16_t, 3> gains{};
-    float* ccm_out = ccm.data();
-    int32_t* q10_out = q10.data();
-    uint16_t* gain_out = gains.data();
 
     explicit ChartCall(OwnedFrame chart) : input(std::move(chart)) {
         shading[0].mode = 1;
@@ -54,24 +46,25 @@ struct ChartCall : NoCopy {
     }
 
     int32_t optimised() {
-        return cali_isp_ccm_pipe_calc_v2(frame, 0, given_windows, tone_curves, width, height, pattern, preprocess,
-                                         lens_shading, gain_r, gain_b, weights, 0, ccm_out, q10_out, white_point,
-                                         tables_held);
+        return cali_isp_ccm_pipe_calc_v2(frame, 0, given_windows, tone_curves, width, height, pattern, &black,
+                                         shading.data(), gain_r, gain_b, saturation_and_weights.data(), 0, ccm.data(),
+                                         q10.data(), white_point, tables_held);
     }
     int32_t joint() {
         const auto& [mode, cols, rows, red, green, blue, x, y, radial] = shading[0];
         const auto& [offset, gain] = black;
-        return cali_isp_awb_ccm(frame_pointer, width, height, pattern, cols, rows, red, green, blue, code(offset[0]),
+        return cali_isp_awb_ccm(&frame, width, height, pattern, cols, rows, red, green, blue, code(offset[0]),
                                 code(offset[1]), code(offset[2]), code(offset[3]), gain[0], gain[1], gain[2], gain[3],
-                                given_windows, 1.0F, weights, gain_out, &gains[1], &gains[2], ccm_out, q10_out);
+                                given_windows, 1.0F, saturation_and_weights.data(), &gains[0], &gains[1], &gains[2],
+                                ccm.data(), q10.data());
     }
     int32_t first_generation() {
         const auto& [mode, cols, rows, red, green, blue, x, y, radial] = shading[0];
         const auto& [offset, gain] = black;
-        return cali_isp_ccm_pipe_calc(frame_pointer, width, height, pattern, cols, rows, red, green, blue,
-                                      code(offset[0]), code(offset[1]), code(offset[2]), code(offset[3]), gain[0],
-                                      gain[1], gain[2], gain[3], static_cast<uint16_t>(gain_r), 7,
-                                      static_cast<uint16_t>(gain_b), given_windows, 1.0F, weights, ccm_out, q10_out);
+        return cali_isp_ccm_pipe_calc(&frame, width, height, pattern, cols, rows, red, green, blue, code(offset[0]),
+                                      code(offset[1]), code(offset[2]), code(offset[3]), gain[0], gain[1], gain[2],
+                                      gain[3], static_cast<uint16_t>(gain_r), 7, static_cast<uint16_t>(gain_b),
+                                      given_windows, 1.0F, saturation_and_weights.data(), ccm.data(), q10.data());
     }
     [[nodiscard]] static uint32_t code(int32_t value) { return static_cast<uint32_t>(value); }
     [[nodiscard]] std::vector<unsigned char> state() const {

