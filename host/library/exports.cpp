@@ -46,7 +46,8 @@ constexpr std::array<float, kChartPatches> kEqualWeights = [] {
 
 bool blc_by_median(Capture& dark, BlackLevels& levels, const LibraryOutput& output) {
     FrameArguments f(dark);
-    auto& [offset, gain] = levels;
+    auto& offset = levels.offset;
+    auto& gain = levels.gain;
     return run("cali_blc_calc_by_median", {dark.file, output}, [&] {
                return cali_blc_calc_by_median(&f.samples, f.unsigned_width(), f.unsigned_height(), f.pattern,
                                               &offset[kRR], &offset[kGR], &offset[kGB], &offset[kBB], &gain[kRR],
@@ -57,7 +58,8 @@ bool blc_by_median(Capture& dark, BlackLevels& levels, const LibraryOutput& outp
 BlackLevels blc_by_mean(Capture& dark, const LibraryOutput& output) {
     FrameArguments f(dark);
     BlackLevels levels;
-    auto& [offset, gain] = levels;
+    auto& offset = levels.offset;
+    auto& gain = levels.gain;
     run("cali_blc_calc_by_mean", {dark.file, output}, [&] {
         return cali_blc_calc_by_mean(&f.samples, f.unsigned_width(), f.unsigned_height(), f.pattern, &offset[kRR],
                                      &offset[kGR], &offset[kGB], &offset[kBB], &gain[kRR], &gain[kGR], &gain[kGB],
@@ -69,7 +71,8 @@ BlackLevels blc_by_mean(Capture& dark, const LibraryOutput& output) {
 BlackLevels blc_by_mean_deviation(Capture& dark, const LibraryOutput& output) {
     FrameArguments f(dark);
     BlackLevels levels;
-    auto& [offset, gain] = levels;
+    auto& offset = levels.offset;
+    auto& gain = levels.gain;
     run("cali_blc_calc", {dark.file, output}, [&] {
         return cali_blc_calc(&f.samples, f.width, f.height, f.pattern, &offset[kRR], &offset[kGR], &offset[kGB],
                              &offset[kBB], &gain[kRR], &gain[kGR], &gain[kGB], &gain[kBB], 1);
@@ -96,7 +99,8 @@ std::vector<Channels<uint32_t>> blc_by_blocks(Capture& dark, uint32_t blocks, co
 
 std::vector<uint32_t> blc_verify(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output) {
     FrameArguments f(frame);
-    const auto& [offset, gain] = black_level;
+    const auto& offset = black_level.offset;
+    const auto& gain = black_level.gain;
     std::vector<uint32_t> corrected(frame.samples.size());
     uint32_t* out = corrected.data();
     run("cali_blc_verify", {frame.file, output}, [&] {
@@ -130,7 +134,8 @@ ShadingTables lsc_calc(Capture& flat, const LscRequest& request, const BlackLeve
 void lsc_verify(Capture& flat, const BlackLevels& black_level, const ShadingTables& tables,
                 std::vector<uint32_t>& mesh_output, std::vector<uint32_t>& radial_output, const LibraryOutput& output) {
     FrameArguments f(flat);
-    const auto& [offset, gain] = black_level;
+    const auto& offset = black_level.offset;
+    const auto& gain = black_level.gain;
     mesh_output.resize(flat.samples.size());
     radial_output.resize(flat.samples.size());
     uint32_t* mesh = mesh_output.data();
@@ -146,7 +151,8 @@ void lsc_verify(Capture& flat, const BlackLevels& black_level, const ShadingTabl
 GainRegisters awb_calc(Capture& grey, const BlackLevels& black_level, const ShadingGrids& grids, const Window& window,
                        const LibraryOutput& output) {
     FrameArguments f(grey);
-    const auto& [offset, gain] = black_level;
+    const auto& offset = black_level.offset;
+    const auto& gain = black_level.gain;
     GainRegisters gains;
     cali_awb_setROI(window.x, window.y, window.width, window.height);
     run("cali_awb_calc", {grey.file, output}, [&] {
@@ -160,7 +166,8 @@ GainRegisters awb_calc(Capture& grey, const BlackLevels& black_level, const Shad
 
 std::vector<uint32_t> awb_verify(Capture& frame, const TuningValues& values, const LibraryOutput& output) {
     FrameArguments f(frame);
-    const auto& [offset, gain] = values.black_level;
+    const auto& offset = values.black_level.offset;
+    const auto& gain = values.black_level.gain;
     const ShadingGrids& grids = values.grids;
     std::vector<uint32_t> corrected(frame.samples.size());
     uint32_t* out = corrected.data();
@@ -202,7 +209,8 @@ std::vector<float> awb_curve_table(const Call& call) {
 MatrixRegisters ccm_pipe(Capture& chart, const TuningValues& values, const ChartWindows& windows,
                          const LibraryOutput& output) {
     FrameArguments f(chart);
-    const auto& [offset, gain] = values.black_level;
+    const auto& offset = values.black_level.offset;
+    const auto& gain = values.black_level.gain;
     const ShadingGrids& grids = values.grids;
     MatrixRegisters matrix;
     run("cali_isp_ccm_pipe_calc", {chart.file, output}, [&] {
@@ -218,7 +226,8 @@ MatrixRegisters ccm_pipe(Capture& chart, const TuningValues& values, const Chart
 MatrixRegisters awb_ccm(Capture& chart, const TuningValues& values, const ChartWindows& windows, GainRegisters& gains,
                         const LibraryOutput& output) {
     FrameArguments f(chart);
-    const auto& [offset, gain] = values.black_level;
+    const auto& offset = values.black_level.offset;
+    const auto& gain = values.black_level.gain;
     const ShadingGrids& grids = values.grids;
     MatrixRegisters matrix;
     run("cali_isp_awb_ccm", {chart.file, output}, [&] {

@@ -1,6 +1,7 @@
 /// Runs the program as a user does.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <cstdint>
 #include <filesystem>
 #include <nlohmann/json.hpp>
