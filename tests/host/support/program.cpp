@@ -24,7 +24,9 @@ TemporaryFolder::TemporaryFolder() {
 
 TemporaryFolder::~TemporaryFolder() {
     std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    if (!stays_) {
+        std::filesystem::remove_all(path_, ignored);
+    }
 }
 
 std::vector<std::string> TemporaryFolder::names() const {
@@ -91,15 +93,33 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return at == std::string::npos ? text : text.replace(at, from.size(), to);
 }
 
+namespace {
+
+void make_session(const std::filesystem::path& folder) {
+    run_line(folder,
+             "simulate . --size 640x480 --pattern GRBG --illuminants 2850 5000 6500 --dark-frames 2 --series-levels 4 "
+             "--bend 0.3 --seed 4");
+    run_line(folder, "calibrate session.toml --registers --corrected --pictures --tables --log library.log");
+}
+
+TEST(SimulatedSession, IsMade) {
+    if (const char* const shared = std::getenv("CALI_TEST_SESSION")) {
+        std::filesystem::remove_all(shared);
+        std::filesystem::create_directories(shared);
+        make_session(shared);
+    }
+    EXPECT_TRUE(std::filesystem::exists(simulated_session() / "results.json"));
+}
+
+}  // namespace
+
 const TemporaryFolder& simulated_session() {
+    if (const char* const shared = std::getenv("CALI_TEST_SESSION")) {
+        static const TemporaryFolder existing{std::filesystem::path(shared)};
+        return existing;
+    }
     static const TemporaryFolder folder;
-    static const bool made = [] {
-        run_line(folder.path(),
-                 "simulate . --size 640x480 --pattern GRBG --illuminants 2850 5000 6500 --dark-frames 2 "
-                 "--series-levels 4 --bend 0.3 --seed 4");
-        run_line(folder.path(), "calibrate session.toml --registers --corrected --pictures --tables --log library.log");
-        return true;
-    }();
+    static const bool made = (make_session(folder.path()), true);
     (void)made;
     return folder;
 }

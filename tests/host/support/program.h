@@ -12,10 +12,11 @@
 
 namespace cali::test {
 
-/// A fresh folder that goes when it is done with.
+/// A fresh folder that goes when it is done with, or one that is there and stays.
 class TemporaryFolder {
 public:
     TemporaryFolder();
+    explicit TemporaryFolder(std::filesystem::path existing) : path_(std::move(existing)), stays_(true) {}
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -27,6 +28,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    bool stays_ = false;
 };
 
 struct ProgramRun {
@@ -61,7 +63,8 @@ void write_text(const std::filesystem::path& file, const std::string& text);
 [[nodiscard]] std::string replaced(std::string text, const std::string& from, const std::string& to);
 
 /// Captures of a simulated sensor (640 x 480, three lights, a short series) and the chain's results on them with every
-/// output, made once per process. Tests leave it as it is.
+/// output. Made once: by SimulatedSession.IsMade in the folder that CALI_TEST_SESSION names, else in each process.
+/// Tests leave it as it is.
 [[nodiscard]] const TemporaryFolder& simulated_session();
 
 /// The folder of real captures that CALI_TEST_DATA names.
