@@ -29,8 +29,8 @@ struct Results {
 
 class Archive;
 
-/// One codec per section of the results file, each in a file of its own: the fields of a result, written and read by the
-/// same walk.
+/// One codec per section of the results file, each in a file of its own: the fields of a result, written and read by
+/// the same walk.
 void fields(Archive& archive, BlackLevelResults& results);
 void fields(Archive& archive, LensShading& result);
 void fields(Archive& archive, WhiteBalance& result);

@@ -74,6 +74,8 @@ TEST(Calibrate, RunsEveryCalibrationAndWritesWhatIsAskedFor) {
         }
     }
     EXPECT_EQ(made.count("noise.svg"), 1U);
+    EXPECT_TRUE(std::filesystem::exists(folder / "series_1_1.raw"));
+    EXPECT_TRUE(std::filesystem::exists(folder / "series_4_2.pgm"));
 }
 
 TEST(Calibrate, GivesTheSameBitsOnTheBaselineInstructionSet) {

@@ -87,6 +87,13 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
          {"noise --session s.toml --level grey.raw --slope-format U4", "--slope-format is 'U4', expected a format"},
          {"noise --session s.toml --level grey.raw --level dark.raw", "expected levels from dark to bright", 1},
          {"simulate out --size 2x2", "width is 2, expected 24 to 8192"},
+         {"simulate out --bits 17", "--bits: Value 17 not in range"},
+         {"simulate out --format tiff", "--format: tiff not in {raw,pgm,both}"},
+         {"simulate out --illuminants 1600", "1600 not in range 1667 to 25000"},
+         {"simulate out --bend 1.1", "1.1 not in range -1 to 1"},
+         {"simulate out --read-noise -1", "-1 not in range 0 to 200"},
+         {"simulate out --conversion-gain 101", "101 not in range 0 to 100"},
+         {"simulate out --dark-frames 0", "--dark-frames: Value 0 not in range"},
          {"simulate dark.raw", "dark.raw: is no folder and cannot be made one"}});
 }
 
