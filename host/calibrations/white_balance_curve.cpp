@@ -28,6 +28,7 @@ CurveResult fit_curve(const std::vector<WhiteBalance>& entries, const std::files
     // Ratios of the light's colour: red over green, and blue over green.
     const auto ratio = [](uint16_t gain) { return 1024.0F / static_cast<float>(gain); };
     std::vector<exports::CurveLight> points;
+    points.reserve(lights.size());
     for (const WhiteBalance& light : lights) {
         points.push_back({ratio(light.gains.red), ratio(light.gains.blue), static_cast<float>(*light.illuminant_k)});
     }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kSchema = 1;
 
-void sensor_fields(Archive sensor, SensorGeometry& geometry) {
+void sensor_fields(Archive& sensor, SensorGeometry& geometry) {
     sensor.field("width", geometry.width, 0, kMaxSide);
     sensor.field("height", geometry.height, 0, kMaxSide);
     sensor.choice("pattern", kPatternNames, geometry.pattern);

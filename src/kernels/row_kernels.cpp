@@ -37,9 +37,9 @@ namespace avx2 {
 
 #include "kernels/simd_avx2.inc"
 //
-#include "kernels/row_kernels.inc"
+#include "kernels/row_kernels.inc"  // NOLINT(readability-duplicate-include): over other lanes
 //
-#include "kernels/plane_kernels.inc"
+#include "kernels/plane_kernels.inc"  // NOLINT(readability-duplicate-include)
 
 }  // namespace avx2
 

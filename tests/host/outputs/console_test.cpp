@@ -82,7 +82,8 @@ TEST(Console, EveryCalibrationShowsItsFigures) {
         "3.00000 11 12 13 4.00000 5.00000 6.00000 14 15 16 7.00000 8.00000 9.00000 17 18 19 mean dE*ab worst "
         "dE*ab mean dE2000 worst dE2000 before 1.00 2.00 ( 3) 3.00 4.00 ( 4) after 5.00 6.00 ( 5) 7.00 8.00 ( 6)");
     EXPECT_EQ(
-        squeezed(describe(host::ColourTable{{"c.raw", {}, {}, {}, 2}, {}, {}, {}, {0.7, 1.4}, {0.3, 0.6}, 0.5, 0.1})),
+        squeezed(describe(
+            host::ColourTable{{"c.raw", {}, {}, {}, 2}, {}, {}, {}, {0.7, 1.4, 0, {}}, {0.3, 0.6, 0, {}}, 0.5, 0.1})),
         "Colour table: c.raw, rgb, 33^3 nodes, strength 1.00, radius 0.20 2 components that the matrix pushed out "
         "of 0..1 were limited to it CIEDE2000 before: mean 0.700, worst 1.400; after: mean 0.300, worst 0.600 "
         "leave-one-out mean 0.500; greys move by at most 0.100");
@@ -93,15 +94,13 @@ TEST(Console, EveryCalibrationShowsItsFigures) {
     noise.variance.fill({{0.25F, 9}, 0.02});
     noise.registers = {{{21, 31}, {22, 32}, {23, 33}, {24, 34}}};
     noise.luma_registers = {41, 42};
-    std::string expected =
-        "Noise over [1, 2, 3, 4], mean and deviation in codes level frames RR GR GB BB level 1 2 1.00 5.000 2.00 6.000 "
-        "3.00 7.000 4.00 8.000 channel deviation = slope, intercept residual variance = codes/electron, read noise "
-        "residual slope, level";
-    for (const char* channel : {"rr 21 31", "gr 22 32", "gb 23 33", "bb 24 34"}) {
-        const std::string text = channel;
-        expected += " " + text.substr(0, 2) + " 0.500000 1.0000 1.00 % 0.2500 3.000 2.00 %" + text.substr(2);
-    }
-    EXPECT_EQ(squeezed(describe(noise)), expected + " registers U4.12 and U10.0 at code 1024; luma 41, 42");
+    EXPECT_EQ(squeezed(describe(noise)),
+              "Noise over [1, 2, 3, 4], mean and deviation in codes level frames RR GR GB BB level 1 2 1.00 5.000 2.00 "
+              "6.000 3.00 7.000 4.00 8.000 channel deviation = slope, intercept residual variance = codes/electron, "
+              "read noise residual slope, level "
+              "rr 0.500000 1.0000 1.00 % 0.2500 3.000 2.00 % 21 31 gr 0.500000 1.0000 1.00 % 0.2500 3.000 2.00 % 22 32 "
+              "gb 0.500000 1.0000 1.00 % 0.2500 3.000 2.00 % 23 33 bb 0.500000 1.0000 1.00 % 0.2500 3.000 2.00 % 24 34 "
+              "registers U4.12 and U10.0 at code 1024; luma 41, 42");
 }
 
 }  // namespace
