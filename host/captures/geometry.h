@@ -58,6 +58,9 @@ struct Window {
 /// Throws InputError.
 void set_size(Geometry& geometry, const std::string& text);
 
+/// "RGGB" for 3.
+[[nodiscard]] inline const char* pattern_name(int pattern) { return kPatternNames[static_cast<std::size_t>(pattern)]; }
+
 /// "RGGB" in either case, or 0 to 3. Throws InputError.
 [[nodiscard]] int parse_pattern(const std::string& text, const std::string& where);
 

@@ -75,8 +75,8 @@ void act(const SimulateOptions& options) {
     write_text_file(folder / "truth.json", truth_text(plan));
     write_text_file(folder / "session.toml", session_text(sensor, names));
     std::printf("written: %zu captures of %d x %d, %s, %d bits; %s; %s\n", names.count(), sensor.width, sensor.height,
-                kPatternNames[static_cast<std::size_t>(sensor.pattern)], sensor.bits,
-                (folder / "session.toml").string().c_str(), (folder / "truth.json").string().c_str());
+                pattern_name(sensor.pattern), sensor.bits, (folder / "session.toml").string().c_str(),
+                (folder / "truth.json").string().c_str());
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ void act(const VerifyOptions& options) {
         std::printf("%td samples above 4095 were limited to it\n", above);
     }
     std::printf("written: %s (%d x %d, %s, 12 bits)\n", options.out.c_str(), sensor.width, sensor.height,
-                kPatternNames[static_cast<std::size_t>(sensor.pattern)]);
+                pattern_name(sensor.pattern));
 }
 
 }  // namespace

@@ -61,18 +61,19 @@ public:
         }
     }
 
+    /// A choice, as text. `name_of(choice)`; `parse(text, what)` throws InputError where no choice has that name.
+    template <typename Choice, typename Name, typename Parse>
+    void named(const char* key, Choice& value, Name name_of, Parse parse) {
+        std::string name = reading() ? "" : name_of(value);
+        field(key, name);
+        if (reading()) {
+            value = parse(name, where(key));
+        }
+    }
+
     void file(const char* key, std::filesystem::path& value);
     /// A file, or else "unity".
     void file_or_unity(const char* key, std::filesystem::path& value);
-
-    template <typename Choice, std::size_t size>
-    void choice(const char* key, const std::array<const char*, size>& names, Choice& value) {
-        std::string name = reading() ? "" : names[static_cast<std::size_t>(value)];
-        field(key, name);
-        if (reading()) {
-            value = parse_choice<Choice>(names, name, where(key));
-        }
-    }
 
     /// Follows from other fields: written for readers, not read back.
     void derived(const char* key, Json value) {

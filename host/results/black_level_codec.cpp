@@ -42,9 +42,7 @@ void block_fields(Archive& archive, std::vector<Channels<uint32_t>>& blocks) {
 }  // namespace
 
 void fields(Archive& archive, BlackLevelResults& results) {
-    std::string method = method_name(results.method);
-    archive.field("method", method);
-    results.method = parse_method(method, archive.where("method"));
+    archive.named("method", results.method, method_name, parse_method);
     archive.derived("scale_bits", kLibraryBits);
     level_fields(archive, results.values);
     archive.derived("frames", Json::array());

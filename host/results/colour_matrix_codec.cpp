@@ -46,12 +46,8 @@ void patch_field(Archive& patches, const char* key, std::vector<Colour>& colours
 void fields(Archive& archive, MatrixCalibration& result) {
     archive.file("file", result.file);
     archive.field("illuminant_k", result.illuminant_k);
-    std::string method = matrix_method_name(result.settings.method);
-    archive.field("method", method);
-    result.settings.method = parse_matrix_method(method, archive.where("method"));
-    std::string white = white_point_name(result.settings.white_point);
-    archive.field("white_point", white);
-    result.settings.white_point = parse_white_point(white, archive.where("white_point"));
+    archive.named("method", result.settings.method, matrix_method_name, parse_matrix_method);
+    archive.named("white_point", result.settings.white_point, white_point_name, parse_white_point);
     archive.field("saturation", result.settings.saturation);
     archive.file_or_unity("lens_shading", result.flat_field);
     gain_fields(archive, result.gains);

@@ -6,9 +6,7 @@ void fields(Archive& archive, ColourTable& table) {
     ColourTableSettings& settings = table.settings;
     archive.file("file", table.input.file);
     archive.field("illuminant_k", table.input.illuminant_k);
-    std::string domain = table_domain_name(settings.domain);
-    archive.field("domain", domain);
-    settings.domain = parse_table_domain(domain, archive.where("domain"));
+    archive.named("domain", settings.domain, table_domain_name, parse_table_domain);
     archive.field("nodes", settings.nodes, 2, 65);
     archive.field("strength", settings.strength);
     archive.field("radius", settings.radius);

@@ -60,9 +60,7 @@ void radial_fields(Archive& radial, ShadingTables& tables) {
 void fields(Archive& archive, LensShading& result) {
     archive.file("file", result.file);
     archive.field("illuminant_k", result.illuminant_k);
-    std::string type = shading_type_name(result.settings.type);
-    archive.field("type", type);
-    result.settings.type = parse_shading_type(type, archive.where("type"));
+    archive.named("type", result.settings.type, shading_type_name, parse_shading_type);
     archive.field("denoise", result.settings.denoise);
     archive.field("width", result.tables.width, 1, kMaxSide);
     archive.field("height", result.tables.height, 1, kMaxSide);

@@ -15,7 +15,7 @@ constexpr int kSchema = 1;
 void sensor_fields(Archive& sensor, SensorGeometry& geometry) {
     sensor.field("width", geometry.width, 0, kMaxSide);
     sensor.field("height", geometry.height, 0, kMaxSide);
-    sensor.choice("pattern", kPatternNames, geometry.pattern);
+    sensor.named("pattern", geometry.pattern, pattern_name, parse_pattern);
     sensor.field("bits", geometry.bits, kMinBits, kMaxBits);
     sensor.field("white_level", geometry.white_level);
 }

@@ -23,8 +23,8 @@ std::string session_text(const SensorModel& sensor, const ShotNames& names) {
     std::ostringstream text;
     text << "# Captures of a simulated sensor; truth.json tells what it is made of.\n"
          << "[sensor]\nwidth = " << sensor.width << "\nheight = " << sensor.height
-         << "\npattern = " << quoted(kPatternNames[static_cast<std::size_t>(sensor.pattern)])
-         << "\nbits = " << sensor.bits << "\n\n[captures]\n# Lens capped.\ndark = [\n";
+         << "\npattern = " << quoted(pattern_name(sensor.pattern)) << "\nbits = " << sensor.bits
+         << "\n\n[captures]\n# Lens capped.\ndark = [\n";
     for (const std::string& file : names.dark) {
         text << "    " << quoted(file) << ",\n";
     }

@@ -10,7 +10,7 @@ std::string truth_text(const SimulationPlan& plan) {
     json["seed"] = plan.seed;
     json["width"] = sensor.width;
     json["height"] = sensor.height;
-    json["pattern"] = kPatternNames[static_cast<std::size_t>(sensor.pattern)];
+    json["pattern"] = pattern_name(sensor.pattern);
     json["bits"] = sensor.bits;
     json["scale_bits"] = kLibraryBits;
     for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {

@@ -59,23 +59,6 @@ TEST(LookUpTable, MendsTheChartAndLeavesGreys) {
     }
 }
 
-/// Targets exchanged at random: the shifts cross.
-TEST(LookUpTable, KeepsNeighboursInOrder) {
-    Random random(111);
-    std::vector<clut::ColourCell> cells(40);
-    for (clut::ColourCell& cell : cells) {
-        cell = {{random.unit(), random.unit(), random.unit()}, {random.unit(), random.unit(), random.unit()}, 1};
-    }
-    const clut::Table table = table_of(Domain::rgb, cells, {17, 12, 9});
-    table.lattice.for_each_node([&](const std::array<int32_t, 3>& node, std::size_t i) {
-        for (std::size_t a = 0; a < 3; ++a) {
-            if (node[a] > 0) {
-                ASSERT_GE(table.value[3 * i + a], table.value[3 * (i - table.lattice.stride(a)) + a]) << "axis " << a;
-            }
-        }
-    });
-}
-
 /// Reds on either side of hue 0, both to be turned by 10 degrees.
 TEST(LookUpTable, HueWraps) {
     std::vector<clut::ColourCell> cells;

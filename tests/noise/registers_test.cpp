@@ -40,16 +40,6 @@ TEST(NoiseRegisters, MoveToOtherFormatsRounded) {
     EXPECT_EQ(moved({1023, 0}, "U1.8", "U8.0"), (Pair{511, 0}));
 }
 
-TEST(NoiseRegisters, LumaIsOneGreyLine) {
-    // All channels 0.01 s + 1: luma has sqrt(0.299^2 + 0.587^2 + 0.114^2) = 0.66858 of it.
-    const std::array<float, 4> slopes = {0.01F, 0.01F, 0.01F, 0.01F};
-    const std::array<float, 4> intercepts = {1, 1, 1, 1};
-    Pair out{};
-    ASSERT_EQ(cali_isp_ynr_np_fix_calc(slopes.data(), intercepts.data(), 2000, "U1.20", "U8.0", &out[0], &out[1]), 0);
-    EXPECT_NEAR(out[0], 0.0066858 * 1048576, 2);
-    EXPECT_EQ(out[1], 14);  // 14.04
-}
-
 TEST(NoiseRegisters, AnEmptyFormatIsAnException) {
     Pair out = {-7, -7};
     const auto convert = [&](const char* slope_format, const char* level_format) {

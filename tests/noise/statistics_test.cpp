@@ -69,32 +69,5 @@ TEST(NoiseStatistics, MatchThePlainSums) {
     }
 }
 
-TEST(NoiseStatistics, BlackLevelMatchesThePlainOne) {
-    Random random(101);
-    for (const Geometry& geometry : small_geometries()) {
-        const auto samples = samples_of_kind(random, pick(random, kSampleKinds), geometry.size());
-        const auto width = static_cast<uint32_t>(geometry.width);
-        const auto height = static_cast<uint32_t>(geometry.height);
-        const std::array<uint32_t, 3> black = {60, 64, pick(random, kExtremeSamples)};
-        SeriesCall::Series expected = {{samples, samples}};
-        for (reference::Samples& frame : expected[0]) {
-            for (uint32_t i = 0; i < frame.size(); ++i) {
-                const int code = reference::colour_code(geometry.pattern, i / width, i % width);
-                const auto above = static_cast<int32_t>(frame[i] - black[static_cast<std::size_t>(std::min(code, 2))]);
-                frame[i] = static_cast<uint32_t>(std::clamp(above, 0, 4095));
-            }
-        }
-        on_every_isa([&] {
-            SeriesCall call({{samples, samples}}, width, height);
-            std::array<uint32_t, 8> out{};
-            ASSERT_EQ(
-                cali_isp_np_float_calc(&call.list, width, height, 1, 2, geometry.pattern, black[0], black[1], black[2],
-                                       0, &out[0], &out[1], &out[2], &out[3], &out[4], &out[5], &out[6], &out[7]),
-                0);
-            ASSERT_EQ(call.series, expected) << geometry;
-        });
-    }
-}
-
 }  // namespace
 }  // namespace cali::test

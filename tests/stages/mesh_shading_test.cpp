@@ -63,19 +63,5 @@ TEST(MeshShading, EqualsThePlainVersionOnLongFrames) {
     }
 }
 
-TEST(MeshShading, UnityCostsFullScaleOneCode) {
-    // Not by the plain version's leave: unity in, unity out.
-    for (const auto& [cols, rows] : kNodeCounts) {
-        const reference::Grids grids = make_grids(cols, rows, [] { return 512U; });
-        std::vector<uint32_t> samples(70 * 50, 1000);
-        std::vector<uint32_t> expected = samples;
-        std::fill_n(samples.begin() + 70, 70, 4095);
-        std::fill_n(expected.begin() + 70, 70, 4094);
-        FrontEnd front_end;
-        front_end.mesh = library_record(grids);
-        expect_stage({70, 50, 1}, samples, front_end, expected);
-    }
-}
-
 }  // namespace
 }  // namespace cali::test

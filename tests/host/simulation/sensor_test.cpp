@@ -40,14 +40,6 @@ TEST(Illuminant, MatchesTabulatedWhites) {
     }
 }
 
-TEST(Illuminant, AdaptationTakesWhiteToWhite) {
-    const host::Vector3 white = host::illuminant_white(4000);
-    const host::Vector3 adapted = host::adapt_from_d65(host::xyz_of_linear_srgb({1, 1, 1}), white);
-    for (std::size_t k = 0; k < 3; ++k) {
-        EXPECT_NEAR(adapted[k], white[k], 1e-4);
-    }
-}
-
 TEST(Sensor, NoiseHasTheVarianceOfTheModel) {
     SensorModel sensor;
     sensor.width = 400;
