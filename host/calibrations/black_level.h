@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/black_level_settings.h"
 #include "captures/frame.h"
@@ -25,6 +26,7 @@ struct BlackLevelResults {
     BlackLevelMethod method = BlackLevelMethod::median;
     BlackLevels values;
     std::vector<DarkFrameLevels> frames;
+    Record record;
 };
 
 /// `blocks` 0: no local means. Throws CalibrationError.

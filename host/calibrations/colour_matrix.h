@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/colour_matrix_settings.h"
 #include "captures/frame.h"
@@ -35,6 +36,7 @@ struct MatrixCalibration {
     int limited = 0;                ///< components that the matrix pushed out of 0..1
     ChartDifferences before;
     ChartDifferences after;
+    Record record;
 };
 
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/colour_table_settings.h"
 #include "library/library_call.h"
@@ -30,6 +31,7 @@ struct ColourTable {
     DifferenceSummary after;
     double leave_one_out = 0;  ///< mean over the patches, each behind a table made without it
     double grey_movement = 0;  ///< largest CIEDE2000 of a 64-step grey ramp
+    Record record;
 };
 
 /// Throws CalibrationError.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/progress.h"
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/noise_settings.h"
 #include "captures/frame.h"
@@ -40,6 +41,7 @@ struct NoiseResults {
     Channels<exports::LineRegisters> registers{};  ///< of the deviation's line
     exports::LineRegisters luma_registers;
     std::vector<std::string> warnings;
+    Record record;
 };
 
 /// Frames are read one by one and cut to the window; a level's windows are all that is kept. Bits are those of

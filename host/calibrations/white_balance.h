@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
@@ -18,6 +19,7 @@ struct WhiteBalance {
     std::filesystem::path flat_field;  ///< whose mesh was applied; empty: unity grids
     Window window;
     GainRegisters gains;
+    Record record;
 };
 
 /// Centred, even-aligned, at most 256 x 256: larger sums lose precision. Throws InputError for frames below 4 x 4.

@@ -4,6 +4,7 @@
 #include <array>
 #include <fstream>
 
+#include "base/digest.h"
 #include "base/error.h"
 #include "captures/pgm_file.h"
 #include "captures/raw_file.h"
@@ -49,6 +50,7 @@ Capture read_capture(const std::filesystem::path& file, const Geometry& geometry
     require_known(file, geometry.pattern.has_value(), "colour pattern", "--pattern");
     capture.sensor.pattern = *geometry.pattern;
     const Bytes content = read_bytes(file);
+    capture.input = {file, content.size(), digest_of(content)};
     std::ranges::find_if(kReaders, [&](const Reader& reader) {
         return reader.recognises(file, content);
     })->read(capture, content, geometry);

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "captures/channels.h"
 
 namespace cali::host {
@@ -39,6 +40,7 @@ struct TuningValues {
     ShadingGrids grids;
     std::filesystem::path flat_field;  ///< whose mesh the grids are; empty: unity grids
     GainRegisters gains;
+    std::vector<ValueRecord> origin;  ///< of what is not the default
 };
 
 /// A colour-correction matrix, row-major, and its registers (1024 = 1.0).
