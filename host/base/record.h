@@ -40,6 +40,8 @@ struct Record {
     OptionRecord options;
     std::vector<InputRecord> inputs;
     std::vector<ValueRecord> values;
+    /// Of values that come from an option or another file than the run's own results: its name. Not kept.
+    std::string given;
 };
 
 }  // namespace cali::host

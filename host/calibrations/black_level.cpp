@@ -44,7 +44,7 @@ DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const Library
 }
 
 BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method) {
-    BlackLevelResults results{method, {}, std::move(frames)};
+    BlackLevelResults results{method, {}, std::move(frames), {}};
     for (std::size_t c = 0; c < results.values.offset.size(); ++c) {
         double sum = 0;
         for (const DarkFrameLevels& frame : results.frames) {

@@ -19,7 +19,7 @@ struct CurvePoint {
 };
 
 struct CurveResult {
-    AwbCurveRecord record{};
+    AwbCurveRecord fit{};
     double reference_k = 0;  ///< the light nearest 5000 K
     std::vector<CurvePoint> points;
     std::vector<float> table;  ///< the curve at x = 0, 0.01, ... 1.99: its running minimum, within 0..8

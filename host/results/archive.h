@@ -72,6 +72,8 @@ public:
     }
 
     void file(const char* key, std::filesystem::path& value);
+    /// Absent where there is none.
+    void file(const char* key, std::optional<std::filesystem::path>& value);
     /// A file, or else "unity".
     void file_or_unity(const char* key, std::filesystem::path& value);
 

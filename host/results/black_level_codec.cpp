@@ -56,6 +56,7 @@ void fields(Archive& archive, BlackLevelResults& results) {
         }
         block_fields(entry, frame.blocks);
     });
+    record_fields(archive, results.record);
 }
 
 }  // namespace cali::host
