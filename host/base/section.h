@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ struct Figure {
     std::string name;
     double value = 0;
     std::string unit;
+    std::optional<double> uncertainty = {};  ///< standard uncertainty, in the same unit
 };
 
 struct Column {

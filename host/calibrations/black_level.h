@@ -35,6 +35,9 @@ struct BlackLevelResults {
 /// One method over several frames: offsets are the rounded means over the frames, one or more.
 [[nodiscard]] BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method);
 
+/// Offsets that are known, in codes of `bits` bits.
+[[nodiscard]] BlackLevelResults given_black_level(const Channels<uint32_t>& codes, int bits);
+
 [[nodiscard]] Section describe(const BlackLevelResults& results);
 
 }  // namespace cali::host

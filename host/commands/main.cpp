@@ -25,10 +25,7 @@ int run(int argc, char** argv) {
               add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command}) {
             add(line);
         }
-        if (const auto problem = line.parse_and_run(argc, argv)) {
-            throw InputError(*problem);
-        }
-        return 0;
+        return line.parse_and_run(argc, argv);
     } catch (const InputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kWrongInput;

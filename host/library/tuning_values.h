@@ -40,6 +40,7 @@ struct TuningValues {
     ShadingGrids grids;
     std::filesystem::path flat_field;  ///< whose mesh the grids are; empty: unity grids
     GainRegisters gains;
+    std::optional<double> gains_k;    ///< light of the grey card that the gains come from
     std::vector<ValueRecord> origin;  ///< of what is not the default
 };
 
