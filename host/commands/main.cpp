@@ -4,6 +4,8 @@
 #include <new>
 
 #include "base/error.h"
+#include "base/output_file.h"
+#include "base/system_file.h"
 #include "cali/cali.h"
 #include "commands/commands.h"
 
@@ -28,11 +30,15 @@ int run(int argc, char** argv) {
         if (const auto problem = line.parse_and_run(argc, argv)) {
             throw InputError(*problem);
         }
+        require_standard_output();
         return 0;
     } catch (const InputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kWrongInput;
     } catch (const CalibrationError& problem) {
+        std::fprintf(stderr, "cali: %s\n", problem.what());
+        return kFailed;
+    } catch (const OutputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kFailed;
     } catch (const std::bad_alloc&) {
@@ -53,5 +59,6 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only th
 #else
     setenv("CALI_WARNINGS", "stderr", 1);
 #endif
+    cali::host::system_file::clean_up_on_signals();
     return run(argc, argv);
 }
