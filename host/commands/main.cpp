@@ -4,6 +4,8 @@
 #include <new>
 
 #include "base/error.h"
+#include "base/output_file.h"
+#include "base/system_file.h"
 #include "cali/cali.h"
 #include "commands/commands.h"
 
@@ -25,11 +27,16 @@ int run(int argc, char** argv) {
               add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command}) {
             add(line);
         }
-        return line.parse_and_run(argc, argv);
+        const int status = line.parse_and_run(argc, argv);
+        require_standard_output();
+        return status;
     } catch (const InputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kWrongInput;
     } catch (const CalibrationError& problem) {
+        std::fprintf(stderr, "cali: %s\n", problem.what());
+        return kFailed;
+    } catch (const OutputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kFailed;
     } catch (const std::bad_alloc&) {
@@ -50,5 +57,6 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only th
 #else
     setenv("CALI_WARNINGS", "stderr", 1);
 #endif
+    cali::host::system_file::clean_up_on_signals();
     return run(argc, argv);
 }

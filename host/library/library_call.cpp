@@ -4,6 +4,8 @@
 #include <array>
 
 #include "base/error.h"
+#include "base/output_file.h"
+#include "base/system_file.h"
 
 #ifdef _WIN32
 #include <io.h>
@@ -21,22 +23,30 @@ namespace {
 /// Points standard output elsewhere while it lives.
 class RedirectedOutput {
 public:
+    /// Throws OutputError where standard output does not take what was printed before.
     explicit RedirectedOutput(std::FILE* target) {
-        std::fflush(stdout);
+        require_standard_output();
         saved_ = dup(fileno(stdout));
         if (saved_ >= 0) {
             dup2(fileno(target), fileno(stdout));
         }
     }
-    ~RedirectedOutput() {
-        std::fflush(stdout);
-        if (saved_ >= 0) {
-            dup2(saved_, fileno(stdout));
-            close(saved_);
-        }
-    }
+    ~RedirectedOutput() { (void)restore(); }
     RedirectedOutput(const RedirectedOutput&) = delete;
     RedirectedOutput& operator=(const RedirectedOutput&) = delete;
+
+    /// False where the target did not take all.
+    bool restore() {
+        if (saved_ < 0) {
+            return true;
+        }
+        const bool taken = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+        std::clearerr(stdout);  // not standard output's own error
+        dup2(saved_, fileno(stdout));
+        close(saved_);
+        saved_ = -1;
+        return taken;
+    }
 
 private:
     int saved_ = -1;
@@ -53,16 +63,17 @@ void copy_to_stderr(std::FILE* file) {
 
 }  // namespace
 
-LibraryOutput::LibraryOutput() : LibraryOutput(Mode::keep, nullptr) {}
+LibraryOutput::LibraryOutput() : LibraryOutput(Mode::keep, nullptr, {}) {}
 
-LibraryOutput LibraryOutput::verbose() { return LibraryOutput(Mode::verbose, nullptr); }
+LibraryOutput LibraryOutput::verbose() { return {Mode::verbose, nullptr, {}}; }
 
 LibraryOutput LibraryOutput::to_file(const std::filesystem::path& file) {
-    std::FILE* const log = std::fopen(file.string().c_str(), "wb");
+    std::FILE* const log =
+        is_standard_output(file) ? system_file::duplicate_standard_output() : std::fopen(file.string().c_str(), "wb");
     if (log == nullptr) {
         throw InputError(file.string() + ": cannot be written as the log");
     }
-    return LibraryOutput(Mode::file, log);
+    return {Mode::file, log, file};
 }
 
 int LibraryOutput::call(const char* name, const std::function<int()>& run) const {
@@ -72,14 +83,15 @@ int LibraryOutput::call(const char* name, const std::function<int()>& run) const
     }
     if (mode_ == Mode::file) {
         std::fprintf(file_.get(), "== %s\n", name);
-        std::fflush(file_.get());
-        int status = 0;
-        {
-            const RedirectedOutput redirected(file_.get());
-            status = run();
-        }
+        bool taken = std::fflush(file_.get()) == 0;
+        RedirectedOutput redirected(file_.get());
+        const int status = run();
+        taken = redirected.restore() && taken;
         // Both descriptors share the position in the file.
         std::fseek(file_.get(), 0, SEEK_END);
+        if (!taken) {
+            throw OutputError(name_.string() + ": the log cannot be written; is the disk full?");
+        }
         return status;
     }
     const std::unique_ptr<std::FILE, CloseFile> kept(std::tmpfile());

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace cali::host {
 
@@ -15,10 +16,10 @@ public:
     LibraryOutput();
     /// Shown on standard error as it comes.
     static LibraryOutput verbose();
-    /// Collected in a file. Throws InputError.
+    /// Collected in a file; "-" is standard output. Throws InputError.
     static LibraryOutput to_file(const std::filesystem::path& file);
 
-    /// Runs one export and returns its status.
+    /// Runs one export and returns its status. Throws OutputError where the file does not take what is printed.
     int call(const char* name, const std::function<int()>& run) const;
 
 private:
@@ -27,9 +28,11 @@ private:
     };
     enum class Mode { keep, verbose, file };
 
-    explicit LibraryOutput(Mode mode, std::FILE* file) : mode_(mode), file_(file) {}
+    LibraryOutput(Mode mode, std::FILE* file, std::filesystem::path name)
+        : mode_(mode), name_(std::move(name)), file_(file) {}
 
     Mode mode_;
+    std::filesystem::path name_;
     std::unique_ptr<std::FILE, CloseFile> file_;
 };
 
