@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <cstdio>
 
+#include "base/error.h"
 #include "base/output_file.h"
+#include "base/text.h"
 #include "commands/commands.h"
 #include "simulation/session_text.h"
 #include "simulation/truth.h"
@@ -8,12 +11,16 @@
 namespace cali::host {
 namespace {
 
+constexpr const char* kTruthName = "truth.json";
+constexpr const char* kSessionName = "session.toml";
+
 struct SimulateOptions {
     std::string folder;
     std::string size = "1920x1080";
     std::string pattern = "RGGB";
     std::string format = "both";
     std::vector<double> axis;
+    bool overwrite = false;
     SimulationPlan plan;
 };
 
@@ -50,9 +57,37 @@ void describe(Command& command, SimulateOptions& options) {
     command.option("--series-frames", options.plan.series_frames, "frames per brightness level")
         .whole_range(1, 999)
         .show_default();
+    command.flag("--overwrite", options.overwrite, "replace files of these names that the folder holds");
     command.examples(
         "  cali simulate shots\n"
         "  cali simulate shots --size 640x480 --pattern GRBG --bits 10 --format pgm --seed 7");
+}
+
+/// Names have whole kelvin.
+void require_distinct(std::vector<std::string> names) {
+    std::ranges::sort(names);
+    const auto twin = std::ranges::adjacent_find(names);
+    if (twin != names.end()) {
+        throw InputError("--illuminants: two lights would give files named " + *twin +
+                         ", expected lights that differ by a kelvin or more");
+    }
+}
+
+/// A folder of the user's own captures may have such names.
+void require_no_files(const std::filesystem::path& folder, const std::vector<std::string>& names) {
+    std::vector<std::filesystem::path> found;
+    for (const std::string& name : names) {
+        std::error_code error;
+        if (std::filesystem::symlink_status(folder / name, error).type() != std::filesystem::file_type::not_found) {
+            found.push_back(folder / name);
+        }
+    }
+    if (!found.empty()) {
+        const std::string others =
+            found.size() == 1 ? "" : text(", and %zu more of the files to be written", found.size() - 1);
+        throw InputError(found[0].string() + ": exists already" + others +
+                         "; expected a folder without them, or --overwrite");
+    }
 }
 
 void act(const SimulateOptions& options) {
@@ -69,14 +104,21 @@ void act(const SimulateOptions& options) {
     sensor.axis_y = options.axis.empty() ? -0.006 * sensor.width : options.axis[1];
     sensor.round_pedestals();
 
-    make_folder(options.folder);
     const std::filesystem::path folder = options.folder;
+    std::vector<std::string> files = shot_files(plan);
+    require_distinct(files);
+    if (!options.overwrite) {
+        files.emplace_back(kTruthName);
+        files.emplace_back(kSessionName);
+        require_no_files(folder, files);
+    }
+    make_folder(folder);
     const ShotNames names = take_shots(plan, folder);
-    write_text_file(folder / "truth.json", truth_text(plan));
-    write_text_file(folder / "session.toml", session_text(sensor, names));
+    write_text_file(folder / kTruthName, truth_text(plan));
+    write_text_file(folder / kSessionName, session_text(sensor, names));
     std::printf("written: %zu captures of %d x %d, %s, %d bits; %s; %s\n", names.count(), sensor.width, sensor.height,
-                pattern_name(sensor.pattern), sensor.bits, (folder / "session.toml").string().c_str(),
-                (folder / "truth.json").string().c_str());
+                pattern_name(sensor.pattern), sensor.bits, (folder / kSessionName).string().c_str(),
+                (folder / kTruthName).string().c_str());
 }
 
 }  // namespace

@@ -24,33 +24,19 @@ enum Stream : uint32_t {
     kSeriesStream = 10000
 };
 
-/// Returns the name for the session file.
-std::string take(const SimulationPlan& plan, const std::filesystem::path& folder, const std::string& stem,
-                 const Scene& scene, uint32_t stream) {
-    const std::vector<uint16_t> samples = expose(plan.sensor, scene, plan.seed, stream);
-    if (plan.raw) {
-        write_raw(folder / (stem + ".raw"), samples);
-    }
-    if (plan.pgm) {
-        write_pgm(folder / (stem + ".pgm"), plan.sensor.width, plan.sensor.height, plan.sensor.bits, samples);
-    }
-    return stem + (plan.raw ? ".raw" : ".pgm");
-}
+struct Shot {
+    std::string stem;  ///< of its files' names
+    Scene scene;
+    uint32_t stream = 0;
+};
 
-}  // namespace
-
-std::size_t ShotNames::count() const {
-    std::size_t total = dark.size() + flat.size() + grey.size() + chart.size();
-    for (const std::vector<std::string>& level : series) {
-        total += level.size();
-    }
-    return total;
-}
-
-ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& folder) {
+/// Goes through all shots without exposing any; `on_shot` receives each.
+template <typename OnShot>
+ShotNames plan_shots(const SimulationPlan& plan, OnShot on_shot) {
     const SensorModel& sensor = plan.sensor;
-    const auto shoot = [&](const std::string& stem, const Scene& scene, uint32_t stream) {
-        return take(plan, folder, stem, scene, stream);
+    const auto shoot = [&](const std::string& stem, Scene scene, uint32_t stream) {
+        on_shot(Shot{stem, std::move(scene), stream});
+        return stem + (plan.raw ? ".raw" : ".pgm");
     };
     ShotNames names;
     for (int i = 0; i < plan.dark_frames; ++i) {
@@ -79,6 +65,42 @@ ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& fo
         }
     }
     return names;
+}
+
+}  // namespace
+
+std::size_t ShotNames::count() const {
+    std::size_t total = dark.size() + flat.size() + grey.size() + chart.size();
+    for (const std::vector<std::string>& level : series) {
+        total += level.size();
+    }
+    return total;
+}
+
+std::vector<std::string> shot_files(const SimulationPlan& plan) {
+    std::vector<std::string> files;
+    (void)plan_shots(plan, [&](const Shot& shot) {
+        if (plan.raw) {
+            files.push_back(shot.stem + ".raw");
+        }
+        if (plan.pgm) {
+            files.push_back(shot.stem + ".pgm");
+        }
+    });
+    return files;
+}
+
+ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& folder) {
+    const SensorModel& sensor = plan.sensor;
+    return plan_shots(plan, [&](const Shot& shot) {
+        const std::vector<uint16_t> samples = expose(sensor, shot.scene, plan.seed, shot.stream);
+        if (plan.raw) {
+            write_raw(folder / (shot.stem + ".raw"), samples);
+        }
+        if (plan.pgm) {
+            write_pgm(folder / (shot.stem + ".pgm"), sensor.width, sensor.height, sensor.bits, samples);
+        }
+    });
 }
 
 }  // namespace cali::host

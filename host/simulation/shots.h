@@ -37,6 +37,9 @@ struct ShotNames {
     [[nodiscard]] std::size_t count() const;
 };
 
+/// Names of the files that take_shots writes, in its order.
+[[nodiscard]] std::vector<std::string> shot_files(const SimulationPlan& plan);
+
 /// Writes the files. Throws InputError.
 [[nodiscard]] ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& folder);
 

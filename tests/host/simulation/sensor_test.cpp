@@ -111,6 +111,13 @@ TEST(Simulate, SameSeedSameFiles) {
         EXPECT_NE(first, read_text(folder.path() / "c" / name));
     }
     EXPECT_NE(read_text(folder.path() / "a/dark_1.raw"), read_text(folder.path() / "a/dark_2.raw"));
+
+    // What a user keeps under such a name stays; seven captures in two formats and two texts would be written.
+    write_text(folder.path() / "a/dark_1.raw", "mine");
+    const std::string again = "simulate a --size 64x48 --illuminants 5000 --dark-frames 2 --series-levels 1 --seed 7";
+    expect_errors(folder, {{again, "a/dark_1.raw: exists already, and 15 more of the files to be written"}});
+    run_line(folder.path(), again + " --overwrite");
+    EXPECT_EQ(read_text(folder.path() / "a/dark_1.raw"), read_text(folder.path() / "b/dark_1.raw"));
 }
 
 }  // namespace
