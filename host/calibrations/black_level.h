@@ -8,6 +8,7 @@
 #include "base/record.h"
 #include "base/section.h"
 #include "calibrations/black_level_settings.h"
+#include "calibrations/dark_measures.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
@@ -20,6 +21,7 @@ struct DarkFrameLevels {
     std::array<BlackLevels, kBlackLevelMethods> by_method;  ///< indexed by BlackLevelMethod
     bool median_in_bounds = true;
     std::vector<Channels<uint32_t>> blocks;  ///< local means, where asked for
+    DarkMeasures measures;
 };
 
 struct BlackLevelResults {

@@ -36,6 +36,7 @@ struct MatrixCalibration {
     int limited = 0;                ///< components that the matrix pushed out of 0..1
     ChartDifferences before;
     ChartDifferences after;
+    std::optional<double> leave_one_out;
     Record record;
 };
 

@@ -29,6 +29,7 @@ struct ColourTable {
     std::vector<Colour> result;  ///< linear patches behind the table
     DifferenceSummary before;    ///< CIEDE2000
     DifferenceSummary after;
+    bool needed = true;
     double leave_one_out = 0;  ///< mean over the patches, each behind a table made without it
     double grey_movement = 0;  ///< largest CIEDE2000 of a 64-step grey ramp
     Record record;

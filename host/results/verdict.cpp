@@ -11,12 +11,11 @@ namespace {
 
 /// How near a measured value is to its limit, 1 at the limit; of those without a number nothing is known.
 double nearness(const Finding& finding) {
-    if (!finding.value || !finding.limit) {
+    if (!finding.value || !finding.limit || *finding.limit == 0 || *finding.value == 0) {
         return -1;
     }
-    const double high = std::max(std::abs(*finding.value), 1e-12);
-    const double limit = std::max(std::abs(*finding.limit), 1e-12);
-    return std::min(high / limit, limit / high);
+    const double ratio = std::abs(*finding.value / *finding.limit);
+    return std::min(ratio, 1 / ratio);
 }
 
 bool decides(const Finding& a, const Finding& b) {
