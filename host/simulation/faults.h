@@ -23,42 +23,40 @@ struct Shot {
     uint32_t stream = 0;  ///< of the random numbers
 };
 
+/// What its amount means stands beside each.
 enum class FaultKind {
-    light_leak,
-    saturated_dark,
-    defects,
-    column,
-    dark_drift,
-    tilt,
-    dust,
-    smear,
-    flat_clipping,
-    flat_dim,
-    grey_clipping,
-    grey_dim,
-    grey_on_chart,
-    shading_by_light,
-    chart_clipping,
-    chart_dim,
-    chart_shift,
-    chart_mirrored,
-    wrong_light,
-    flicker,
-    series_clipping,
+    light_leak,        ///< codes of light at the top left corner of dark frames
+    saturated_dark,    ///< % of a dark frame's samples at full scale
+    defects,           ///< hot pixels of dark frames, ppm
+    column,            ///< codes by which a column of dark frames is off
+    dark_drift,        ///< codes from one dark frame to the next
+    tilt,              ///< % by which the light falls from left to right over a flat field
+    dust,              ///< % by which a spot of a flat field is darker
+    smear,             ///< % by which a streak down a flat field is brighter
+    flat_clipping,     ///< exposed so many times as long
+    flat_dim,          ///< the same
+    grey_clipping,     ///< the same
+    grey_dim,          ///< the same
+    grey_on_chart,     ///< 1: the chart stands in place of the grey card
+    shading_by_light,  ///< by how much more red, and less blue, of grey cards and charts falls off than of flat fields
+    chart_clipping,    ///< exposed so many times as long
+    chart_dim,         ///< the same
+    chart_shift,       ///< % of the width to the right
+    chart_mirrored,    ///< 1: left to right
+    wrong_light,       ///< kelvin that charts are really under
+    flicker,           ///< % by which every second frame of a level is brighter
+    series_clipping,   ///< exposed so many times as long
 };
 
 struct Fault {
     FaultKind kind = FaultKind::light_leak;
-    double amount = 0;  ///< in the fault's own unit; docs/simulation.md lists them
+    double amount = 0;
 };
 
 [[nodiscard]] const char* fault_name(FaultKind kind);
 
 /// "tilt", or "tilt=8". Throws InputError.
 [[nodiscard]] Fault parse_fault(const std::string& text, const std::string& where);
-
-/// Names with what their amounts mean, for a help text.
-[[nodiscard]] std::string fault_list();
 
 /// The capture with its faults, in codes of the file's own depth. Those of other kinds of captures do nothing.
 [[nodiscard]] std::vector<uint16_t> take(Shot shot, const std::vector<Fault>& faults, uint64_t seed);
