@@ -86,6 +86,22 @@ constexpr std::array<CheckRecord, kChecks> kRecords = {{
     {"operator_warning", "", true, {0, 0}, "the library warns"},
     {"other_sensor", "", true, {0, 0}, "values of another sensor are applied"},
     {"stale", "", true, {0, 0}, "made with values that have changed since: run it again"},
+    {"diff_offset", "codes", true, {2, 8}, "black levels differ"},
+    {"diff_flatness", "%", true, {2, 5}, "fields differ in evenness"},
+    {"diff_mesh_largest", "%", true, {4, 10}, "mesh gains differ at a node"},
+    {"diff_mesh_rms", "%", true, {1.5, 4}, "mesh gains differ"},
+    {"diff_radial_largest", "%", true, {4, 10}, "radial gains differ at a radius"},
+    {"diff_radial_rms", "%", true, {1.5, 4}, "radial gains differ"},
+    {"diff_gain", "%", true, {2, 5}, "white-balance gains differ"},
+    {"diff_curve_largest", "", true, {0.05, 0.2}, "white-balance curves differ at a point"},
+    {"diff_curve_rms", "", true, {0.02, 0.1}, "white-balance curves differ"},
+    {"diff_matrix", "", true, {0.1, 0.3}, "colour matrices differ in an entry"},
+    {"diff_colour", "dE", true, {1, 3}, "colour differences are not those of the golden sample"},
+    {"diff_table_largest", "codes", true, {60, 200}, "colour tables differ at a node"},
+    {"diff_table_rms", "codes", true, {10, 40}, "colour tables differ"},
+    {"diff_noise", "%", true, {10, 30}, "noise differs"},
+    {"diff_other", "%", true, {10, 30}, "figures differ"},
+    {"diff_missing", "", true, {0, 0}, "in one of the files only"},
 }};
 
 }  // namespace

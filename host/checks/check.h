@@ -62,8 +62,25 @@ enum class Check : std::size_t {
     operator_warning,
     other_sensor,
     stale,
+    // Of cali diff, whose limits stand under [diff] without the first part of their names.
+    diff_offset,
+    diff_flatness,
+    diff_mesh_largest,
+    diff_mesh_rms,
+    diff_radial_largest,
+    diff_radial_rms,
+    diff_gain,
+    diff_curve_largest,
+    diff_curve_rms,
+    diff_matrix,
+    diff_colour,
+    diff_table_largest,
+    diff_table_rms,
+    diff_noise,
+    diff_other,
+    diff_missing,
 };
-inline constexpr std::size_t kChecks = static_cast<std::size_t>(Check::stale) + 1;
+inline constexpr std::size_t kChecks = static_cast<std::size_t>(Check::diff_missing) + 1;
 
 struct Limit {
     double warn = 0;

@@ -29,14 +29,6 @@ std::string section_of(const std::string& command) {
     return found == kSectionsOfCommands.end() ? "" : found->second;
 }
 
-std::string to_text(const SensorGeometry& sensor) {
-    return by(sensor.width, sensor.height) + text(", %s, %d bits", pattern_name(sensor.pattern), sensor.bits);
-}
-
-bool same(const SensorGeometry& a, const SensorGeometry& b) {
-    return a.width == b.width && a.height == b.height && a.pattern == b.pattern && a.bits == b.bits;
-}
-
 bool is_there(const std::filesystem::path& file) {
     std::error_code error;
     return !is_passed_on(file) && std::filesystem::exists(file, error);
@@ -144,7 +136,7 @@ StepRules Run::rules() const {
 void Run::require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file) {
     const SensorGeometry before = std::exchange(made_.sensor, sensor);
     const bool known = before.width != 0;
-    if (!known || same(before, sensor)) {
+    if (!known || same_sensor(before, sensor)) {
         return;
     }
     const std::string message = file.string() + ": " + to_text(sensor) + "; " + options_.results +

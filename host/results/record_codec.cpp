@@ -61,6 +61,9 @@ void limit_fields(Archive& archive, Limits& limits) {
         for (std::size_t i = 0; i < kChecks; ++i) {
             const auto check = static_cast<Check>(i);
             const char* const code = record_of(check).code;
+            if (table.reading() && !table.holds(code)) {
+                continue;  // a check that came later
+            }
             std::array<double, 2> pair = {limits[check].warn, limits[check].fail};
             table.field(code, pair);
             limits.set(code, {pair[0], pair[1]}, table.where(code));

@@ -145,7 +145,12 @@ Session read_session(const std::filesystem::path& file) {
 
 void read_limits(const std::filesystem::path& file, Limits& limits) {
     const TomlSection root = TomlSection::read_file(file);
-    set_limits(root.holds("limits") ? root.section("limits") : root, limits);
+    root.allow_only({"limits", "diff"});
+    set_limits(root.section("limits"), limits);
+    const TomlSection diff = root.section("diff");
+    for (const auto& [code, pair] : diff.number_pairs()) {
+        limits.set("diff_" + code, {pair[0], pair[1]}, diff.where(code));
+    }
 }
 
 }  // namespace cali::host

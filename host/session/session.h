@@ -37,7 +37,8 @@ struct Session {
 /// Capture paths are relative to the file's folder. Unknown keys are errors. Throws InputError.
 [[nodiscard]] Session read_session(const std::filesystem::path& file);
 
-/// A file of limits, whose keys are the checks' codes: each overrides the one in force. Throws InputError.
+/// A file of limits: tables [limits], whose keys are the checks' codes, and [diff]. Each overrides the one in force.
+/// Throws InputError.
 void read_limits(const std::filesystem::path& file, Limits& limits);
 
 }  // namespace cali::host
