@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "calibrations/black_level_settings.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
@@ -13,18 +14,30 @@
 
 namespace cali::host {
 
+/// Of codes; exact.
+struct SampleSums {
+    uint64_t count = 0;
+    uint64_t sum = 0;
+    uint64_t squares = 0;
+};
+
 /// All global methods on one dark frame.
 struct DarkFrameLevels {
     std::filesystem::path file;
     std::array<BlackLevels, kBlackLevelMethods> by_method;  ///< indexed by BlackLevelMethod
     bool median_in_bounds = true;
     std::vector<Channels<uint32_t>> blocks;  ///< local means, where asked for
+    Channels<SampleSums> samples{};          ///< without defects
+    double step = 1;                         ///< one code of the file's own depth, in 12-bit codes
 };
 
 struct BlackLevelResults {
     BlackLevelMethod method = BlackLevelMethod::median;
     BlackLevels values;
     std::vector<DarkFrameLevels> frames;
+    /// Unrounded, in 12-bit codes: over all frames, without samples more than 6 robust deviations off their frame's
+    /// median.
+    Channels<Measured> mean{};
 };
 
 /// `blocks` 0: no local means. Throws CalibrationError.

@@ -6,11 +6,19 @@
 #include <vector>
 
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
 
 namespace cali::host {
+
+/// Means of green over those of red and blue in the window, with the uncertainty that the noise in the window makes;
+/// the values applied before are taken as exact.
+struct UnroundedGains {
+    Measured red;
+    Measured blue;
+};
 
 struct WhiteBalance {
     std::filesystem::path file;
@@ -18,6 +26,7 @@ struct WhiteBalance {
     std::filesystem::path flat_field;  ///< whose mesh was applied; empty: unity grids
     Window window;
     GainRegisters gains;
+    UnroundedGains unrounded{};
 };
 
 /// Centred, even-aligned, at most 256 x 256: larger sums lose precision. Throws InputError for frames below 4 x 4.

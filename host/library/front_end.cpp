@@ -23,17 +23,33 @@ std::vector<uint32_t> apply_front_end(Capture& frame, const TuningValues& values
     return exports::awb_verify(frame, values, output);
 }
 
-std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,
-                                          const ChartWindows& windows) {
-    require_shadeable(chart);
+FrontEnd front_end_of(const TuningValues& values) {
     const auto& [offset, gain] = values.black_level;
     const ShadingGrids& grids = values.grids;
     FrontEnd front_end;
     front_end.black_level = BlackLevel::from_red_first({offset[kRR], offset[kGR], offset[kGB], offset[kBB]}, gain);
     front_end.mesh = MeshGrids{grids.cols, grids.rows, grids.red.data(), grids.green.data(), grids.blue.data()};
     front_end.wb_gains = WbGains{values.gains.red, values.gains.blue};
+    return front_end;
+}
+
+std::vector<uint32_t> window_behind(const Capture& frame, const FrontEnd& front_end, const RoiRect& window) {
+    require_shadeable(frame);
+    FrontEndRows rows(frame.view(), front_end);
+    rows.set_columns(window.x, window.w);
+    std::vector<uint32_t> samples(static_cast<std::size_t>(window.w) * static_cast<std::size_t>(window.h));
+    for (int32_t y = 0; y < window.h; ++y) {
+        rows.row(window.y + y, frame.view().row(window.y + y) + window.x,
+                 samples.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(window.w));
+    }
+    return samples;
+}
+
+std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,
+                                          const ChartWindows& windows) {
+    require_shadeable(chart);
     std::vector<Colour> means;
-    for (const PatchSums& patch : sum_chart(chart.view(), front_end, windows)) {
+    for (const PatchSums& patch : sum_chart(chart.view(), front_end_of(values), windows)) {
         Colour& mean = means.emplace_back();
         for (std::size_t c = 0; c < mean.size(); ++c) {
             mean[c] = static_cast<double>(patch.sum[c]) / (static_cast<double>(patch.count[c]) * kLibraryFullScale);
