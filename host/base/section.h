@@ -9,7 +9,7 @@
 
 namespace cali::host {
 
-/// One number with its unit: "codes", "K", "%"; empty for a ratio.
+/// One number with its unit: "codes", "K", "%"; empty for a ratio. The uncertainty is one standard deviation.
 struct Figure {
     std::string name;
     double value = 0;

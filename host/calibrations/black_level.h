@@ -7,6 +7,7 @@
 
 #include "base/record.h"
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "calibrations/black_level_settings.h"
 #include "calibrations/dark_measures.h"
 #include "captures/frame.h"
@@ -15,6 +16,13 @@
 
 namespace cali::host {
 
+/// Of codes; exact.
+struct SampleSums {
+    uint64_t count = 0;
+    uint64_t sum = 0;
+    uint64_t squares = 0;
+};
+
 /// All global methods on one dark frame.
 struct DarkFrameLevels {
     std::filesystem::path file;
@@ -22,12 +30,17 @@ struct DarkFrameLevels {
     bool median_in_bounds = true;
     std::vector<Channels<uint32_t>> blocks;  ///< local means, where asked for
     DarkMeasures measures;
+    Channels<SampleSums> samples{};          ///< without defects
+    double step = 1;                         ///< one code of the file's own depth, in 12-bit codes
 };
 
 struct BlackLevelResults {
     BlackLevelMethod method = BlackLevelMethod::median;
     BlackLevels values;
     std::vector<DarkFrameLevels> frames;
+    /// Unrounded, in 12-bit codes: over all frames, without samples more than 6 robust deviations off their frame's
+    /// median.
+    Channels<Measured> mean{};
     Record record;
 };
 

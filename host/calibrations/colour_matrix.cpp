@@ -1,10 +1,13 @@
 #include "calibrations/colour_matrix.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "base/uncertainty.h"
 #include "calibrations/chart_geometry.h"
+#include "library/chart_mosaic.h"
 #include "library/exports.h"
 #include "library/front_end.h"
 #include "math/colour_space.h"
@@ -119,12 +122,19 @@ void scale_exposure(TuningValues& values, double factor) {
     }
 }
 
+struct FitRequest {
+    const TuningValues& values;
+    const ChartWindows& windows;
+    const MatrixSettings& settings;
+    exports::PatchWeights weights = exports::kEqualWeights;
+};
+
 /// The method's export; the joint one finds its own gains.
-MatrixRegisters fit(Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                    const MatrixSettings& settings, GainRegisters& gains, const LibraryOutput& output) {
+MatrixRegisters fit(Capture& chart, const FitRequest& request, GainRegisters& gains, const LibraryOutput& output) {
+    const auto& [values, windows, settings, weights] = request;
     switch (settings.method) {
-        case MatrixMethod::lsq: return exports::ccm_pipe(chart, values, windows, output);
-        case MatrixMethod::joint: return exports::awb_ccm(chart, values, windows, gains, output);
+        case MatrixMethod::lsq: return exports::ccm_pipe(chart, values, windows, weights, output);
+        case MatrixMethod::joint: return exports::awb_ccm(chart, values, windows, weights, gains, output);
         default: break;
     }
     constexpr int kMostNodes = exports::kMostOptimisedNodes;
@@ -132,7 +142,41 @@ MatrixRegisters fit(Capture& chart, const TuningValues& values, const ChartWindo
         throw InputError(chart.file.string() + ": a mesh of " + by(values.grids.cols, values.grids.rows) +
                          " nodes, the optimised method takes at most " + by(kMostNodes, kMostNodes));
     }
-    return exports::ccm_pipe_optimised(chart, values, windows, {settings.white_point, settings.saturation}, output);
+    return exports::ccm_pipe_optimised(chart, values, windows, weights, {settings.white_point, settings.saturation},
+                                       output);
+}
+
+/// Fills `uncertainty` and `leave_one_out`: the fit again without each patch. The standard error is the delete-one
+/// jackknife's (B. Efron, C. Stein, The jackknife estimate of variance, Annals of Statistics 9, 1981).
+void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCalibration& result) {
+    const MosaicOrder order =
+        whole.settings.method == MatrixMethod::optimised ? MosaicOrder::gains_first : MosaicOrder::mesh_first;
+    ChartMosaic mosaic = set_together(chart, whole.values, whole.windows, order);
+    const LibraryOutput quiet;
+    constexpr double kCount = kChartPatches;
+    std::vector<std::array<float, 9>> without;
+    std::array<double, 9> mean{};
+    for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+        FitRequest request{mosaic.values, mosaic.windows, whole.settings};
+        request.weights[patch] = 0;
+        GainRegisters gains;
+        without.push_back(fit(mosaic.frame, request, gains, quiet).value);
+        int limited = 0;
+        const std::vector<Colour> corrected = apply_matrix(without.back(), {result.measured[patch]}, limited);
+        result.leave_one_out +=
+            differences(corrected, {result.reference[patch]}, whole.settings.white_point).de2000.mean / kCount;
+        for (std::size_t i = 0; i < mean.size(); ++i) {
+            mean[i] += static_cast<double>(without.back()[i]) / kCount;
+        }
+    }
+    for (std::size_t i = 0; i < mean.size(); ++i) {
+        double squares = 0;
+        for (const std::array<float, 9>& matrix : without) {
+            const double distance = static_cast<double>(matrix[i]) - mean[i];
+            squares += distance * distance;
+        }
+        result.uncertainty[i] = std::sqrt((kCount - 1) / kCount * squares);
+    }
 }
 
 }  // namespace
@@ -170,13 +214,14 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
     result.exposure = grey_sum(result.reference, 1) / grey_sum(raw, 1);
     scale_exposure(applied, result.exposure);
     applied.gains = values.gains;
-    result.matrix = fit(chart, applied, windows, settings, result.gains, output);
+    result.matrix = fit(chart, {applied, windows, settings}, result.gains, output);
 
     applied.gains = result.gains;
     result.measured = measure_chart_windows(chart, applied, windows);
     result.corrected = apply_matrix(result.matrix.value, result.measured, result.limited);
     result.before = differences(result.measured, result.reference, settings.white_point);
     result.after = differences(result.corrected, result.reference, settings.white_point);
+    leave_patches_out(chart, {applied, windows, settings}, result);
     return result;
 }
 
@@ -194,10 +239,15 @@ Section describe(const MatrixCalibration& result) {
         for (std::size_t c = 0; c < 3; ++c) {
             const auto value = static_cast<double>(result.matrix.value[r + c]);
             row.cells.push_back(text("%.5f", value));
-            section.figures.push_back({text("matrix_%zu%zu", r / 3 + 1, c + 1), value, ""});
+            section.figures.push_back(
+                {text("matrix_%zu%zu", r / 3 + 1, c + 1), value, "", known(result.uncertainty[r + c])});
         }
         for (std::size_t c = 0; c < 3; ++c) {
             row.cells.push_back(std::to_string(result.matrix.q10[r + c]));
+        }
+        if (result.uncertainty[r] > 0) {
+            row.remark = text("+/- %.5f %9.5f %9.5f", result.uncertainty[r], result.uncertainty[r + 1],
+                              result.uncertainty[r + 2]);
         }
     }
     Table& table = section.tables.emplace_back();
@@ -214,6 +264,10 @@ Section describe(const MatrixCalibration& result) {
     };
     add("before", result.before);
     add("after", result.after);
+    if (result.leave_one_out > 0) {
+        section.notes.push_back(text("leave-one-out mean dE2000 %.2f", result.leave_one_out));
+        section.figures.push_back({"leave_one_out_mean_de_2000", result.leave_one_out, "dE"});
+    }
     section.pictures.push_back({result.measured, result.corrected, result.reference});
     return section;
 }

@@ -1,6 +1,7 @@
 /// Colour matrices: one chart capture in, a matrix and its proof out.
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <vector>
@@ -36,7 +37,8 @@ struct MatrixCalibration {
     int limited = 0;                ///< components that the matrix pushed out of 0..1
     ChartDifferences before;
     ChartDifferences after;
-    std::optional<double> leave_one_out;
+    std::array<double, 9> uncertainty{};  ///< of the matrix's entries, by leaving out one patch at a time
+    double leave_one_out = 0;             ///< mean CIEDE2000 of each patch behind the matrix made without it
     Record record;
 };
 

@@ -9,6 +9,7 @@
 
 #include "base/record.h"
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "calibrations/noise_settings.h"
 #include "captures/frame.h"
 #include "captures/frame_series.h"
@@ -32,6 +33,12 @@ struct NoiseLine : exports::FittedLine {
     double residual = 0;
 };
 
+/// variance = slope * mean + intercept by regression weighted with the variances' own uncertainties, in double.
+struct WeightedLine {
+    Measured slope;      ///< codes per electron
+    Measured intercept;  ///< squared read noise, and the variance of rounding to codes
+};
+
 struct NoiseResults {
     Window window;
     NoiseSettings settings;
@@ -41,6 +48,7 @@ struct NoiseResults {
     Channels<exports::LineRegisters> registers{};  ///< of the deviation's line
     exports::LineRegisters luma_registers;
     std::vector<std::string> warnings;
+    Channels<WeightedLine> weighted{};
     Record record;
 };
 

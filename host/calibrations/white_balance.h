@@ -7,11 +7,19 @@
 
 #include "base/record.h"
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
 
 namespace cali::host {
+
+/// Means of green over those of red and blue in the window, with the uncertainty that the noise in the window makes;
+/// the values applied before are taken as exact.
+struct UnroundedGains {
+    Measured red;
+    Measured blue;
+};
 
 struct WhiteBalance {
     std::filesystem::path file;
@@ -19,6 +27,7 @@ struct WhiteBalance {
     std::filesystem::path flat_field;  ///< whose mesh was applied; empty: unity grids
     Window window;
     GainRegisters gains;
+    UnroundedGains unrounded{};
     Record record;
 };
 

@@ -33,6 +33,18 @@ FrontEnd front_end_of(const TuningValues& values) {
     return front_end;
 }
 
+std::vector<uint32_t> window_behind(const Capture& frame, const FrontEnd& front_end, const RoiRect& window) {
+    require_shadeable(frame);
+    FrontEndRows rows(frame.view(), front_end);
+    rows.set_columns(window.x, window.w);
+    std::vector<uint32_t> samples(static_cast<std::size_t>(window.w) * static_cast<std::size_t>(window.h));
+    for (int32_t y = 0; y < window.h; ++y) {
+        rows.row(window.y + y, frame.view().row(window.y + y) + window.x,
+                 samples.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(window.w));
+    }
+    return samples;
+}
+
 std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,
                                           const ChartWindows& windows) {
     require_shadeable(chart);
