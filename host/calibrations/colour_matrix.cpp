@@ -15,25 +15,6 @@
 namespace cali::host {
 namespace {
 
-constexpr double kLeastScore = 0.5;    ///< of the chart's best orientation
-constexpr double kMostClipped = 0.01;  ///< share of the windows' samples
-constexpr double kLeastLight = 200;    ///< codes of the brightest patch's green above black
-constexpr double kFullScale = kLibraryFullScale;
-
-double clipped_share(const Capture& chart, const ChartWindows& windows) {
-    const uint32_t full_scale = full_scale_code(chart.sensor);
-    double clipped = 0;
-    double count = 0;
-    for (const RoiRect& window : windows) {
-        for (int32_t y = window.y; y < window.y + window.h; ++y) {
-            const uint32_t* const row = chart.view().row(y) + window.x;
-            clipped += static_cast<double>(
-                std::count_if(row, row + window.w, [=](uint32_t sample) { return sample >= full_scale; }));
-        }
-        count += static_cast<double>(window.w) * window.h;
-    }
-    return clipped / count;
-}
 
 std::vector<Colour> reference_colours() {
     std::vector<Colour> linear;
@@ -83,37 +64,6 @@ double grey_sum(const std::vector<Colour>& colours, std::size_t colour) {
         sum += colours[i][colour];
     }
     return sum;
-}
-
-void require_usable(const Capture& chart, const ChartWindows& windows, const std::vector<Colour>& measured) {
-    const auto fail = [&](const std::string& why) { throw CalibrationError(chart.file.string() + ": " + why); };
-    const double clipped = clipped_share(chart, windows);
-    if (clipped > kMostClipped) {
-        fail(text("%.1f %% of the chart's samples are clipped, expected at most %.0f %%", clipped * 100,
-                  kMostClipped * 100));
-    }
-    // Whichever patch that is: the chart may be the wrong way round.
-    double brightest = 0;
-    for (const Colour& colour : measured) {
-        brightest = std::max(brightest, colour[1] * kFullScale);
-    }
-    if (brightest < kLeastLight) {
-        fail(
-            text("too dark: the brightest patch stands %.0f codes above black in green, expected at least %.0f of "
-                 "4095",
-                 brightest, kLeastLight));
-    }
-    const Orientation orientation = find_orientation(measured);
-    if (orientation.score < kLeastScore) {
-        fail(
-            text("shows no 24-patch chart in its windows: their colours correlate with its by %.2f at best, expected "
-                 "%.1f or more",
-                 orientation.score, kLeastScore));
-    }
-    if (orientation.index != 0) {
-        fail(text("the chart is %s, expected upright with dark skin top left: check the windows or corners",
-                  orientation.name));
-    }
 }
 
 void scale_exposure(TuningValues& values, double factor) {
@@ -179,6 +129,29 @@ void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCali
     }
 }
 
+/// Fills `reference` and `exposure`, and scales the restoring gains by it.
+void expose(const Capture& chart, const ChartWindows& windows, TuningValues& values, MatrixCalibration& result) {
+    const GainRegisters gains = values.gains;
+    values.gains = {};
+    const std::vector<Colour> raw = measure_chart_windows(chart, values, windows);
+    result.reference = reference_colours();
+    result.exposure = grey_sum(result.reference, 1) / grey_sum(raw, 1);
+    if (!std::isfinite(result.exposure) || result.exposure <= 0) {
+        throw CalibrationError(chart.file.string() + ": the chart's greys show no light above black");
+    }
+    scale_exposure(values, result.exposure);
+    values.gains = gains;
+}
+
+/// Fills what the matrix makes of the chart behind `values`.
+void prove(const Capture& chart, const ChartWindows& windows, const TuningValues& values, MatrixCalibration& result) {
+    result.measured = measure_chart_windows(chart, values, windows);
+    result.limited = 0;
+    result.corrected = apply_matrix(result.matrix.value, result.measured, result.limited);
+    result.before = differences(result.measured, result.reference, result.settings.white_point);
+    result.after = differences(result.corrected, result.reference, result.settings.white_point);
+}
+
 }  // namespace
 
 ChartWindows chart_windows(const ChartPlace& place, const Capture& chart) {
@@ -207,21 +180,24 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
     result.gains = values.gains;
 
     TuningValues applied = values;
-    applied.gains = {};
-    const std::vector<Colour> raw = measure_chart_windows(chart, applied, windows);
-    require_usable(chart, windows, raw);
-    result.reference = reference_colours();
-    result.exposure = grey_sum(result.reference, 1) / grey_sum(raw, 1);
-    scale_exposure(applied, result.exposure);
-    applied.gains = values.gains;
+    expose(chart, windows, applied, result);
     result.matrix = fit(chart, {applied, windows, settings}, result.gains, output);
-
     applied.gains = result.gains;
-    result.measured = measure_chart_windows(chart, applied, windows);
-    result.corrected = apply_matrix(result.matrix.value, result.measured, result.limited);
-    result.before = differences(result.measured, result.reference, settings.white_point);
-    result.after = differences(result.corrected, result.reference, settings.white_point);
+    prove(chart, windows, applied, result);
     leave_patches_out(chart, {applied, windows, settings}, result);
+    return result;
+}
+
+MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values, const MatrixCalibration& matrix,
+                               const ChartPlace& place) {
+    const ChartWindows windows = chart_windows(place, chart);
+    MatrixCalibration result = matrix;
+    result.file = chart.file;
+    result.flat_field = values.flat_field;
+    result.gains = values.gains;
+    TuningValues applied = values;
+    expose(chart, windows, applied, result);
+    prove(chart, windows, applied, result);
     return result;
 }
 

@@ -45,10 +45,14 @@ struct MatrixCalibration {
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.
 [[nodiscard]] ChartWindows chart_windows(const ChartPlace& place, const Capture& chart);
 
-/// Behind `values`, whose gains the joint method does not read. Throws InputError; CalibrationError for a chart that is
-/// clipped, too dark or not the right way up.
+/// Behind `values`, whose gains the joint method does not read. Throws InputError; CalibrationError where the greys
+/// show no light or the library rejects the chart.
 [[nodiscard]] MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values,
                                                  const MatrixSettings& settings, const LibraryOutput& output);
+
+/// What a matrix that is known makes of another capture of the chart, behind `values`. Throws as above.
+[[nodiscard]] MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values,
+                                             const MatrixCalibration& matrix, const ChartPlace& place);
 
 [[nodiscard]] Section describe(const MatrixCalibration& result);
 
