@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "chart/chart_measure.h"
+#include "core/channel.h"
 #include "library/exports.h"
 
 namespace cali::host {
@@ -43,6 +44,25 @@ std::vector<uint32_t> window_behind(const Capture& frame, const FrontEnd& front_
                  samples.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(window.w));
     }
     return samples;
+}
+
+Colour mean_colour(const Capture& frame, const TuningValues& values, const Window& window) {
+    const std::vector<uint32_t> samples =
+        window_behind(frame, front_end_of(values), {window.x, window.y, window.width, window.height});
+    Colour sum{};
+    Colour count{};
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const auto columns = static_cast<std::size_t>(window.width);
+        const std::size_t colour = colour_of(bayer_channel(
+            frame.sensor.pattern, static_cast<uint32_t>(window.y) + static_cast<uint32_t>(i / columns),
+            static_cast<uint32_t>(window.x) + static_cast<uint32_t>(i % columns)));
+        sum[colour] += samples[i];
+        count[colour] += 1;
+    }
+    for (std::size_t c = 0; c < sum.size(); ++c) {
+        sum[c] /= count[c] * kLibraryFullScale;
+    }
+    return sum;
 }
 
 std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,

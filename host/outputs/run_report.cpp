@@ -61,8 +61,8 @@ void RunReport::section(const Section& section) {
 }
 
 void RunReport::findings(const std::vector<Finding>& findings) {
+    findings_.insert(findings_.end(), findings.begin(), findings.end());
     if (json()) {
-        findings_.insert(findings_.end(), findings.begin(), findings.end());
         return;
     }
     (void)std::fflush(stdout);
@@ -114,17 +114,26 @@ void RunReport::verdict(const Results& results) {
     Section table;
     table.title = "Calibration, verdict and its deciding number";
     table.tables.push_back({{{"", 20, true}, {"", 9, true}, {"", 0, true}}, {}, false});
-    Severity severity = Severity::pass;
+    Severity whole = Severity::pass;
     for (const CalibrationVerdict& verdict : verdicts(results)) {
-        const auto missing = std::ranges::find(not_done_, verdict.calibration, [](const auto& entry) { return entry.first; });
+        const auto missing =
+            std::ranges::find(not_done_, verdict.calibration, [](const auto& entry) { return entry.first; });
         table.tables[0].rows.push_back(
             {{verdict.calibration, state_of(verdict),
               missing != not_done_.end() && !verdict.done ? missing->second : deciding_number(verdict.deciding)},
              ""});
-        severity = std::max(severity, verdict.severity);
+        whole = std::max(whole, verdict.severity);
     }
     print(table);
-    std::printf("verdict: %s\n", severity_name(severity));
+    const Severity own = worst(findings_);
+    std::printf("verdict: %s%s\n", severity_name(own),
+                own == whole ? "" : (std::string("; of all in the file: ") + severity_name(whole)).c_str());
+}
+
+void RunReport::closing(bool judged) {
+    if (judged && !json()) {
+        std::printf("verdict: %s\n", severity_name(worst(findings_)));
+    }
 }
 
 void RunReport::finish() {
@@ -153,19 +162,19 @@ void RunReport::finish() {
     for (const std::filesystem::path& file : written_) {
         document["written"].push_back(file.generic_string());
     }
-    document["calibrations"] = Json::array();
-    Severity severity = Severity::pass;
-    for (const CalibrationVerdict& verdict : verdicts(results_)) {
-        Json entry;
-        entry["calibration"] = verdict.calibration;
-        entry["verdict"] = state_of(verdict);
-        if (!verdict.deciding.code.empty()) {
-            entry["deciding"] = to_json(verdict.deciding);
+    if (results_) {
+        document["calibrations"] = Json::array();
+        for (const CalibrationVerdict& verdict : verdicts(*results_)) {
+            Json entry;
+            entry["calibration"] = verdict.calibration;
+            entry["verdict"] = state_of(verdict);
+            if (!verdict.deciding.code.empty()) {
+                entry["deciding"] = to_json(verdict.deciding);
+            }
+            document["calibrations"].push_back(std::move(entry));
         }
-        document["calibrations"].push_back(std::move(entry));
-        severity = std::max(severity, verdict.severity);
     }
-    document["verdict"] = severity_name(severity);
+    document["verdict"] = severity_name(worst(findings_));
     std::printf("%s\n", document.dump().c_str());
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,6 +32,9 @@ public:
     /// The table of calibrations and the line of the verdict.
     void verdict(const Results& results);
 
+    /// The line of the verdict alone, for runs that calibrate nothing; none where nothing was judged.
+    void closing(bool judged);
+
     /// The document, where that is the style.
     void finish();
 
@@ -44,7 +48,7 @@ private:
     std::vector<std::pair<std::string, std::string>> not_done_;
     std::vector<std::string> notes_;
     std::vector<std::filesystem::path> written_;
-    Results results_;
+    std::optional<Results> results_;
 };
 
 }  // namespace cali::host
