@@ -9,7 +9,7 @@
 
 namespace cali::host {
 
-/// A pixel far off the median of its channel.
+/// A pixel far off the mean of its channel.
 struct DefectPixel {
     int column = 0;
     int row = 0;
@@ -35,10 +35,10 @@ struct DarkMeasures {
     double light = 0;          ///< correlation of the blocks' variances with their means, -1 to 1
     double zero = 0;           ///< % of the samples at code 0
     double full_scale = 0;     ///< % of the samples at the white level
-    std::size_t defects = 0;   ///< pixels more than six deviations off, those of defect lines not counted
+    std::size_t defects = 0;   ///< pixels more than six deviations off
     double defects_ppm = 0;
-    std::vector<DefectPixel> worst_defects;  ///< farthest off first
-    std::vector<DefectLine> lines;           ///< beyond noise and the limit to a warning, farthest off first
+    std::vector<DefectPixel> worst_defects;  ///< farthest off first, those of defect lines left out
+    std::vector<DefectLine> lines;  ///< off the lines beside them by more than noise and one code, farthest off first
 };
 
 }  // namespace cali::host

@@ -103,17 +103,22 @@ void check_greys(const std::vector<Colour>& colours, Judge& judge) {
     judge.hold(Check::chart_greys, least, text("patches %zu and %zu", place + 1, place + 2));
 }
 
-/// How far the greys between white and black are from neutral, in % of green.
+/// How far the grey farthest from neutral is from it, in % of its green; black is left out, and what is clipped.
 void check_neutral(const std::vector<Colour>& measured, Judge& judge) {
-    Colour sum{};
-    for (std::size_t patch = kFirstBalanceGrey; patch <= kLastBalanceGrey; ++patch) {
-        for (std::size_t c = 0; c < sum.size(); ++c) {
-            sum[c] += measured[patch][c];
+    constexpr double kClipped = 0.99;
+    double worst = 0;
+    std::string place;
+    for (std::size_t patch = kFirstGrey; patch <= kLastBalanceGrey; ++patch) {
+        const Colour& grey = measured[patch];
+        for (const std::size_t c : {0U, 2U}) {
+            const double difference = std::abs(grey[c] / grey[1] - 1) * 100;
+            if (difference > worst && *std::ranges::max_element(grey) < kClipped) {
+                worst = difference;
+                place = patch_name(patch) + ", " + kColours[c];
+            }
         }
     }
-    const double red = std::abs(sum[0] / sum[1] - 1);
-    const double blue = std::abs(sum[2] / sum[1] - 1);
-    judge.hold(Check::chart_neutral, std::max(red, blue) * 100, red > blue ? "red" : "blue");
+    judge.hold(Check::chart_neutral, worst, place);
 }
 
 /// Diagonal entries at a limit of the fit. The closed forms raise an entry below 1 to it and then divide the row by its
@@ -147,7 +152,7 @@ void check_chart(const Capture& chart, const TuningValues& values, const ChartWi
     if (check_levels(colours, judge) == Severity::fail) {
         return;
     }
-    check_windows(patches, code_step(chart.sensor.bits) / std::sqrt(12.0), judge);
+    check_windows(patches, code_step(chart.sensor.bits) / 2, judge);
     const Orientation orientation = find_orientation(colours);
     if (judge.hold(Check::chart_orientation, orientation.score) == Severity::fail) {
         return;

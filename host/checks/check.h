@@ -33,6 +33,7 @@ enum class Check : std::size_t {
     grey_clipped,
     grey_level,
     grey_uniformity,
+    grey_neutral,
     chart_clipped,
     chart_level,
     chart_dark,

@@ -18,6 +18,7 @@ constexpr int kLeastCells = 16;            ///< of 2 x 2 samples along a side of
 constexpr double kDefectDeviations = 6;    ///< no Gaussian sample of a frame stands so far off
 constexpr double kLineErrors = 6;          ///< standard errors of a line's mean
 constexpr double kLeastLine = 1;           ///< codes
+constexpr double kLeastRange = 1;          ///< codes; below it blocks do not differ enough to tell light
 constexpr double kMostCut = 1;             ///< % of the samples at 0: their variance tells nothing
 constexpr std::size_t kListedShare = 100;  ///< positions are kept of one pixel in so many; more fails by far
 constexpr int kNeighbours = 4;             ///< lines of the same colours on either side
@@ -25,10 +26,11 @@ constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 /// Centre and spread of a channel that defects do not move.
 struct Scale {
-    double median = kNone;
+    double centre = kNone;
     double deviation = kNone;
+    double limit = kNone;  ///< distance of a defect from the centre
 
-    [[nodiscard]] bool is_defect(double code) const { return std::abs(code - median) > kDefectDeviations * deviation; }
+    [[nodiscard]] bool is_defect(double code) const { return std::abs(code - centre) > limit; }
 };
 
 std::size_t channel_at(const ConstRawFrame& frame, int y, int x) {
@@ -55,33 +57,57 @@ public:
         return total;
     }
 
-    /// Samples of a code are taken to spread evenly over its step, so that steps coarser than the noise give a scale
-    /// too.
-    [[nodiscard]] double quantile(double share, double step) const {
+    /// Of all samples within six deviations of their mean. The first guess are quantiles; codes may be far apart.
+    [[nodiscard]] Scale scale(double step) const {
+        constexpr double kFirstGuess = 10;
+        constexpr int kMostRounds = 20;
+        Scale found;
+        found.centre = quantile(0.5);
+        found.limit = kFirstGuess * std::max(quantile(0.84) - quantile(0.16), step);
+        for (int round = 0; round < kMostRounds; ++round) {
+            const double limit = found.limit;
+            clip(found);
+            found.limit = kDefectDeviations * std::max(found.deviation, step / 2);
+            if (found.limit == limit) {
+                break;
+            }
+        }
+        return found;
+    }
+
+private:
+    [[nodiscard]] double quantile(double share) const {
         const double wanted = share * samples();
         double below = 0;
         for (std::size_t code = 0; code < counts_.size(); ++code) {
-            const double count = counts_[code];
-            if (count > 0 && below + count >= wanted) {
-                return static_cast<double>(code) + step * ((wanted - below) / count - 0.5);
+            below += counts_[code];
+            if (below >= wanted && below > 0) {
+                return static_cast<double>(code);
             }
-            below += count;
         }
         return kNone;
     }
 
-    /// By the upper half, which is there also where the lower one is cut off at 0.
-    [[nodiscard]] Scale scale(double step) const {
-        constexpr double kOneDeviation = 0.8413;
-        const double median = quantile(0.5, step);
-        return {median, quantile(kOneDeviation, step) - median};
+    /// Mean and deviation of what is no defect by the scale as it is.
+    void clip(Scale& scale) const {
+        double count = 0;
+        double sum = 0;
+        double squares = 0;
+        for (std::size_t code = 0; code < counts_.size(); ++code) {
+            if (const auto value = static_cast<double>(code); !scale.is_defect(value)) {
+                count += counts_[code];
+                sum += counts_[code] * value;
+                squares += counts_[code] * value * value;
+            }
+        }
+        scale.centre = sum / count;
+        scale.deviation = std::sqrt(std::max(squares / count - scale.centre * scale.centre, 0.0));
     }
 
-private:
     std::vector<uint32_t> counts_ = std::vector<uint32_t>(kLibraryFullScale + 1);
 };
 
-/// Differences from the channels' medians.
+/// Differences from the channels' centres.
 struct Sums {
     double samples = 0;
     double sum = 0;
@@ -140,7 +166,7 @@ struct Collected {
     Blocks blocks;
     std::vector<Line> rows;
     std::vector<Line> columns;
-    double defects = 0;
+    std::size_t defects = 0;
     std::vector<DefectPixel> listed;
 };
 
@@ -153,11 +179,11 @@ Collected collect(const ConstRawFrame& frame, const Channels<Scale>& scale) {
         for (int x = 0; x < frame.width; ++x) {
             const std::size_t channel = channel_at(frame, y, x);
             Line& column = found.columns[static_cast<std::size_t>(x)];
-            const double difference = samples[x] - scale[channel].median;
+            const double difference = samples[x] - scale[channel].centre;
             row.all.add(difference);
             column.all.add(difference);
             if (scale[channel].is_defect(samples[x])) {
-                found.defects += 1;
+                ++found.defects;
                 if (found.listed.size() < most_listed) {
                     found.listed.push_back({x, y, channel, samples[x]});
                 }
@@ -254,26 +280,18 @@ void find_lines(const std::vector<Line>& lines, bool rows, double deviation, std
     }
 }
 
-/// Pixels of defect lines count as lines.
-void find_defects(Collected& found, const Channels<Scale>& scale, DarkMeasures& dark) {
-    const auto in_line = [](const std::vector<Line>& lines, int i) {
-        return lines[static_cast<std::size_t>(i)].is_defect();
-    };
-    double pixels = found.defects;
-    for (const std::vector<Line>* lines : {&found.rows, &found.columns}) {
-        for (const Line& line : *lines) {
-            pixels -= line.is_defect() ? line.all.samples - line.good.samples : 0;
-        }
-    }
-    dark.defects = static_cast<std::size_t>(std::max(pixels, 0.0));
-    std::erase_if(found.listed, [&](const DefectPixel& pixel) {
-        return in_line(found.rows, pixel.row) || in_line(found.columns, pixel.column);
+/// The farthest off; pixels of defect lines would hide them.
+std::vector<DefectPixel> worst_of(Collected& found, const Channels<Scale>& scale) {
+    std::vector<DefectPixel>& pixels = found.listed;
+    std::erase_if(pixels, [&](const DefectPixel& pixel) {
+        return found.rows[static_cast<std::size_t>(pixel.row)].is_defect() ||
+               found.columns[static_cast<std::size_t>(pixel.column)].is_defect();
     });
-    std::ranges::stable_sort(found.listed, std::greater<>(), [&](const DefectPixel& pixel) {
-        return std::abs(pixel.code - scale[pixel.channel].median);
+    std::ranges::stable_sort(pixels, std::greater<>(), [&](const DefectPixel& pixel) {
+        return std::abs(pixel.code - scale[pixel.channel].centre);
     });
-    found.listed.resize(std::min(found.listed.size(), kKeptDefects));
-    dark.worst_defects = std::move(found.listed);
+    pixels.resize(std::min(pixels.size(), kKeptDefects));
+    return std::move(pixels);
 }
 
 DarkMeasures measure(const Capture& capture) {
@@ -298,17 +316,18 @@ DarkMeasures measure(const Capture& capture) {
     }
     Collected found = collect(frame, scale);
     for (std::size_t c = 0; c < scale.size(); ++c) {
-        dark.level[c] = scale[c].median + found.channels[c].mean();
+        dark.level[c] = scale[c].centre + found.channels[c].mean();
     }
     const std::vector<BlockValue> blocks = block_values(found.blocks);
     dark.block_range = range_of(blocks);
-    dark.light = dark.block_range > 0 && dark.zero < kMostCut ? correlation(blocks) : 0;
+    dark.light = dark.block_range > kLeastRange && dark.zero < kMostCut ? correlation(blocks) : 0;
     find_lines(found.rows, true, deviation, dark.lines);
     find_lines(found.columns, false, deviation, dark.lines);
     std::ranges::stable_sort(dark.lines, std::greater<>(),
                              [](const DefectLine& line) { return std::abs(line.offset); });
     dark.lines.resize(std::min(dark.lines.size(), kKeptDefects));
-    find_defects(found, scale, dark);
+    dark.worst_defects = worst_of(found, scale);
+    dark.defects = found.defects;
     dark.defects_ppm = static_cast<double>(dark.defects) / static_cast<double>(frame.size()) * 1e6;
     return dark;
 }

@@ -33,20 +33,20 @@ Channels<double> clipped_shares(const Capture& grey, const RoiRect& window) {
     return clipped;
 }
 
-/// Scatter of the blocks' means of one channel over what the samples' noise makes of it.
-double scatter(const std::vector<Channels<ChannelStatistics>>& blocks, std::size_t channel, double least_noise) {
+/// Scatter of the blocks' means of one channel beyond what the samples' noise makes of it, in % of the mean.
+double scatter(const std::vector<Channels<ChannelStatistics>>& blocks, std::size_t channel) {
     const auto count = static_cast<double>(blocks.size());
     double mean = 0;
     double squares = 0;
-    double expected = 0;
+    double noise = 0;
     for (const Channels<ChannelStatistics>& block : blocks) {
         const ChannelStatistics& found = block[channel];
-        const double noise = std::max(found.noise, least_noise);
         mean += found.mean / count;
         squares += found.mean * found.mean / count;
-        expected += noise * noise / found.samples / count;
+        noise += found.noise * found.noise / found.samples / count;
     }
-    return std::sqrt(std::max(squares - mean * mean, 0.0) * count / (count - 1) / expected);
+    const double deviation = std::sqrt(std::max(squares - mean * mean, 0.0));
+    return mean > 0 ? beyond_noise(deviation, std::sqrt(noise)) / mean * 100 : 0;
 }
 
 }  // namespace
@@ -88,10 +88,9 @@ void check_grey(const Capture& grey, const TuningValues& values, const Window& w
     if (blocks.size() < 4) {
         return;
     }
-    const double least_noise = code_step(grey.sensor.bits) / std::sqrt(12.0);
     Channels<double> uneven{};
     for (std::size_t c = 0; c < uneven.size(); ++c) {
-        uneven[c] = scatter(blocks, c, least_noise);
+        uneven[c] = scatter(blocks, c);
     }
     const auto worst = static_cast<std::size_t>(std::ranges::max_element(uneven) - uneven.begin());
     judge.hold(Check::grey_uniformity, uneven[worst], kChannelKeys[worst]);

@@ -8,12 +8,12 @@
 
 namespace cali::host {
 
-/// Codes.
+/// Codes. Single pixels far off both neighbours are left out.
 struct ChannelStatistics {
     double samples = 0;
     double mean = 0;
     double deviation = 0;
-    double noise = 0;  ///< standard deviation by the differences of neighbouring samples: slopes and edges hardly count
+    double noise = 0;  ///< standard deviation by the differences of neighbouring samples: slopes and edges do not count
 };
 
 /// `rows` are those of the frame; the window fits it.
