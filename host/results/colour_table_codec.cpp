@@ -8,8 +8,12 @@ void fields(Archive& archive, ColourTable& table) {
     archive.field("illuminant_k", table.input.illuminant_k);
     archive.named("domain", settings.domain, table_domain_name, parse_table_domain);
     archive.field("nodes", settings.nodes, 2, 65);
-    archive.field("strength", settings.strength);
-    archive.field("radius", settings.radius);
+    double strength = settings.strength.value_or(0);
+    double radius = settings.radius.value_or(0);
+    archive.field("strength", strength);
+    archive.field("radius", radius);
+    settings.strength = strength;
+    settings.radius = radius;
     archive.field("limited_components", table.input.limited);
     archive.object("de_2000", [&](Archive figures) {
         figures.field("before_mean", table.before.mean);
