@@ -14,7 +14,7 @@ struct Figure {
     std::string name;
     double value = 0;
     std::string unit;
-    std::optional<double> uncertainty = std::nullopt;
+    std::optional<double> uncertainty = {};  ///< standard uncertainty, in the same unit
 };
 
 struct Column {

@@ -107,7 +107,9 @@ std::vector<std::string> offset_row(const std::string& first, const char* second
 
 }  // namespace
 
-const char* method_name(BlackLevelMethod method) { return kMethodNames[static_cast<std::size_t>(method)]; }
+const char* method_name(BlackLevelMethod method) {
+    return method == BlackLevelMethod::given ? "given" : kMethodNames[static_cast<std::size_t>(method)];
+}
 
 BlackLevelMethod parse_method(const std::string& text, const std::string& where) {
     return parse_choice<BlackLevelMethod>(kMethodNames, text, where);
@@ -131,7 +133,7 @@ DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const Library
 }
 
 BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method) {
-    BlackLevelResults results{method, {}, std::move(frames), {}};
+    BlackLevelResults results{method, {}, std::move(frames), {}, {}};
     for (std::size_t c = 0; c < results.values.offset.size(); ++c) {
         results.mean[c] = mean_over(results.frames, c);
         double sum = 0;
@@ -139,6 +141,15 @@ BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod 
             sum += frame.by_method[static_cast<std::size_t>(method)].offset[c];
         }
         results.values.offset[c] = static_cast<uint32_t>(std::lround(sum / static_cast<double>(results.frames.size())));
+        results.values.gain[c] = restoring_gain(static_cast<int32_t>(results.values.offset[c]));
+    }
+    return results;
+}
+
+BlackLevelResults given_black_level(const Channels<uint32_t>& codes, int bits) {
+    BlackLevelResults results{BlackLevelMethod::given, {}, {}, {}, {}};
+    for (std::size_t c = 0; c < codes.size(); ++c) {
+        results.values.offset[c] = to_library_scale(codes[c], bits);
         results.values.gain[c] = restoring_gain(static_cast<int32_t>(results.values.offset[c]));
     }
     return results;

@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "base/uncertainty.h"
 #include "calibrations/black_level_settings.h"
+#include "calibrations/dark_measures.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
@@ -27,6 +29,7 @@ struct DarkFrameLevels {
     std::array<BlackLevels, kBlackLevelMethods> by_method;  ///< indexed by BlackLevelMethod
     bool median_in_bounds = true;
     std::vector<Channels<uint32_t>> blocks;  ///< local means, where asked for
+    DarkMeasures measures;
     Channels<SampleSums> samples{};          ///< without defects
     double step = 1;                         ///< one code of the file's own depth, in 12-bit codes
 };
@@ -38,6 +41,7 @@ struct BlackLevelResults {
     /// Unrounded, in 12-bit codes: over all frames, without samples more than 6 robust deviations off their frame's
     /// median.
     Channels<Measured> mean{};
+    Record record;
 };
 
 /// `blocks` 0: no local means. Throws CalibrationError.
@@ -45,6 +49,9 @@ struct BlackLevelResults {
 
 /// One method over several frames: offsets are the rounded means over the frames, one or more.
 [[nodiscard]] BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method);
+
+/// Offsets that are known, in codes of `bits` bits.
+[[nodiscard]] BlackLevelResults given_black_level(const Channels<uint32_t>& codes, int bits);
 
 [[nodiscard]] Section describe(const BlackLevelResults& results);
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/colour_matrix_settings.h"
 #include "captures/frame.h"
@@ -38,6 +39,7 @@ struct MatrixCalibration {
     ChartDifferences after;
     std::array<double, 9> uncertainty{};  ///< of the matrix's entries, by leaving out one patch at a time
     double leave_one_out = 0;             ///< mean CIEDE2000 of each patch behind the matrix made without it
+    Record record;
 };
 
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.

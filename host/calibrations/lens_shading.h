@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/flatness.h"
 #include "calibrations/lens_shading_settings.h"
@@ -23,6 +24,7 @@ struct LensShading {
     Flatness before;
     Flatness after_mesh;
     Flatness after_radial;
+    Record record;
 };
 
 /// The flat field after black level and each kind of correction; 12-bit codes.

@@ -13,7 +13,6 @@ namespace cali::host {
 namespace {
 
 constexpr int kLargestWindow = 512;
-constexpr double kMostClipped = 0.01;  ///< share of a level's samples
 constexpr double kMostUlp = 4;         ///< of a level's sum, in deviations
 
 Window default_noise_window(const SensorGeometry& sensor) {
@@ -46,10 +45,8 @@ uint32_t black_of(Channel channel, const BlackLevels& black_level) {
     return channel == BB ? black_level.offset[kBB] : channel == GB ? black_level.offset[kGB] : black_level.offset[kGR];
 }
 
-/// The window after the black level; counts samples at either end of the range.
-std::vector<uint32_t> cut(const Capture& frame, const Window& window, const BlackLevels& black_level,
-                          std::size_t& clipped) {
-    const uint32_t full_scale = full_scale_code(frame.sensor);
+/// The window after the black level.
+std::vector<uint32_t> cut(const Capture& frame, const Window& window, const BlackLevels& black_level) {
     std::vector<uint32_t> samples;
     samples.reserve(static_cast<std::size_t>(window.width) * static_cast<std::size_t>(window.height));
     for (int y = window.y; y < window.y + window.height; ++y) {
@@ -57,9 +54,7 @@ std::vector<uint32_t> cut(const Capture& frame, const Window& window, const Blac
         for (int x = window.x; x < window.x + window.width; ++x) {
             const uint32_t black = black_of(
                 bayer_channel(frame.sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)), black_level);
-            const uint32_t sample = sample::subtract_limited(row[x], black);
-            clipped += sample == 0 || row[x] >= full_scale ? 1 : 0;
-            samples.push_back(sample);
+            samples.push_back(sample::subtract_limited(row[x], black));
         }
     }
     return samples;
@@ -158,19 +153,6 @@ NoiseLine fit(const std::vector<NoiseLevel>& levels, std::size_t channel, Value 
     return line;
 }
 
-void require_rising(const std::vector<NoiseLevel>& levels) {
-    for (std::size_t k = 1; k < levels.size(); ++k) {
-        for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
-            if (!(levels[k].mean[c] > levels[k - 1].mean[c])) {
-                throw CalibrationError(levels[k].name + ": the mean of " + kChannelKeys[c] + " is " +
-                                       std::to_string(levels[k].mean[c]) + " after " +
-                                       std::to_string(levels[k - 1].mean[c]) +
-                                       " in the level before, expected levels from dark to bright");
-            }
-        }
-    }
-}
-
 /// Once a running sum's last bit is worth several deviations, what is added is rounded away.
 void warn_of_rounding(NoiseResults& results) {
     const double samples = static_cast<double>(results.window.width) * results.window.height / 4;
@@ -212,7 +194,7 @@ std::size_t frame_count(const std::vector<SeriesLevel>& levels) {
 
 NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geometry& geometry,
                              const BlackLevels& black_level, const NoiseSettings& settings, const LibraryOutput& output,
-                             Progress& progress, SensorGeometry& sensor) {
+                             const FrameRead& read, SensorGeometry& sensor) {
     if (levels.size() < 2) {
         throw InputError("the noise series has " + std::to_string(levels.size()) +
                          (levels.size() == 1 ? " level" : " levels") + ", expected two or more");
@@ -231,7 +213,6 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
         }
         level.frames = static_cast<int>(files.size());
         std::vector<std::vector<uint32_t>> frames;
-        std::size_t clipped = 0;
         for (const std::filesystem::path& file : files) {
             const Capture frame = read_capture(file, geometry);
             if (first_file.empty()) {
@@ -241,22 +222,13 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
             }
             require_same_geometry(frame, sensor, first_file);
             require_window(results.window, frame);
-            frames.push_back(cut(frame, results.window, black_level, clipped));
-            progress.step();
-        }
-        const double share =
-            static_cast<double>(clipped) / (static_cast<double>(frames.size()) * static_cast<double>(frames[0].size()));
-        if (share > kMostClipped) {
-            throw CalibrationError(level.name + ": " + percent(share) +
-                                   " of the samples are at full scale or not above black, expected at most " +
-                                   percent(kMostClipped));
+            read(k, frame, results.window);
+            frames.push_back(cut(frame, results.window, black_level));
         }
         statistics.push_back(exact_statistics(frames, results.window, sensor.pattern));
         measure_level(frames, results.window, sensor.pattern, {files[0], output}, level);
         results.levels.push_back(std::move(level));
     }
-    progress.finish();
-    require_rising(results.levels);
     const exports::Call call{first_file, output};
     for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
         results.deviation[c] = fit(results.levels, c, &NoiseLevel::deviation, call);

@@ -81,8 +81,7 @@ Window default_window(const SensorGeometry& sensor) {
     return window;
 }
 
-WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,
-                               const LibraryOutput& output) {
+void require_grey_window(const Capture& grey, const Window& window) {
     require_shadeable(grey);
     if (window.width < 2 || window.height < 2 || window.x + window.width >= grey.sensor.width ||
         window.y + window.height >= grey.sensor.height) {
@@ -90,6 +89,11 @@ WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const 
                          text(" does not fit, expected 2 x 2 or more that end before column %d and row %d",
                               grey.sensor.width - 1, grey.sensor.height - 1));
     }
+}
+
+WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,
+                               const LibraryOutput& output) {
+    require_grey_window(grey, window);
     WhiteBalance result;
     result.file = grey.file;
     result.flat_field = values.flat_field;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "base/uncertainty.h"
 #include "captures/frame.h"
@@ -27,10 +28,14 @@ struct WhiteBalance {
     Window window;
     GainRegisters gains;
     UnroundedGains unrounded{};
+    Record record;
 };
 
 /// Centred, even-aligned, at most 256 x 256: larger sums lose precision. Throws InputError for frames below 4 x 4.
 [[nodiscard]] Window default_window(const SensorGeometry& sensor);
+
+/// Throws InputError where the window, or the frame, is not for `cali_awb_calc`.
+void require_grey_window(const Capture& grey, const Window& window);
 
 /// Behind the black level and grids of `values`; its gains are not read. Throws InputError, CalibrationError.
 [[nodiscard]] WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,

@@ -30,7 +30,9 @@ uint32_t to_library_scale(uint32_t sample, int bits) {
 }
 
 uint32_t full_scale_code(const SensorGeometry& sensor) {
-    return to_library_scale((1U << static_cast<uint32_t>(sensor.bits)) - 1, sensor.bits);
+    // A container's white level may exceed the depth that the user states.
+    const int most = (1 << sensor.bits) - 1;
+    return to_library_scale(static_cast<uint32_t>(std::min(sensor.white_level.value_or(most), most)), sensor.bits);
 }
 
 std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples) {

@@ -23,6 +23,7 @@ enum class Check : std::size_t {
     dark_light,
     dark_frames,
     flat_clipped,
+    flat_dark,
     flat_level,
     flat_tilt,
     flat_dust,
@@ -34,14 +35,17 @@ enum class Check : std::size_t {
     grey_uniformity,
     chart_clipped,
     chart_level,
+    chart_dark,
     chart_orientation,
     chart_light,
     chart_window_noise,
     chart_greys,
+    chart_neutral,
     chart_mean,
     chart_worst,
     chart_leave_one_out,
     chart_diagonal,
+    chart_identity,
     chart_amplification,
     curve_order,
     curve_distance,
@@ -58,8 +62,25 @@ enum class Check : std::size_t {
     operator_warning,
     other_sensor,
     stale,
+    // Of cali diff, whose limits stand under [diff] without the first part of their names.
+    diff_offset,
+    diff_flatness,
+    diff_mesh_largest,
+    diff_mesh_rms,
+    diff_radial_largest,
+    diff_radial_rms,
+    diff_gain,
+    diff_curve_largest,
+    diff_curve_rms,
+    diff_matrix,
+    diff_colour,
+    diff_table_largest,
+    diff_table_rms,
+    diff_noise,
+    diff_other,
+    diff_missing,
 };
-inline constexpr std::size_t kChecks = static_cast<std::size_t>(Check::stale) + 1;
+inline constexpr std::size_t kChecks = static_cast<std::size_t>(Check::diff_missing) + 1;
 
 struct Limit {
     double warn = 0;
@@ -102,6 +123,9 @@ public:
 
     [[nodiscard]] Severity worst() const { return host::worst(findings_); }
     [[nodiscard]] const std::vector<Finding>& findings() const { return findings_; }
+    void add(std::vector<Finding> findings) {
+        findings_.insert(findings_.end(), findings.begin(), findings.end());
+    }
     [[nodiscard]] std::vector<Finding> take() { return std::move(findings_); }
 
 private:

@@ -24,14 +24,13 @@ int run(int argc, char** argv) {
                          "'cali COMMAND --help' explains each command.");
         for (const auto add :
              {add_simulate_command, add_blc_command, add_lsc_command, add_awb_command, add_awb_curve_command,
-              add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command}) {
+              add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command,
+              add_show_command, add_diff_command}) {
             add(line);
         }
-        if (const auto problem = line.parse_and_run(argc, argv)) {
-            throw InputError(*problem);
-        }
+        const int status = line.parse_and_run(argc, argv);
         require_standard_output();
-        return 0;
+        return status;
     } catch (const InputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kWrongInput;

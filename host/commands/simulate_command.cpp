@@ -20,6 +20,7 @@ struct SimulateOptions {
     std::string pattern = "RGGB";
     std::string format = "both";
     std::vector<double> axis;
+    std::vector<std::string> faults;
     bool overwrite = false;
     SimulationPlan plan;
 };
@@ -57,10 +58,15 @@ void describe(Command& command, SimulateOptions& options) {
     command.option("--series-frames", options.plan.series_frames, "frames per brightness level")
         .whole_range(1, 999)
         .show_default();
+    command
+        .option("--fault", options.faults,
+                "NAME or NAME=AMOUNT: captures that something is wrong with (docs/simulation.md)")
+        .type_name("NAME[=AMOUNT]");
     command.flag("--overwrite", options.overwrite, "replace files of these names that the folder holds");
     command.examples(
         "  cali simulate shots\n"
-        "  cali simulate shots --size 640x480 --pattern GRBG --bits 10 --format pgm --seed 7");
+        "  cali simulate shots --size 640x480 --pattern GRBG --bits 10 --format pgm --seed 7\n"
+        "  cali simulate bad --fault tilt=8 --fault grey-on-chart");
 }
 
 /// Names have whole kelvin.
@@ -90,7 +96,7 @@ void require_no_files(const std::filesystem::path& folder, const std::vector<std
     }
 }
 
-void act(const SimulateOptions& options) {
+int act(const SimulateOptions& options, const Invocation& /*invocation*/) {
     SimulationPlan plan = options.plan;
     SensorModel& sensor = plan.sensor;
     plan.raw = options.format != "pgm";
@@ -103,6 +109,9 @@ void act(const SimulateOptions& options) {
     sensor.axis_x = options.axis.empty() ? 0.008 * sensor.width : options.axis[0];
     sensor.axis_y = options.axis.empty() ? -0.006 * sensor.width : options.axis[1];
     sensor.round_pedestals();
+    for (const std::string& fault : options.faults) {
+        plan.faults.push_back(parse_fault(fault, "--fault"));
+    }
 
     const std::filesystem::path folder = options.folder;
     std::vector<std::string> files = shot_files(plan);
@@ -119,6 +128,7 @@ void act(const SimulateOptions& options) {
     std::printf("written: %zu captures of %d x %d, %s, %d bits; %s; %s\n", names.count(), sensor.width, sensor.height,
                 pattern_name(sensor.pattern), sensor.bits, (folder / kSessionName).string().c_str(),
                 (folder / kTruthName).string().c_str());
+    return 0;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/error.h"
 #include "captures/pgm_file.h"
 #include "captures/raw_file.h"
 #include "captures/read_capture.h"
@@ -40,15 +41,17 @@ void describe(Command& command, VerifyOptions& options) {
         "  cali verify dark.pgm --pattern RGGB --results results.json --stage black-level --out dark0.pgm");
 }
 
-void act(const VerifyOptions& options) {
+int act(const VerifyOptions& options, const Invocation& /*invocation*/) {
     const Results stored = read_results(options.results);
+    const ValueChooser chooser(stored, false);
     TuningValues values;
-    values.black_level = require_black_level(stored);
+    if (!chooser.black_level(values)) {
+        throw InputError(options.results + ": holds no black level, expected results of cali blc or cali calibrate");
+    }
     const bool whole_front_end = options.stage == "white-balance";
     if (whole_front_end) {
-        const WhiteBalance& white_balance = choose_white_balance(stored, options.light.kelvin());
-        values.gains = white_balance.gains;
-        choose_grids(stored.lens_shading, white_balance.illuminant_k, values);
+        chooser.gains(options.light.kelvin(), values);
+        chooser.grids(values.gains_k, values);
     }
     Capture frame = read_capture(options.frame, options.geometry.geometry());
     const LibraryOutput output = options.output.output();
@@ -69,6 +72,7 @@ void act(const VerifyOptions& options) {
     }
     std::printf("written: %s (%d x %d, %s, 12 bits)\n", options.out.c_str(), sensor.width, sensor.height,
                 pattern_name(sensor.pattern));
+    return 0;
 }
 
 }  // namespace

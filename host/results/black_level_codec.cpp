@@ -42,7 +42,9 @@ void block_fields(Archive& archive, std::vector<Channels<uint32_t>>& blocks) {
 }  // namespace
 
 void fields(Archive& archive, BlackLevelResults& results) {
-    archive.named("method", results.method, method_name, parse_method);
+    archive.named("method", results.method, method_name, [](const std::string& text, const std::string& where) {
+        return text == method_name(BlackLevelMethod::given) ? BlackLevelMethod::given : parse_method(text, where);
+    });
     archive.derived("scale_bits", kLibraryBits);
     level_fields(archive, results.values);
     archive.derived("frames", Json::array());
@@ -56,6 +58,7 @@ void fields(Archive& archive, BlackLevelResults& results) {
         }
         block_fields(entry, frame.blocks);
     });
+    record_fields(archive, results.record);
 }
 
 }  // namespace cali::host

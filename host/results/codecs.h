@@ -1,6 +1,7 @@
 /// What several codecs hold.
 #pragma once
 
+#include "checks/check.h"
 #include "results/archive.h"
 #include "results/results.h"
 
@@ -15,6 +16,9 @@ void channel_fields(Archive& archive, const char* key, Channels<T>& values) {
     });
 }
 void window_fields(Archive& archive, const char* key, Window& window);
+/// How the section came about.
+void record_fields(Archive& archive, Record& record);
+void limit_fields(Archive& archive, Limits& limits);
 /// Register gains with key "gain_q10".
 void gain_fields(Archive& archive, GainRegisters& gains);
 

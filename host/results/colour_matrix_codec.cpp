@@ -62,6 +62,7 @@ void fields(Archive& archive, MatrixCalibration& result) {
     });
     difference_fields(archive, "difference_before", result.before);
     difference_fields(archive, "difference_after", result.after);
+    record_fields(archive, result.record);
 }
 
 }  // namespace cali::host

@@ -29,6 +29,7 @@ void fields(Archive& archive, ColourTable& table) {
         archive.fail("table", std::to_string(table.value.size()) + " values",
                      std::to_string(nodes * nodes * nodes * 3));
     }
+    record_fields(archive, table.record);
 }
 
 }  // namespace cali::host

@@ -47,6 +47,7 @@ void fields(Archive& archive, NoiseResults& results) {
         registers.field("luma_level", results.luma_registers.level);
     });
     archive.field("warnings", results.warnings);
+    record_fields(archive, results.record);
 }
 
 }  // namespace cali::host

@@ -14,6 +14,7 @@ void fields(Archive& archive, WhiteBalance& result) {
     gain["green"] = result.gains.green / kGainUnity;
     gain["blue"] = result.gains.blue / kGainUnity;
     archive.derived("gain", std::move(gain));
+    record_fields(archive, result.record);
 }
 
 }  // namespace cali::host

@@ -40,16 +40,29 @@ Vector3 bent(const Vector3& colour, const Vector3& white, double bend) {
 double exposure_for(const Vector3& white, double level) { return level / *std::ranges::max_element(white); }
 
 /// Which entry of a chart scene a position shows.
-std::size_t chart_entry(int x, int y, int width, int height) {
-    const double column = static_cast<double>(x) * kChartColumns / width;
-    const double row = static_cast<double>(y) * kChartRows / height;
-    const auto inside = [](double position) {
-        return std::abs(position - std::floor(position) - 0.5) < kPatchShare / 2;
+std::size_t chart_entry(double x, double y, const SensorModel& sensor) {
+    const double column = x * kChartColumns / sensor.width;
+    const double row = y * kChartRows / sensor.height;
+    const auto inside = [](double position, double cells) {
+        return position >= 0 && position < cells && std::abs(position - std::floor(position) - 0.5) < kPatchShare / 2;
     };
-    if (!inside(column) || !inside(row)) {
+    if (!inside(column, kChartColumns) || !inside(row, kChartRows)) {
         return kChartPatches;
     }
     return static_cast<std::size_t>(row) * kChartColumns + static_cast<std::size_t>(column);
+}
+
+/// The same of a scene of any kind.
+std::size_t entry_at(const Scene& scene, int x, int y, const SensorModel& sensor) {
+    if (scene.colours.size() == 1) {
+        return 0;
+    }
+    if (!scene.seen) {
+        return chart_entry(x, y, sensor);
+    }
+    const auto [column, row] =
+        scene.seen(static_cast<double>(x) / sensor.width, static_cast<double>(y) / sensor.height);
+    return chart_entry(column * sensor.width, row * sensor.height, sensor);
 }
 
 }  // namespace
@@ -98,7 +111,6 @@ std::vector<uint16_t> expose(const SensorModel& sensor, const Scene& scene, uint
     const double per_half_diagonal =
         4.0 / (static_cast<double>(sensor.width) * sensor.width + static_cast<double>(sensor.height) * sensor.height);
     const double read_variance = sensor.read_noise * sensor.read_noise;
-    const bool uniform = scene.colours.size() == 1;
 
     std::vector<uint16_t> frame;
     frame.reserve(static_cast<std::size_t>(sensor.width) * static_cast<std::size_t>(sensor.height));
@@ -106,8 +118,11 @@ std::vector<uint16_t> expose(const SensorModel& sensor, const Scene& scene, uint
         for (int x = 0; x < sensor.width; ++x) {
             const Channel channel = bayer_channel(sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
             const std::size_t c = channel_index(channel);
-            const std::size_t entry = uniform ? 0 : chart_entry(x, y, sensor.width, sensor.height);
-            double signal = scene.colours[entry][colour_index(channel)] * (kLibraryFullScale - sensor.pedestal[c]);
+            const Vector3& colour = scene.colours[entry_at(scene, x, y, sensor)];
+            double signal = colour[colour_index(channel)] * (kLibraryFullScale - sensor.pedestal[c]);
+            if (scene.light) {
+                signal *= scene.light(static_cast<double>(x) / sensor.width, static_cast<double>(y) / sensor.height);
+            }
             if (scene.shaded) {
                 const double r2 = ((x - axis_x) * (x - axis_x) + (y - axis_y) * (y - axis_y)) * per_half_diagonal;
                 signal *= std::max(1.0 - sensor.falloff_k2[c] * r2 - sensor.falloff_k4 * r2 * r2, 0.0);

@@ -1,7 +1,9 @@
 /// A sensor with known truth. docs/simulation.md describes the model.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -40,6 +42,10 @@ struct Scene {
     bool shaded = true;
     /// Camera colours relative to full scale; one for a uniform scene, or 24 patches and the border between them.
     std::vector<Vector3> colours;
+    /// Factor on the light at a place of the frame, column and row from 0 to 1; none: 1 everywhere.
+    std::function<double(double, double)> light = nullptr;
+    /// Which place of a chart that fills the frame is seen at a place of it; none: the same.
+    std::function<std::array<double, 2>(double, double)> seen = nullptr;
 };
 
 /// No light.

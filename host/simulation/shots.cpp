@@ -24,50 +24,55 @@ enum Stream : uint32_t {
     kSeriesStream = 10000
 };
 
-struct Shot {
-    std::string stem;  ///< of its files' names
-    Scene scene;
-    uint32_t stream = 0;
-};
+}  // namespace
 
-/// Goes through all shots without exposing any; `on_shot` receives each.
-template <typename OnShot>
-ShotNames plan_shots(const SimulationPlan& plan, OnShot on_shot) {
+ShotNames plan_shots(const SimulationPlan& plan, const std::function<void(const Shot&)>& on_shot) {
     const SensorModel& sensor = plan.sensor;
-    const auto shoot = [&](const std::string& stem, Scene scene, uint32_t stream) {
-        on_shot(Shot{stem, std::move(scene), stream});
+    const auto shoot = [&](const std::string& stem, Shot shot, uint32_t stream) {
+        shot.stem = stem;
+        shot.sensor = sensor;
+        shot.stream = stream;
+        on_shot(shot);
         return stem + (plan.raw ? ".raw" : ".pgm");
+    };
+    const auto lit = [](ShotKind kind, double kelvin, double level, Scene scene, int frame = 0) {
+        return Shot{"", kind, kelvin, level, frame, {}, std::move(scene), 0};
     };
     ShotNames names;
     for (int i = 0; i < plan.dark_frames; ++i) {
-        names.dark.push_back(shoot(text("dark_%d", i + 1), dark_scene(), kDarkStream + static_cast<uint32_t>(i)));
+        names.dark.push_back(shoot(text("dark_%d", i + 1), lit(ShotKind::dark, 0, 0, dark_scene(), i),
+                                   kDarkStream + static_cast<uint32_t>(i)));
     }
     for (std::size_t i = 0; i < plan.illuminants.size(); ++i) {
         const double kelvin = plan.illuminants[i];
         const std::string light = text("_%ldK", std::lround(kelvin));
         const auto n = static_cast<uint32_t>(i);
-        names.flat.emplace_back(shoot("flat" + light, uniform_scene(sensor, kelvin, kFlatLevel), kFlatStream + n),
-                                kelvin);
-        names.grey.emplace_back(shoot("grey" + light, uniform_scene(sensor, kelvin, kGreyLevel), kGreyStream + n),
-                                kelvin);
+        const auto uniform = [&](ShotKind kind, double level) {
+            return lit(kind, kelvin, level, uniform_scene(sensor, kelvin, level));
+        };
+        names.flat.emplace_back(shoot("flat" + light, uniform(ShotKind::flat, kFlatLevel), kFlatStream + n), kelvin);
+        names.grey.emplace_back(shoot("grey" + light, uniform(ShotKind::grey, kGreyLevel), kGreyStream + n), kelvin);
         names.chart.emplace_back(
-            shoot("chart" + light, chart_scene(sensor, kelvin, kSimulatedChartLevel), kChartStream + n), kelvin);
+            shoot("chart" + light,
+                  lit(ShotKind::chart, kelvin, kSimulatedChartLevel, chart_scene(sensor, kelvin, kSimulatedChartLevel)),
+                  kChartStream + n),
+            kelvin);
     }
     for (int level = 0; level < plan.series_levels; ++level) {
         const double share = plan.series_levels == 1 ? 1.0 : static_cast<double>(level) / (plan.series_levels - 1);
-        Scene scene = uniform_scene(sensor, kSeriesIlluminantK,
-                                    kDarkestSeriesLevel + share * (kBrightestSeriesLevel - kDarkestSeriesLevel));
+        const double brightness = kDarkestSeriesLevel + share * (kBrightestSeriesLevel - kDarkestSeriesLevel);
+        Scene scene = uniform_scene(sensor, kSeriesIlluminantK, brightness);
         scene.shaded = false;
         std::vector<std::string>& files = names.series.emplace_back();
         for (int i = 0; i < plan.series_frames; ++i) {
             const auto stream = static_cast<uint32_t>(level) * 1000U + static_cast<uint32_t>(i);
-            files.push_back(shoot(text("series_%d_%d", level + 1, i + 1), scene, kSeriesStream + stream));
+            files.push_back(shoot(text("series_%d_%d", level + 1, i + 1),
+                                  lit(ShotKind::series, kSeriesIlluminantK, brightness, scene, i),
+                                  kSeriesStream + stream));
         }
     }
     return names;
 }
-
-}  // namespace
 
 std::size_t ShotNames::count() const {
     std::size_t total = dark.size() + flat.size() + grey.size() + chart.size();
@@ -93,7 +98,7 @@ std::vector<std::string> shot_files(const SimulationPlan& plan) {
 ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& folder) {
     const SensorModel& sensor = plan.sensor;
     return plan_shots(plan, [&](const Shot& shot) {
-        const std::vector<uint16_t> samples = expose(sensor, shot.scene, plan.seed, shot.stream);
+        const std::vector<uint16_t> samples = take(shot, plan.faults, plan.seed);
         if (plan.raw) {
             write_raw(folder / (shot.stem + ".raw"), samples);
         }

@@ -3,10 +3,12 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "simulation/faults.h"
 #include "simulation/sensor.h"
 
 namespace cali::host {
@@ -18,6 +20,7 @@ struct SimulationPlan {
     int series_levels = 8;
     int series_frames = 2;
     uint64_t seed = 1;
+    std::vector<Fault> faults;
     bool raw = true;  ///< which files are written
     bool pgm = true;
 };
@@ -36,6 +39,9 @@ struct ShotNames {
 
     [[nodiscard]] std::size_t count() const;
 };
+
+/// Goes through all captures without exposing any.
+ShotNames plan_shots(const SimulationPlan& plan, const std::function<void(const Shot&)>& on_shot);
 
 /// Names of the files that take_shots writes, in its order.
 [[nodiscard]] std::vector<std::string> shot_files(const SimulationPlan& plan);

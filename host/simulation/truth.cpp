@@ -24,6 +24,13 @@ std::string truth_text(const SimulationPlan& plan) {
     json["read_noise_codes"] = sensor.read_noise;
     json["conversion_gain_codes_per_electron"] = sensor.conversion_gain;
     json["camera_of_xyz"] = sensor.camera_of_xyz;
+    json["faults"] = Json::array();
+    for (const Fault& fault : plan.faults) {
+        Json entry;
+        entry["name"] = fault_name(fault.kind);
+        entry["amount"] = fault.amount;
+        json["faults"].push_back(std::move(entry));
+    }
     json["illuminants"] = Json::array();
     for (const double kelvin : plan.illuminants) {
         const Vector3 white = camera_white(sensor, kelvin);

@@ -1,0 +1,376 @@
+#include "checks/dark_checks.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+#include "base/text.h"
+#include "checks/window_statistics.h"
+#include "core/channel.h"
+
+namespace cali::host {
+namespace {
+
+constexpr int kBlockCols = 16;
+constexpr int kBlockRows = 12;
+constexpr int kLeastCells = 16;            ///< of 2 x 2 samples along a side of a block
+constexpr double kDefectDeviations = 6;    ///< no Gaussian sample of a frame stands so far off
+constexpr double kLineErrors = 6;          ///< standard errors of a line's mean
+constexpr double kLeastLine = 1;           ///< codes
+constexpr double kMostCut = 1;             ///< % of the samples at 0: their variance tells nothing
+constexpr std::size_t kListedShare = 100;  ///< positions are kept of one pixel in so many; more fails by far
+constexpr int kNeighbours = 4;             ///< lines of the same colours on either side
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
+/// Centre and spread of a channel that defects do not move.
+struct Scale {
+    double median = kNone;
+    double deviation = kNone;
+
+    [[nodiscard]] bool is_defect(double code) const { return std::abs(code - median) > kDefectDeviations * deviation; }
+};
+
+std::size_t channel_at(const ConstRawFrame& frame, int y, int x) {
+    return static_cast<std::size_t>(RR -
+                                    bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)));
+}
+
+class Histogram {
+public:
+    void add(uint32_t code) { ++counts_[std::min(code, kLibraryFullScale)]; }
+
+    [[nodiscard]] double samples() const {
+        double total = 0;
+        for (const uint32_t count : counts_) {
+            total += count;
+        }
+        return total;
+    }
+    [[nodiscard]] double count(uint32_t first, uint32_t last) const {
+        double total = 0;
+        for (uint32_t code = first; code <= last; ++code) {
+            total += counts_[code];
+        }
+        return total;
+    }
+
+    /// Samples of a code are taken to spread evenly over its step, so that steps coarser than the noise give a scale
+    /// too.
+    [[nodiscard]] double quantile(double share, double step) const {
+        const double wanted = share * samples();
+        double below = 0;
+        for (std::size_t code = 0; code < counts_.size(); ++code) {
+            const double count = counts_[code];
+            if (count > 0 && below + count >= wanted) {
+                return static_cast<double>(code) + step * ((wanted - below) / count - 0.5);
+            }
+            below += count;
+        }
+        return kNone;
+    }
+
+    /// By the upper half, which is there also where the lower one is cut off at 0.
+    [[nodiscard]] Scale scale(double step) const {
+        constexpr double kOneDeviation = 0.8413;
+        const double median = quantile(0.5, step);
+        return {median, quantile(kOneDeviation, step) - median};
+    }
+
+private:
+    std::vector<uint32_t> counts_ = std::vector<uint32_t>(kLibraryFullScale + 1);
+};
+
+/// Differences from the channels' medians.
+struct Sums {
+    double samples = 0;
+    double sum = 0;
+    double squares = 0;
+
+    void add(double difference) {
+        samples += 1;
+        sum += difference;
+        squares += difference * difference;
+    }
+    [[nodiscard]] double mean() const { return sum / samples; }
+    [[nodiscard]] double variance() const { return squares / samples - mean() * mean(); }
+};
+
+/// One row or column.
+struct Line {
+    Sums good;
+    Sums all;
+
+    [[nodiscard]] bool is_defect() const { return good.samples < all.samples / 2; }
+    [[nodiscard]] double mean() const { return is_defect() ? all.mean() : good.mean(); }
+};
+
+struct Blocks {
+    Blocks(int width, int height)
+        : cells_x(width / 2),
+          cells_y(height / 2),
+          cols(std::clamp(cells_x / kLeastCells, 1, kBlockCols)),
+          rows(std::clamp(cells_y / kLeastCells, 1, kBlockRows)),
+          channels(static_cast<std::size_t>(cols) * static_cast<std::size_t>(rows)) {}
+
+    /// Nothing for the odd last row and column.
+    [[nodiscard]] std::optional<std::size_t> at(int y, int x) const {
+        if (y / 2 >= cells_y || x / 2 >= cells_x) {
+            return {};
+        }
+        return static_cast<std::size_t>(y / 2 * rows / cells_y) * static_cast<std::size_t>(cols) +
+               static_cast<std::size_t>(x / 2 * cols / cells_x);
+    }
+
+    int cells_x;
+    int cells_y;
+    int cols;
+    int rows;
+    std::vector<Channels<Sums>> channels;
+};
+
+/// What the second walk over the frame collects.
+struct Collected {
+    explicit Collected(const ConstRawFrame& frame)
+        : blocks(frame.width, frame.height),
+          rows(static_cast<std::size_t>(frame.height)),
+          columns(static_cast<std::size_t>(frame.width)) {}
+
+    Channels<Sums> channels{};
+    Blocks blocks;
+    std::vector<Line> rows;
+    std::vector<Line> columns;
+    double defects = 0;
+    std::vector<DefectPixel> listed;
+};
+
+Collected collect(const ConstRawFrame& frame, const Channels<Scale>& scale) {
+    Collected found(frame);
+    const std::size_t most_listed = frame.size() / kListedShare + kKeptDefects;
+    for (int y = 0; y < frame.height; ++y) {
+        Line& row = found.rows[static_cast<std::size_t>(y)];
+        const uint32_t* const samples = frame.row(y);
+        for (int x = 0; x < frame.width; ++x) {
+            const std::size_t channel = channel_at(frame, y, x);
+            Line& column = found.columns[static_cast<std::size_t>(x)];
+            const double difference = samples[x] - scale[channel].median;
+            row.all.add(difference);
+            column.all.add(difference);
+            if (scale[channel].is_defect(samples[x])) {
+                found.defects += 1;
+                if (found.listed.size() < most_listed) {
+                    found.listed.push_back({x, y, channel, samples[x]});
+                }
+                continue;
+            }
+            row.good.add(difference);
+            column.good.add(difference);
+            found.channels[channel].add(difference);
+            if (const auto block = found.blocks.at(y, x)) {
+                found.blocks.channels[*block][channel].add(difference);
+            }
+        }
+    }
+    return found;
+}
+
+struct BlockValue {
+    double mean = 0;
+    double variance = 0;
+    double error = 0;  ///< squared, of the mean
+};
+
+/// Over the four channels; those without a sample left are passed over.
+std::vector<BlockValue> block_values(const Blocks& blocks) {
+    std::vector<BlockValue> values;
+    for (const Channels<Sums>& block : blocks.channels) {
+        if (std::ranges::any_of(block, [](const Sums& channel) { return channel.samples == 0; })) {
+            continue;
+        }
+        BlockValue& value = values.emplace_back();
+        for (const Sums& channel : block) {
+            value.mean += channel.mean() / 4;
+            value.variance += channel.variance() / 4;
+            value.error += channel.variance() / channel.samples / 16;
+        }
+    }
+    return values;
+}
+
+/// Range of the blocks' means beyond the one that noise makes: about 2 sqrt(2 ln n) standard errors at most.
+double range_of(const std::vector<BlockValue>& blocks) {
+    if (blocks.size() < 2) {
+        return 0;
+    }
+    const auto [least, most] = std::ranges::minmax_element(blocks, {}, &BlockValue::mean);
+    double error = 0;
+    for (const BlockValue& block : blocks) {
+        error += block.error / static_cast<double>(blocks.size());
+    }
+    return beyond_noise(most->mean - least->mean, 2 * std::sqrt(2 * std::log(blocks.size()) * error));
+}
+
+double correlation(const std::vector<BlockValue>& blocks) {
+    const auto count = static_cast<double>(blocks.size());
+    double mean = 0;
+    double variance = 0;
+    for (const BlockValue& block : blocks) {
+        mean += block.mean / count;
+        variance += block.variance / count;
+    }
+    double product = 0;
+    double means = 0;
+    double variances = 0;
+    for (const BlockValue& block : blocks) {
+        product += (block.mean - mean) * (block.variance - variance);
+        means += (block.mean - mean) * (block.mean - mean);
+        variances += (block.variance - variance) * (block.variance - variance);
+    }
+    return means > 0 && variances > 0 ? product / std::sqrt(means * variances) : 0;
+}
+
+/// Lines off the median of their neighbours of the same colours, so that a slope of the frame is none.
+void find_lines(const std::vector<Line>& lines, bool rows, double deviation, std::vector<DefectLine>& found) {
+    const int count = static_cast<int>(lines.size());
+    std::vector<double> neighbours;
+    for (int i = 0; i < count; ++i) {
+        neighbours.clear();
+        for (int step = -kNeighbours; step <= kNeighbours; ++step) {
+            if (const int at = i + 2 * step; step != 0 && at >= 0 && at < count) {
+                neighbours.push_back(lines[static_cast<std::size_t>(at)].mean());
+            }
+        }
+        if (neighbours.size() < kNeighbours) {
+            continue;
+        }
+        const auto middle = neighbours.begin() + static_cast<std::ptrdiff_t>(neighbours.size() / 2);
+        std::ranges::nth_element(neighbours, middle);
+        const Line& line = lines[static_cast<std::size_t>(i)];
+        const double offset = line.mean() - *middle;
+        const double noise = kLineErrors * deviation / std::sqrt(line.all.samples);
+        if (std::abs(offset) > std::max(noise, kLeastLine)) {
+            found.push_back({rows, i, offset});
+        }
+    }
+}
+
+/// Pixels of defect lines count as lines.
+void find_defects(Collected& found, const Channels<Scale>& scale, DarkMeasures& dark) {
+    const auto in_line = [](const std::vector<Line>& lines, int i) {
+        return lines[static_cast<std::size_t>(i)].is_defect();
+    };
+    double pixels = found.defects;
+    for (const std::vector<Line>* lines : {&found.rows, &found.columns}) {
+        for (const Line& line : *lines) {
+            pixels -= line.is_defect() ? line.all.samples - line.good.samples : 0;
+        }
+    }
+    dark.defects = static_cast<std::size_t>(std::max(pixels, 0.0));
+    std::erase_if(found.listed, [&](const DefectPixel& pixel) {
+        return in_line(found.rows, pixel.row) || in_line(found.columns, pixel.column);
+    });
+    std::ranges::stable_sort(found.listed, std::greater<>(), [&](const DefectPixel& pixel) {
+        return std::abs(pixel.code - scale[pixel.channel].median);
+    });
+    found.listed.resize(std::min(found.listed.size(), kKeptDefects));
+    dark.worst_defects = std::move(found.listed);
+}
+
+DarkMeasures measure(const Capture& capture) {
+    const ConstRawFrame frame = capture.view();
+    Channels<Histogram> histogram;
+    for (int y = 0; y < frame.height; ++y) {
+        const uint32_t* const samples = frame.row(y);
+        for (int x = 0; x < frame.width; ++x) {
+            histogram[channel_at(frame, y, x)].add(samples[x]);
+        }
+    }
+    Channels<Scale> scale;
+    DarkMeasures dark;
+    const double percent = 100 / static_cast<double>(frame.size());
+    double deviation = 0;
+    for (std::size_t c = 0; c < scale.size(); ++c) {
+        scale[c] = histogram[c].scale(code_step(capture.sensor.bits));
+        dark.noise[c] = scale[c].deviation;
+        deviation = std::fmax(deviation, scale[c].deviation);
+        dark.zero += histogram[c].count(0, 0) * percent;
+        dark.full_scale += histogram[c].count(full_scale_code(capture.sensor), kLibraryFullScale) * percent;
+    }
+    Collected found = collect(frame, scale);
+    for (std::size_t c = 0; c < scale.size(); ++c) {
+        dark.level[c] = scale[c].median + found.channels[c].mean();
+    }
+    const std::vector<BlockValue> blocks = block_values(found.blocks);
+    dark.block_range = range_of(blocks);
+    dark.light = dark.block_range > 0 && dark.zero < kMostCut ? correlation(blocks) : 0;
+    find_lines(found.rows, true, deviation, dark.lines);
+    find_lines(found.columns, false, deviation, dark.lines);
+    std::ranges::stable_sort(dark.lines, std::greater<>(),
+                             [](const DefectLine& line) { return std::abs(line.offset); });
+    dark.lines.resize(std::min(dark.lines.size(), kKeptDefects));
+    find_defects(found, scale, dark);
+    dark.defects_ppm = static_cast<double>(dark.defects) / static_cast<double>(frame.size()) * 1e6;
+    return dark;
+}
+
+/// Channels that a frame of one row or column does not hold are passed over.
+struct Range {
+    std::size_t most = kRR;
+    double least_level = kNone;
+    double most_level = kNone;
+
+    void add(double level, std::size_t index) {
+        least_level = std::fmin(least_level, level);
+        if (!(level <= most_level) && !std::isnan(level)) {
+            most_level = level;
+            most = index;
+        }
+    }
+    [[nodiscard]] double span() const { return most_level - least_level; }
+};
+
+}  // namespace
+
+DarkMeasures check_dark(const Capture& dark, Judge& judge) {
+    DarkMeasures found = measure(dark);
+    Range levels;
+    for (std::size_t c = 0; c < found.level.size(); ++c) {
+        levels.add(found.level[c], c);
+    }
+    judge.hold(Check::dark_level, levels.most_level, kChannelKeys[levels.most]);
+    judge.hold(Check::dark_spread, levels.span());
+    judge.hold(Check::dark_blocks, found.block_range);
+    judge.hold(Check::dark_zero, found.zero);
+    judge.hold(Check::dark_full_scale, found.full_scale);
+    judge.hold(Check::dark_defects, found.defects_ppm);
+    if (found.lines.empty()) {
+        judge.hold(Check::dark_lines, 0);
+    } else {
+        const DefectLine& worst = found.lines[0];
+        judge.hold(Check::dark_lines, std::abs(worst.offset),
+                   text("%s %d", worst.is_row ? "row" : "column", worst.position));
+    }
+    judge.hold(Check::dark_light, found.light);
+    return found;
+}
+
+void check_dark_frames(std::span<const DarkMeasures> frames, Judge& judge) {
+    if (frames.size() < 2) {
+        return;
+    }
+    double worst = 0;
+    std::size_t channel = kRR;
+    for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
+        Range levels;
+        for (const DarkMeasures& frame : frames) {
+            levels.add(frame.level[c], c);
+        }
+        if (levels.span() > worst) {
+            worst = levels.span();
+            channel = c;
+        }
+    }
+    judge.hold(Check::dark_frames, worst, kChannelKeys[channel]);
+}
+
+}  // namespace cali::host

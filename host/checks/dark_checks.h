@@ -1,0 +1,21 @@
+/// Whether dark frames are dark, even and whole.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "calibrations/dark_measures.h"
+#include "captures/channels.h"
+#include "captures/frame.h"
+#include "checks/check.h"
+
+namespace cali::host {
+
+/// Measures one frame and judges it.
+DarkMeasures check_dark(const Capture& dark, Judge& judge);
+
+/// Frames of one calibration against each other. Nothing for fewer than two.
+void check_dark_frames(std::span<const DarkMeasures> frames, Judge& judge);
+
+}  // namespace cali::host
