@@ -22,10 +22,12 @@ void describe(Command& command, ClutOptions& options) {
     options.light.add_to(command, "light whose matrix is meant, in kelvin");
     command.option("--domain", options.domain, "rgb, or hsv").one_of({"rgb", "hsv"}).show_default();
     command.option("--nodes", options.settings.nodes, "nodes per axis").whole_range(2, 65).show_default();
-    command.option("--strength", options.settings.strength, "share of the correction").range(0.0, 1.0).show_default();
-    command.option("--radius", options.settings.radius, "reach of a patch, in units of the axes")
-        .range(0.001, 1.0)
-        .show_default();
+    command.option("--strength", options.settings.strength, "share of the correction; default: by leave-one-out")
+        .range(0.0, 1.0);
+    command
+        .option("--radius", options.settings.radius,
+                "reach of a patch, in units of the axes; default: by leave-one-out")
+        .range(0.001, 1.0);
     command.option("--cube", options.cube, "the rgb table as a .cube file").type_name("FILE");
     command.option("--picture", options.picture, "PNG of the patches: before, after and reference").type_name("FILE");
     options.run.add_to(command);

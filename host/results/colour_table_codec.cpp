@@ -10,6 +10,7 @@ void fields(Archive& archive, ColourTable& table) {
     archive.field("nodes", settings.nodes, 2, 65);
     archive.field("strength", settings.strength);
     archive.field("radius", settings.radius);
+    archive.field("chosen", table.chosen);
     archive.field("needed", table.needed);
     archive.field("limited_components", table.input.limited);
     archive.object("de_2000", [&](Archive figures) {
