@@ -12,12 +12,10 @@
 namespace cali::host {
 namespace {
 
-constexpr int kLargestWindow = 512;
-constexpr double kMostUlp = 4;         ///< of a level's sum, in deviations
+constexpr int kTrialSide = 128;          // of the brightest level's centre
+constexpr double kMarginOfLevels = 1.2;  // by which another frame may be brighter than the one that was tried
 
-Window default_noise_window(const SensorGeometry& sensor) {
-    const int width = std::min(kLargestWindow, sensor.width & ~1);
-    const int height = std::min(kLargestWindow, sensor.height & ~1);
+Window centred(const SensorGeometry& sensor, int width, int height) {
     return {((sensor.width - width) / 2) & ~1, ((sensor.height - height) / 2) & ~1, width, height};
 }
 
@@ -153,24 +151,6 @@ NoiseLine fit(const std::vector<NoiseLevel>& levels, std::size_t channel, Value 
     return line;
 }
 
-/// Once a running sum's last bit is worth several deviations, what is added is rounded away.
-void warn_of_rounding(NoiseResults& results) {
-    const double samples = static_cast<double>(results.window.width) * results.window.height / 4;
-    for (const NoiseLevel& level : results.levels) {
-        const double sum = samples * level.frames * static_cast<double>(*std::ranges::max_element(level.mean));
-        const double ulp = std::ldexp(1.0, std::ilogb(std::max(sum, 1.0)) - 23);
-        const auto deviation = static_cast<double>(*std::ranges::min_element(level.deviation));
-        if (ulp > kMostUlp * std::max(deviation, 1.0)) {
-            results.warnings.push_back(
-                level.name + text(": the window of %d x %d over %d frames is too large for the single-precision sums "
-                                  "that the ISP's reference prescribes: the noise comes out wrong; use 512 x 512 or "
-                                  "less",
-                                  results.window.width, results.window.height, level.frames));
-            return;
-        }
-    }
-}
-
 void convert(NoiseResults& results, const exports::Call& call) {
     const NoiseSettings& settings = results.settings;
     const exports::LineFormat format{settings.ref_level, settings.slope_format, settings.level_format};
@@ -182,7 +162,42 @@ void convert(NoiseResults& results, const exports::Call& call) {
     results.luma_registers = exports::luma_registers(lines, format, call);
 }
 
+/// The largest centred window, with the frame's proportions, whose sums stay sound at the brightest level, the last.
+Window largest_window(const SeriesLevel& brightest, const Geometry& geometry, const BlackLevels& black_level,
+                      const LibraryOutput& output) {
+    const std::filesystem::path& file = brightest.files.at(0);
+    const Capture frame = read_capture(file, geometry);
+    const SensorGeometry& sensor = frame.sensor;
+    const int even_width = sensor.width & ~1;
+    const int even_height = sensor.height & ~1;
+    const Window trial = centred(sensor, std::min(kTrialSide, even_width), std::min(kTrialSide, even_height));
+    std::vector<std::vector<uint32_t>> samples = {cut(frame, trial, black_level)};
+    NoiseLevel level;
+    measure_level(samples, trial, sensor.pattern, {file, output}, level);
+    level.frames = static_cast<int>(brightest.files.size());
+    for (float& mean : level.mean) {
+        mean *= static_cast<float>(kMarginOfLevels);
+    }
+    // The last bit grows in steps, whenever the sum doubles.
+    Window window = centred(sensor, even_width, even_height);
+    for (double share = 1; sum_rounding(level, window) > kMostSumRounding; share *= 0.99) {
+        const auto side = [&](int whole) { return std::max(2 * static_cast<int>(whole * std::sqrt(share) / 2), 2); };
+        window = centred(sensor, side(even_width), side(even_height));
+        if (window.width == 2 && window.height == 2) {
+            break;
+        }
+    }
+    return window;
+}
+
 }  // namespace
+
+double sum_rounding(const NoiseLevel& level, const Window& window) {
+    const double samples = static_cast<double>(window.width) * window.height / 4;
+    const double sum = samples * level.frames * static_cast<double>(*std::ranges::max_element(level.mean));
+    const double last_bit = std::ldexp(1.0, std::ilogb(std::max(sum, 1.0)) - 23);
+    return last_bit / std::max(static_cast<double>(*std::ranges::min_element(level.deviation)), 1.0);
+}
 
 std::size_t frame_count(const std::vector<SeriesLevel>& levels) {
     std::size_t total = 0;
@@ -199,6 +214,11 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
         throw InputError("the noise series has " + std::to_string(levels.size()) +
                          (levels.size() == 1 ? " level" : " levels") + ", expected two or more");
     }
+    for (std::size_t k = 0; k < levels.size(); ++k) {
+        if (levels[k].files.empty()) {
+            throw InputError(text("level %zu names no file, expected one frame or more", k + 1));
+        }
+    }
     NoiseResults results;
     results.settings = settings;
     std::vector<Channels<LevelStatistics>> statistics;
@@ -206,11 +226,7 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
     for (std::size_t k = 0; k < levels.size(); ++k) {
         const std::vector<std::filesystem::path>& files = levels[k].files;
         NoiseLevel level;
-        level.name =
-            "level " + std::to_string(k + 1) + (files.empty() ? "" : " (" + files[0].filename().string() + ")");
-        if (files.empty()) {
-            throw InputError(level.name + ": names no file, expected one frame or more");
-        }
+        level.name = "level " + std::to_string(k + 1) + " (" + files[0].filename().string() + ")";
         level.frames = static_cast<int>(files.size());
         std::vector<std::vector<uint32_t>> frames;
         for (const std::filesystem::path& file : files) {
@@ -218,7 +234,8 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
             if (first_file.empty()) {
                 first_file = file;
                 sensor = frame.sensor;
-                results.window = settings.window.value_or(default_noise_window(sensor));
+                results.window =
+                    settings.window ? *settings.window : largest_window(levels.back(), geometry, black_level, output);
             }
             require_same_geometry(frame, sensor, first_file);
             require_window(results.window, frame);
@@ -235,7 +252,6 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
         results.variance[c] = fit(results.levels, c, &NoiseLevel::variance, call);
         results.weighted[c] = fit_weighted(statistics, c);
     }
-    warn_of_rounding(results);
     convert(results, call);
     return results;
 }
@@ -289,7 +305,6 @@ Section describe(const NoiseResults& results) {
     section.notes.push_back("registers " + results.settings.slope_format + " and " + results.settings.level_format +
                             text(" at code %d; luma %d, %d", results.settings.ref_level, results.luma_registers.slope,
                                  results.luma_registers.level));
-    section.warnings = results.warnings;
     return section;
 }
 

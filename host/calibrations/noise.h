@@ -47,7 +47,6 @@ struct NoiseResults {
     Channels<NoiseLine> variance;                  ///< slope: codes per electron; intercept: squared read noise
     Channels<exports::LineRegisters> registers{};  ///< of the deviation's line
     exports::LineRegisters luma_registers;
-    std::vector<std::string> warnings;
     Channels<WeightedLine> weighted{};
     Record record = {};
 };
@@ -61,6 +60,12 @@ using FrameRead = std::function<void(std::size_t level, const Capture& frame, co
 [[nodiscard]] NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geometry& geometry,
                                            const BlackLevels& black_level, const NoiseSettings& settings,
                                            const LibraryOutput& output, const FrameRead& read, SensorGeometry& sensor);
+
+/// Last bit of the largest of a level's single-precision sums over its smallest deviation: beyond a few, what is added
+/// is rounded away.
+[[nodiscard]] double sum_rounding(const NoiseLevel& level, const Window& window);
+/// The largest that is sound.
+inline constexpr double kMostSumRounding = 4;
 
 /// Of all levels.
 [[nodiscard]] std::size_t frame_count(const std::vector<SeriesLevel>& levels);

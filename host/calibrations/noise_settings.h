@@ -9,7 +9,7 @@
 namespace cali::host {
 
 struct NoiseSettings {
-    std::optional<Window> window;  ///< default: the centre, at most 512 x 512
+    std::optional<Window> window;  ///< default: the centre, as large as sound sums allow
     int ref_level = 1024;          ///< code at which the level register holds the noise
     std::string slope_format = "U4.12";
     std::string level_format = "U10.0";

@@ -79,15 +79,6 @@ double spread_of(std::span<const MeasuredLevel> levels, double full_scale, const
     return spread;
 }
 
-/// Last bit of a level's largest sum in single precision over its smallest deviation: beyond a few, what is added is
-/// rounded away.
-double rounding_of(const NoiseLevel& level, const Window& window) {
-    const double samples = static_cast<double>(window.width) * window.height / 4;
-    const double sum = samples * level.frames * static_cast<double>(*std::ranges::max_element(level.mean));
-    const double last_bit = std::ldexp(1.0, std::ilogb(std::max(sum, 1.0)) - 23);
-    return last_bit / std::max(static_cast<double>(*std::ranges::min_element(level.deviation)), 1.0);
-}
-
 }  // namespace
 
 SeriesFrame measure_series_frame(const Capture& frame, const Window& window, const BlackLevels& black_level) {
@@ -136,7 +127,7 @@ void check_noise(const NoiseResults& noise, const SensorGeometry& sensor, Judge&
     judge.hold(Check::noise_read_noise,
                std::sqrt(std::max(static_cast<double>(least->intercept), 0.0)) / code_step(sensor.bits),
                kChannelKeys[static_cast<std::size_t>(least - noise.variance.begin())]);
-    const auto rounding = [&](const NoiseLevel& level) { return rounding_of(level, noise.window); };
+    const auto rounding = [&](const NoiseLevel& level) { return sum_rounding(level, noise.window); };
     if (!noise.levels.empty()) {
         const NoiseLevel& level = *std::ranges::max_element(noise.levels, {}, rounding);
         judge.hold(Check::noise_rounding, rounding(level), level.name);

@@ -28,19 +28,19 @@ Section section_of(const Comparison& comparison) {
     Section section;
     section.title = "Golden sample, unit, and their difference";
     Table& table = section.tables.emplace_back();
-    table.columns = {{"calibration", 20, true}, {"light", 16, true}, {"figure", 34, true}, {"golden", 12},
-                     {"unit", 12},              {"difference", 18},  {"", 5, true}};
+    table.columns = {{"calibration", 20, true}, {"light", 16, true}, {"figure", 34, true}, {"golden", 12}, {"unit", 12},
+                     {"difference", 18},        {"", 5, true}};
     for (const Difference& difference : comparison.differences) {
         const auto number = [](double value) { return std::isnan(value) ? std::string("-") : text("%.5g", value); };
-        table.rows.push_back({{difference.section, difference.entry, difference.figure, number(difference.golden),
-                               number(difference.found),
-                               text("%+.3g%s%s", difference.difference, difference.unit.empty() ? "" : " ",
-                                    difference.unit.c_str()),
-                               severity_name(difference.severity)},
-                              ""});
-        section.figures.push_back({difference.section + (difference.entry.empty() ? "" : " " + difference.entry) + " " +
-                                       difference.figure,
-                                   difference.difference, difference.unit});
+        table.rows.push_back(
+            {{difference.section, difference.entry, difference.figure, number(difference.golden),
+              number(difference.found),
+              text("%+.3g%s%s", difference.difference, difference.unit.empty() ? "" : " ", difference.unit.c_str()),
+              severity_name(difference.severity)},
+             ""});
+        section.figures.push_back(
+            {difference.section + (difference.entry.empty() ? "" : " " + difference.entry) + " " + difference.figure,
+             difference.difference, difference.unit});
     }
     return section;
 }

@@ -32,7 +32,8 @@ void describe(Command& command, NoiseOptions& options) {
     options.values.add_to(command, {ValueOptions::black_level});
     command
         .option("--window", options.window,
-                "X Y WIDTH HEIGHT, even; default: the centre, at most 512 x 512 (docs/noise.md)")
+                "X Y WIDTH HEIGHT, even; default: the centre, as large as the sums of the brightest level allow "
+                "(docs/noise.md)")
         .expected(4)
         .whole_range(0, kMaxSide);
     command.option("--ref-level", options.ref_level, "code of the level register; default 1024").whole_range(0, 4095);

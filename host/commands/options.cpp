@@ -17,8 +17,8 @@ CLI::App& app_of(void* app) { return *static_cast<CLI::App*>(app); }
 
 /// What a result does not depend on.
 constexpr std::array<std::string_view, 16> kWithoutEffect = {
-    "--results", "--out",     "--log",       "--verbose",   "--json",     "--strict",  "--progress", "--picture",
-    "--cube",    "--plot",    "--pictures",  "--tables",    "--registers", "--corrected", "--new",     "--help"};
+    "--results", "--out",  "--log",      "--verbose", "--json",      "--strict",    "--progress", "--picture",
+    "--cube",    "--plot", "--pictures", "--tables",  "--registers", "--corrected", "--new",      "--help"};
 
 /// CLI::Range lets NaN pass.
 class NumberRange : public CLI::Validator {

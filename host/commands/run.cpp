@@ -189,6 +189,14 @@ void Run::take_findings(const std::vector<Finding>& findings) {
     made_.findings.insert(made_.findings.end(), findings.begin(), findings.end());
 }
 
+void Run::count_library_lines() {
+    const LibraryOutput::Lines& lines = output_->lines();
+    if (lines.warn > 0) {
+        report_.note(text("the library printed %zu lines, %zu of them WARN: -v shows them, --log keeps them", lines.all,
+                          lines.warn));
+    }
+}
+
 int Run::finish() {
     const Severity severity = worst(made_.findings);
     made_.outputs = outputs_.commit();
@@ -206,6 +214,7 @@ int Run::finish() {
         write_results(options_.results, all);
     }
     report_.written(options_.results);
+    count_library_lines();
     report_.verdict(all);
     report_.finish();
     return options_.report.status(severity);
@@ -221,6 +230,7 @@ int Run::finish(Results whole, Severity severity) {
         write_results(options_.results, whole);
     }
     report_.written(options_.results);
+    count_library_lines();
     report_.verdict(whole);
     report_.finish();
     return options_.report.status(severity);

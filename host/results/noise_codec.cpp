@@ -54,7 +54,6 @@ void fields(Archive& archive, NoiseResults& results) {
         registers.field("luma_slope", results.luma_registers.slope);
         registers.field("luma_level", results.luma_registers.level);
     });
-    archive.field("warnings", results.warnings);
     record_fields(archive, results.record);
 }
 

@@ -53,7 +53,7 @@ TEST(ResultsFile, IsReadBackWhole) {
         {"/colour_table/0",
          "file illuminant_k domain nodes strength radius chosen needed limited_components de_2000 table"},
         {"/colour_table/0/de_2000", "before_mean before_worst after_mean after_worst leave_one_out_mean grey_movement"},
-        {"/noise", "window levels deviation_line variance_line weighted_variance_line registers warnings"},
+        {"/noise", "window levels deviation_line variance_line weighted_variance_line registers"},
         {"/noise/registers", "slope_format level_format ref_level slope level luma_slope luma_level"}};
     for (const auto& [section, keys] : promised) {
         for (const std::string& key : words(keys)) {
