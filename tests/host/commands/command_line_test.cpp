@@ -129,7 +129,7 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
 
 TEST_F(CommandLine, HelpHasExamplesAndVersionIsPrinted) {
     for (const char* command : {"simulate", "blc", "lsc", "awb", "awb-curve", "ccm", "clut", "noise", "calibrate",
-                                "verify", "show", "diff"}) {
+                                "verify", "show", "diff", "help"}) {
         const std::string help = run_line(folder_.path(), std::string(command) + " --help");
         EXPECT_NE(help.find(std::string("Examples:\n  cali ") + command), std::string::npos) << help;
     }
