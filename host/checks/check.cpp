@@ -8,8 +8,6 @@
 namespace cali::host {
 namespace {
 
-constexpr double kNever = 1e9;
-
 // Measured good and bad values stand in docs/limits.md.
 constexpr std::array<CheckRecord, kChecks> kRecords = {{
     {"dark_level", "codes", true, {500, 800}, "the frame is not dark: cap the lens"},
@@ -34,8 +32,8 @@ constexpr std::array<CheckRecord, kChecks> kRecords = {{
      {0.1, 5},
      "nodes stand at the largest gain: the lens is darker than the block mends"},
     {"grey_clipped", "%", true, {0.1, 1}, "samples of the window are saturated: gains come out wrong; expose less"},
-    {"grey_level", "codes", false, {400, 100}, "the card is dark in a channel: expose more"},
-    {"grey_uniformity", "%", true, {1.5, 5}, "the window varies by more than its noise: is all of it on the card?"},
+    {"grey_level", "codes", false, {100, 30}, "the card is dark in a channel: expose more"},
+    {"grey_uniformity", "%", true, {3, 10}, "the window varies by more than its noise: is all of it on the card?"},
     {"chart_clipped", "%", true, {0.1, 1}, "samples of a patch are saturated: expose less"},
     {"chart_level", "codes", false, {400, 200}, "the brightest patch is dark: expose more"},
     {"chart_dark", "codes", false, {5, 1}, "a patch hardly stands above black: expose more"},
@@ -46,11 +44,11 @@ constexpr std::array<CheckRecord, kChecks> kRecords = {{
      {15, 50},
      "the values applied are of another light: take a grey card under this one"},
     {"chart_window_noise", "", true, {2, 5}, "a window varies by more than its noise: does it lie inside its patch?"},
-    {"chart_greys", "", false, {1.02, 1}, "greys are not in order from white to black: glare, or wrong windows?"},
+    {"chart_greys", "", false, {1.2, 1.02}, "greys are not in order from white to black: glare, or wrong windows?"},
     {"chart_neutral",
      "%",
      true,
-     {5, 20},
+     {5, 25},
      "a grey is not neutral: is the chart under the light of the grey card, shaded as the flat field?"},
     {"chart_mean", "dE2000", true, {3, 7}, "the matrix leaves large differences: check windows, light and shading"},
     {"chart_worst", "dE2000", true, {8, 20}, "the matrix leaves a patch far off: check its window"},
@@ -67,17 +65,17 @@ constexpr std::array<CheckRecord, kChecks> kRecords = {{
      true,
      {0, 0},
      "the lights do not follow each other along the curve: check stated temperatures"},
-    {"curve_distance", "%", true, {5, 15}, "a light lies off the curve: check its capture and stated temperature"},
+    {"curve_distance", "%", true, {3, 10}, "a light lies off the curve: check its capture and stated temperature"},
     {"noise_residual", "%", true, {3, 10}, "variances leave the line: check levels, window and clipping"},
     {"noise_flicker", "%", true, {0.2, 0.5}, "frames of a level differ in brightness: use direct current light"},
     {"noise_clipped", "%", true, {0.1, 1}, "samples stand at full scale or not above black: other exposures"},
-    {"noise_order", "codes", false, {1, 0}, "levels do not rise from dark to bright"},
+    {"noise_order", "codes", false, {1, 0.01}, "levels do not rise from dark to bright"},
     {"noise_spread", "%", false, {30, 10}, "levels cover little of the range: add brighter ones"},
     {"noise_read_noise", "codes", false, {0.5, 0}, "read noise below half a code of the file: steps hide it"},
     {"noise_rounding",
      "",
      true,
-     {4, kNever},
+     {4, 10},
      "the window is too large for single-precision sums: the noise comes out "
      "wrong"},
     {"table_need", "dE2000", false, {0, -1}, "a table mends little below 0.5: not needed"},
