@@ -19,4 +19,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// An output that did not take what was written, as on a full disk: one line on standard error, exit status 1. The text
+/// names the output.
+class OutputError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 }  // namespace cali::host

@@ -1,45 +1,200 @@
 #include "base/output_file.h"
 
+#include <cerrno>
+#include <random>
+#include <string_view>
 #include <system_error>
 
 #include "base/error.h"
+#include "base/system_file.h"
+#include "base/text.h"
 
 namespace cali::host {
+namespace {
 
-OutputFile::OutputFile(std::filesystem::path target) : target_(std::move(target)), temporary_(target_) {
+constexpr std::size_t kMarkLength = 6;
+constexpr std::size_t kLongestName = 255;
+constexpr const char* kSuffix = ".part";
+
+std::string reason(int error) { return error == 0 ? "unknown error" : std::generic_category().message(error); }
+
+/// ".results.json." of "results.json", cut where the whole name would be too long for a folder.
+std::string temporary_prefix(const std::filesystem::path& destination) {
+    constexpr std::size_t kMost = kLongestName - 2 - kMarkLength - std::string_view(kSuffix).size();
+    return text(".%.*s.", static_cast<int>(kMost), destination.filename().string().c_str());
+}
+
+std::string random_mark() {
+    constexpr const char* kCharacters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    static std::random_device source;
+    std::uniform_int_distribution<std::size_t> pick(0, 35);
+    std::string mark(kMarkLength, ' ');
+    for (char& character : mark) {
+        character = kCharacters[pick(source)];
+    }
+    return mark;
+}
+
+/// What runs that were killed left of this target.
+void remove_leftovers(const std::filesystem::path& destination) {
+    const std::string prefix = temporary_prefix(destination);
+    const std::size_t length = prefix.size() + kMarkLength + std::string_view(kSuffix).size();
+    const std::filesystem::path folder = destination.has_parent_path() ? destination.parent_path() : ".";
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        std::error_code ignored;
+        if (name.size() == length && name.starts_with(prefix) && name.ends_with(kSuffix) &&
+            entry->symlink_status(ignored).type() == std::filesystem::file_type::regular) {
+            system_file::remove_abandoned(entry->path());
+        }
+    }
+}
+
+}  // namespace
+
+std::filesystem::path behind_links(const std::filesystem::path& name) {
+    constexpr int kMostLinks = 40;
+    std::filesystem::path path = name;
+    std::error_code error;
+    for (int i = 0; i < kMostLinks; ++i) {
+        if (!std::filesystem::is_symlink(path, error)) {
+            return path;
+        }
+        const std::filesystem::path to = std::filesystem::read_symlink(path, error);
+        path = path.parent_path() / to;  // what is absolute replaces the folder
+    }
+    throw InputError(name.string() + ": is a symbolic link that leads nowhere, expected a file name to write to");
+}
+
+bool is_standard_output(const std::filesystem::path& name) { return name == "-" || name == "/dev/stdout"; }
+
+bool is_passed_on(const std::filesystem::path& name) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(name, error);
+    return is_standard_output(name) || (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
+                                        !std::filesystem::is_directory(status));
+}
+
+void require_standard_output() {
+    errno = 0;
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        throw OutputError("standard output: writing failed" + (errno == 0 ? "" : ": " + reason(errno)));
+    }
+}
+
+std::streamsize OutputFile::Buffer::xsputn(const char* text, std::streamsize count) {
+    errno = 0;
+    const auto written = static_cast<std::streamsize>(std::fwrite(text, 1, static_cast<std::size_t>(count), file));
+    if (written < count && error == 0) {
+        error = errno;
+    }
+    return written;
+}
+
+OutputFile::Buffer::int_type OutputFile::Buffer::overflow(int_type character) {
+    const char text = traits_type::to_char_type(character);
+    return xsputn(&text, 1) == 1 ? traits_type::not_eof(character) : traits_type::eof();
+}
+
+OutputFile::OutputFile(std::filesystem::path target) : target_(std::move(target)) {
     std::error_code error;
     if (std::filesystem::is_directory(target_, error)) {
         throw InputError(target_.string() + ": is a folder, expected a file name to write to");
     }
-    temporary_ += ".part";
-    stream_.open(temporary_, std::ios::binary | std::ios::trunc);
-    if (!stream_) {
-        throw InputError(target_.string() + ": cannot be written; does the folder exist, and may it be written to?");
+    if (is_standard_output(target_)) {
+        buffer_.file = stdout;
+        return;
+    }
+    if (is_passed_on(target_)) {
+        buffer_.file = system_file::open_existing(target_);
+        if (buffer_.file == nullptr) {
+            throw InputError(target_.string() + ": cannot be written: " + reason(errno));
+        }
+        return;
+    }
+    destination_ = behind_links(target_);
+    if (destination_.filename().empty()) {
+        throw InputError("'" + target_.string() + "': is no file name, expected one to write to");
+    }
+    if (std::filesystem::exists(destination_, error) && !system_file::may_be_written(destination_)) {
+        throw InputError(target_.string() + ": exists and is protected from writing");
+    }
+    remove_leftovers(destination_);
+    open_temporary();
+}
+
+void OutputFile::open_temporary() {
+    do {
+        temporary_ = (destination_.parent_path() / (temporary_prefix(destination_) + random_mark() + kSuffix)).string();
+        system_file::remove_on_signal(temporary_.c_str());
+        buffer_.file = system_file::create_locked(temporary_, destination_);
+        if (buffer_.file == nullptr) {
+            const int error = errno;
+            system_file::keep_on_signal(temporary_.c_str());
+            errno = error;
+        }
+    } while (buffer_.file == nullptr && errno == EEXIST);
+    if (buffer_.file == nullptr) {
+        const int error = errno;
+        temporary_.clear();
+        if (system_file::is_wrong_name(error)) {
+            throw InputError(target_.string() +
+                             ": cannot be written; does the folder exist, and may it be written to?");
+        }
+        fail(error);
     }
 }
 
 OutputFile::~OutputFile() {
-    if (!committed_) {
-        stream_.close();
+    if (!temporary_.empty()) {
         std::error_code ignored;
         std::filesystem::remove(temporary_, ignored);
+        system_file::keep_on_signal(temporary_.c_str());
+    }
+    close();
+}
+
+void OutputFile::close() {
+    if (buffer_.file != nullptr && buffer_.file != stdout) {
+        (void)std::fclose(buffer_.file);
+    }
+    buffer_.file = nullptr;
+}
+
+void OutputFile::fail(int error) const {
+    throw OutputError((is_standard_output(target_) ? "standard output" : target_.string()) +
+                      ": writing failed: " + reason(error));
+}
+
+void OutputFile::flush() {
+    const bool direct = temporary_.empty();
+    errno = 0;
+    if (!stream_ || !(direct ? std::fflush(buffer_.file) == 0 : system_file::flush_to_disk(buffer_.file))) {
+        fail(buffer_.error != 0 ? buffer_.error : errno);
     }
 }
 
 void OutputFile::commit() {
-    stream_.close();
-    if (!stream_) {
-        throw InputError(target_.string() + ": writing failed; is the disk full?");
+    flush();
+    if (!temporary_.empty()) {
+        std::error_code error;
+        std::filesystem::rename(temporary_, destination_, error);
+        if (error) {
+            throw OutputError(target_.string() + ": cannot be replaced: " + error.message());
+        }
+        system_file::keep_on_signal(temporary_.c_str());
+        temporary_.clear();
+        system_file::flush_folder(destination_.has_parent_path() ? destination_.parent_path() : ".");
     }
-    std::error_code error;
-    std::filesystem::rename(temporary_, target_, error);
-    if (error) {
-        throw InputError(target_.string() + ": cannot be replaced: " + error.message());
-    }
-    committed_ = true;
+    close();
 }
 
 std::vector<std::filesystem::path> PendingFiles::commit() {
+    for (const std::unique_ptr<OutputFile>& file : files_) {
+        file->flush();
+    }
     std::vector<std::filesystem::path> names;
     for (const std::unique_ptr<OutputFile>& file : files_) {
         file->commit();

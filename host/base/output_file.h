@@ -1,16 +1,32 @@
 /// Files that appear whole or not at all.
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
+#include <ostream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
 namespace cali::host {
 
-/// Writes under a temporary name beside the target; `commit` renames it. Without it the temporary file is removed.
-/// Throws InputError where the file cannot be made or written.
+/// Where writing to a name ends: symbolic links are followed, also one to what does not exist yet. Throws InputError
+/// where they run in a ring.
+[[nodiscard]] std::filesystem::path behind_links(const std::filesystem::path& name);
+
+/// "-" and /dev/stdout.
+[[nodiscard]] bool is_standard_output(const std::filesystem::path& name);
+
+/// Whether what is written to the name is passed on at once and replaces nothing: standard output, pipes, devices.
+[[nodiscard]] bool is_passed_on(const std::filesystem::path& name);
+
+/// Throws OutputError where standard output took less than was printed. Called at the end of a run.
+void require_standard_output();
+
+/// Writes under a temporary name beside the target; `commit` renames it. Without it the temporary file is removed. A
+/// replaced file's permissions stay, and so does a link to it. "-", pipes and devices are written to directly. Throws
+/// InputError where the target can never be written, OutputError where it does not take what is written.
 class OutputFile {
 public:
     explicit OutputFile(std::filesystem::path target);
@@ -18,27 +34,45 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    [[nodiscard]] std::ofstream& stream() { return stream_; }
+    [[nodiscard]] std::ostream& stream() { return stream_; }
     [[nodiscard]] const std::filesystem::path& target() const { return target_; }
+    /// Everything so far is on the disk, still under the temporary name.
+    void flush();
     void commit();
 
 private:
+    /// Keeps why writing failed.
+    class Buffer : public std::streambuf {
+    public:
+        std::FILE* file = nullptr;
+        int error = 0;
+
+    protected:
+        std::streamsize xsputn(const char* text, std::streamsize count) override;
+        int_type overflow(int_type character) override;
+    };
+
+    void open_temporary();
+    [[noreturn]] void fail(int error) const;
+    void close();
+
     std::filesystem::path target_;
-    std::filesystem::path temporary_;
-    std::ofstream stream_;
-    bool committed_ = false;
+    std::filesystem::path destination_;  ///< behind links; empty where writing is direct
+    std::string temporary_;
+    Buffer buffer_;
+    std::ostream stream_{&buffer_};
 };
 
 /// Files of one run: each is written as soon as its content is there, all appear together at its end.
 class PendingFiles {
 public:
-    /// To be written to its stream. Throws InputError.
+    /// To be written to its stream. Throws as OutputFile.
     OutputFile& add(const std::filesystem::path& target) {
         return *files_.emplace_back(std::make_unique<OutputFile>(target));
     }
     void add_text(const std::filesystem::path& target, const std::string& text) { add(target).stream() << text; }
 
-    /// Returns their names, in the order they were added.
+    /// Returns their names, in the order they were added. Where one could not be written, none appears.
     std::vector<std::filesystem::path> commit();
 
 private:

@@ -13,24 +13,36 @@
 
 namespace cali::host {
 
-Progress::Progress(std::size_t total, bool always) : total_(total), shown_(always || isatty(fileno(stderr)) != 0) {}
+namespace {
 
-void Progress::step() {
+constexpr int kBar = 24;
+
+}  // namespace
+
+Progress::Progress(std::size_t total, Lines lines)
+    : total_(total), bar_(isatty(fileno(stderr)) != 0), lines_(lines == Lines::all) {}
+
+void Progress::step(const std::string& name) {
     ++done_;
-    if (!shown_) {
+    if (!bar_) {
+        if (lines_) {
+            (void)std::fprintf(stderr, "%zu of %zu: %s\n", done_, total_, name.c_str());
+        }
         return;
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     const double rate = static_cast<double>(done_) / (seconds > 1e-9 ? seconds : 1e-9);
     const auto left = std::lround(static_cast<double>(total_ - done_) / rate);
-    (void)std::fprintf(stderr, "\r%zu of %zu frames, %.1f frames/s, %ld:%02ld left ", done_, total_, rate, left / 60,
-                       left % 60);
+    const auto filled = static_cast<int>(kBar * done_ / (total_ == 0 ? 1 : total_));
+    (void)std::fprintf(stderr, "\r[%.*s%*s] %zu of %zu, %.1f/s, %ld:%02ld left ", filled,
+                       "########################", kBar - filled, "", done_, total_, rate, left / 60, left % 60);
+    open_ = true;
 }
 
 void Progress::finish() {
-    if (shown_ && done_ > 0) {
+    if (open_) {
         (void)std::fprintf(stderr, "\n");
-        shown_ = false;
+        open_ = false;
     }
 }
 

@@ -1,26 +1,34 @@
-/// Frames done, rate and time left, on one line of standard error.
+/// What is done of a run, on standard error.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
+#include <string>
 
 namespace cali::host {
 
+/// A bar with rate and time left on a terminal.
 class Progress {
 public:
-    /// Shown where standard error is a terminal, or where `always`.
-    Progress(std::size_t total, bool always);
+    /// What stands there without a terminal.
+    enum class Lines { none, all };
+
+    Progress(std::size_t total, Lines lines);
     ~Progress() { finish(); }
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void step();
+    /// One more is done.
+    void step(const std::string& name);
+    /// Makes room for other text: the bar comes back with the next step.
     void finish();
 
 private:
     std::size_t total_;
     std::size_t done_ = 0;
-    bool shown_;
+    bool bar_;
+    bool lines_;
+    bool open_ = false;  ///< the bar's line is not ended
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 

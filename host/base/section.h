@@ -3,16 +3,18 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace cali::host {
 
-/// One number with its unit: "codes", "K", "%"; empty for a ratio.
+/// One number with its unit: "codes", "K", "%"; empty for a ratio. The uncertainty is one standard deviation.
 struct Figure {
     std::string name;
     double value = 0;
     std::string unit;
+    std::optional<double> uncertainty = {};  ///< standard uncertainty, in the same unit
 };
 
 struct Column {

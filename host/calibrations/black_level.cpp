@@ -1,6 +1,8 @@
 #include "calibrations/black_level.h"
 
+#include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "base/choice.h"
 #include "base/text.h"
@@ -12,6 +14,89 @@ namespace {
 
 constexpr std::array<const char*, kBlackLevelMethods> kMethodNames = {"median", "mean", "mean_deviation"};
 
+/// Standard deviations over the median absolute deviation of normal noise.
+constexpr double kDeviationsPerMad = 1.4826;
+constexpr double kDefectDeviations = 6;
+
+using Histogram = std::array<uint64_t, kLibraryFullScale + 1>;
+
+uint64_t median_of(const Histogram& histogram, uint64_t count) {
+    uint64_t below = 0;
+    std::size_t code = 0;
+    while (code < kLibraryFullScale && 2 * (below + histogram[code]) <= count) {
+        below += histogram[code++];
+    }
+    return code;
+}
+
+/// What is farther than 6 robust deviations from the median is a defect.
+SampleSums sums_without_defects(const Histogram& histogram, uint64_t count, double step) {
+    const uint64_t median = median_of(histogram, count);
+    const auto distance = [&](std::size_t code) { return code < median ? median - code : code - median; };
+    Histogram distances{};
+    for (std::size_t code = 0; code < histogram.size(); ++code) {
+        distances[distance(code)] += histogram[code];
+    }
+    const double deviation = kDeviationsPerMad * std::max(static_cast<double>(median_of(distances, count)), step);
+    SampleSums sums;
+    for (std::size_t code = 0; code < histogram.size(); ++code) {
+        if (static_cast<double>(distance(code)) <= kDefectDeviations * deviation) {
+            sums.count += histogram[code];
+            sums.sum += histogram[code] * code;
+            sums.squares += histogram[code] * code * code;
+        }
+    }
+    return sums;
+}
+
+Channels<SampleSums> sum_samples(const Capture& dark, double step) {
+    Channels<SampleSums> sums{};
+    for (uint32_t position = 0; position < 4; ++position) {
+        Histogram histogram{};
+        uint64_t count = 0;
+        for (int y = static_cast<int>(position >> 1U); y < dark.sensor.height; y += 2) {
+            for (int x = static_cast<int>(position & 1U); x < dark.sensor.width; x += 2, ++count) {
+                ++histogram[std::min(dark.view().row(y)[x], kLibraryFullScale)];
+            }
+        }
+        sums[index_of(bayer_channel(dark.sensor.pattern, position >> 1U, position & 1U))] =
+            sums_without_defects(histogram, count, step);
+    }
+    return sums;
+}
+
+/// Samples of a few codes tell the mean only up to what rounding hides: of the error's Fourier series in the level, for
+/// normal noise, the first term, averaged over where between two codes the level lies (B. Widrow and I. Kollar,
+/// Quantization Noise, 2008, chapter on dither).
+double rounding_bias(double variance, double step) {
+    const double noise = std::max(variance / (step * step) - 1.0 / 12, 0.0);
+    return step / (std::numbers::pi * std::numbers::sqrt2) * std::exp(-2 * std::numbers::pi * std::numbers::pi * noise);
+}
+
+/// Frames may differ in their levels: the deviation is the one within frames.
+Measured mean_over(const std::vector<DarkFrameLevels>& frames, std::size_t channel) {
+    double count = 0;
+    double sum = 0;
+    double squares = 0;  // of the distances from each frame's mean
+    double step = 0;
+    for (const DarkFrameLevels& frame : frames) {
+        const SampleSums& samples = frame.samples[channel];
+        if (samples.count > 0) {
+            const auto n = static_cast<double>(samples.count);
+            const auto s = static_cast<double>(samples.sum);
+            count += n;
+            sum += s;
+            squares += static_cast<double>(samples.squares) - s * s / n;
+            step = std::max(step, frame.step);
+        }
+    }
+    if (count < 2) {
+        return {};
+    }
+    const double variance = squares / (count - 1);
+    return {sum / count, std::hypot(std::sqrt(variance / count), rounding_bias(variance, step))};
+}
+
 std::vector<std::string> offset_row(const std::string& first, const char* second, const Channels<uint32_t>& offset) {
     std::vector<std::string> cells = {first, second};
     for (const uint32_t code : offset) {
@@ -22,7 +107,9 @@ std::vector<std::string> offset_row(const std::string& first, const char* second
 
 }  // namespace
 
-const char* method_name(BlackLevelMethod method) { return kMethodNames[static_cast<std::size_t>(method)]; }
+const char* method_name(BlackLevelMethod method) {
+    return method == BlackLevelMethod::given ? "given" : kMethodNames[static_cast<std::size_t>(method)];
+}
 
 BlackLevelMethod parse_method(const std::string& text, const std::string& where) {
     return parse_choice<BlackLevelMethod>(kMethodNames, text, where);
@@ -31,6 +118,8 @@ BlackLevelMethod parse_method(const std::string& text, const std::string& where)
 DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const LibraryOutput& output) {
     DarkFrameLevels result;
     result.file = dark.file;
+    result.step = std::ldexp(1.0, std::max(kLibraryBits - dark.sensor.bits, 0));
+    result.samples = sum_samples(dark, result.step);
     const auto levels = [&](BlackLevelMethod method) -> BlackLevels& {
         return result.by_method[static_cast<std::size_t>(method)];
     };
@@ -44,13 +133,23 @@ DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const Library
 }
 
 BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method) {
-    BlackLevelResults results{method, {}, std::move(frames)};
+    BlackLevelResults results{method, {}, std::move(frames), {}, {}};
     for (std::size_t c = 0; c < results.values.offset.size(); ++c) {
+        results.mean[c] = mean_over(results.frames, c);
         double sum = 0;
         for (const DarkFrameLevels& frame : results.frames) {
             sum += frame.by_method[static_cast<std::size_t>(method)].offset[c];
         }
         results.values.offset[c] = static_cast<uint32_t>(std::lround(sum / static_cast<double>(results.frames.size())));
+        results.values.gain[c] = restoring_gain(static_cast<int32_t>(results.values.offset[c]));
+    }
+    return results;
+}
+
+BlackLevelResults given_black_level(const Channels<uint32_t>& codes, int bits) {
+    BlackLevelResults results{BlackLevelMethod::given, {}, {}, {}, {}};
+    for (std::size_t c = 0; c < codes.size(); ++c) {
+        results.values.offset[c] = to_library_scale(codes[c], bits);
         results.values.gain[c] = restoring_gain(static_cast<int32_t>(results.values.offset[c]));
     }
     return results;
@@ -70,12 +169,24 @@ Section describe(const BlackLevelResults& results) {
         }
     }
     const BlackLevels& values = results.values;
+    if (std::ranges::all_of(results.mean, [](const Measured& mean) { return mean.uncertainty > 0; })) {
+        Row& means = table.rows.emplace_back(Row{{"all frames", "unrounded mean"}, ""});
+        Row& spreads = table.rows.emplace_back(Row{{"", "+/-"}, ""});
+        for (const Measured& mean : results.mean) {
+            means.cells.push_back(text("%.3f", mean.value));
+            spreads.cells.push_back(text("%.4f", mean.uncertainty));
+        }
+    }
     table.rows.push_back({offset_row("offset", method_name(results.method), values.offset), ""});
     Row& gains = table.rows.emplace_back(Row{{"restoring gain", ""}, ""});
     for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
         gains.cells.push_back(text("%.5f", static_cast<double>(values.gain[c])));
+        const Measured& mean = results.mean[c];
+        const double rounded = mean.uncertainty > 0 ? with_rounding(mean.uncertainty, 1) : 0;
         section.figures.push_back(
-            {std::string("offset_") + kChannelKeys[c], static_cast<double>(values.offset[c]), "codes"});
+            {std::string("mean_") + kChannelKeys[c], mean.value, "codes", known(mean.uncertainty)});
+        section.figures.push_back(
+            {std::string("offset_") + kChannelKeys[c], static_cast<double>(values.offset[c]), "codes", known(rounded)});
         section.figures.push_back(
             {std::string("restoring_gain_") + kChannelKeys[c], static_cast<double>(values.gain[c]), ""});
     }

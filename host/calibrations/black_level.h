@@ -5,13 +5,23 @@
 #include <filesystem>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "calibrations/black_level_settings.h"
+#include "calibrations/dark_measures.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
 
 namespace cali::host {
+
+/// Of codes; exact.
+struct SampleSums {
+    uint64_t count = 0;
+    uint64_t sum = 0;
+    uint64_t squares = 0;
+};
 
 /// All global methods on one dark frame.
 struct DarkFrameLevels {
@@ -19,12 +29,19 @@ struct DarkFrameLevels {
     std::array<BlackLevels, kBlackLevelMethods> by_method;  ///< indexed by BlackLevelMethod
     bool median_in_bounds = true;
     std::vector<Channels<uint32_t>> blocks;  ///< local means, where asked for
+    DarkMeasures measures;
+    Channels<SampleSums> samples{};          ///< without defects
+    double step = 1;                         ///< one code of the file's own depth, in 12-bit codes
 };
 
 struct BlackLevelResults {
     BlackLevelMethod method = BlackLevelMethod::median;
     BlackLevels values;
     std::vector<DarkFrameLevels> frames;
+    /// Unrounded, in 12-bit codes: over all frames, without samples more than 6 robust deviations off their frame's
+    /// median.
+    Channels<Measured> mean{};
+    Record record;
 };
 
 /// `blocks` 0: no local means. Throws CalibrationError.
@@ -32,6 +49,9 @@ struct BlackLevelResults {
 
 /// One method over several frames: offsets are the rounded means over the frames, one or more.
 [[nodiscard]] BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method);
+
+/// Offsets that are known, in codes of `bits` bits.
+[[nodiscard]] BlackLevelResults given_black_level(const Channels<uint32_t>& codes, int bits);
 
 [[nodiscard]] Section describe(const BlackLevelResults& results);
 

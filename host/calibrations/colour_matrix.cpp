@@ -1,10 +1,13 @@
 #include "calibrations/colour_matrix.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "base/uncertainty.h"
 #include "calibrations/chart_geometry.h"
+#include "library/chart_mosaic.h"
 #include "library/exports.h"
 #include "library/front_end.h"
 #include "math/colour_space.h"
@@ -12,25 +15,6 @@
 namespace cali::host {
 namespace {
 
-constexpr double kLeastScore = 0.5;    ///< of the chart's best orientation
-constexpr double kMostClipped = 0.01;  ///< share of the windows' samples
-constexpr double kLeastLight = 200;    ///< codes of the brightest patch's green above black
-constexpr double kFullScale = kLibraryFullScale;
-
-double clipped_share(const Capture& chart, const ChartWindows& windows) {
-    const uint32_t full_scale = full_scale_code(chart.sensor);
-    double clipped = 0;
-    double count = 0;
-    for (const RoiRect& window : windows) {
-        for (int32_t y = window.y; y < window.y + window.h; ++y) {
-            const uint32_t* const row = chart.view().row(y) + window.x;
-            clipped += static_cast<double>(
-                std::count_if(row, row + window.w, [=](uint32_t sample) { return sample >= full_scale; }));
-        }
-        count += static_cast<double>(window.w) * window.h;
-    }
-    return clipped / count;
-}
 
 std::vector<Colour> reference_colours() {
     std::vector<Colour> linear;
@@ -82,49 +66,25 @@ double grey_sum(const std::vector<Colour>& colours, std::size_t colour) {
     return sum;
 }
 
-void require_usable(const Capture& chart, const ChartWindows& windows, const std::vector<Colour>& measured) {
-    const auto fail = [&](const std::string& why) { throw CalibrationError(chart.file.string() + ": " + why); };
-    const double clipped = clipped_share(chart, windows);
-    if (clipped > kMostClipped) {
-        fail(text("%.1f %% of the chart's samples are clipped, expected at most %.0f %%", clipped * 100,
-                  kMostClipped * 100));
-    }
-    // Whichever patch that is: the chart may be the wrong way round.
-    double brightest = 0;
-    for (const Colour& colour : measured) {
-        brightest = std::max(brightest, colour[1] * kFullScale);
-    }
-    if (brightest < kLeastLight) {
-        fail(
-            text("too dark: the brightest patch stands %.0f codes above black in green, expected at least %.0f of "
-                 "4095",
-                 brightest, kLeastLight));
-    }
-    const Orientation orientation = find_orientation(measured);
-    if (orientation.score < kLeastScore) {
-        fail(
-            text("shows no 24-patch chart in its windows: their colours correlate with its by %.2f at best, expected "
-                 "%.1f or more",
-                 orientation.score, kLeastScore));
-    }
-    if (orientation.index != 0) {
-        fail(text("the chart is %s, expected upright with dark skin top left: check the windows or corners",
-                  orientation.name));
-    }
-}
-
 void scale_exposure(TuningValues& values, double factor) {
     for (float& gain : values.black_level.gain) {
         gain *= static_cast<float>(factor);
     }
 }
 
+struct FitRequest {
+    const TuningValues& values;
+    const ChartWindows& windows;
+    const MatrixSettings& settings;
+    exports::PatchWeights weights = exports::kEqualWeights;
+};
+
 /// The method's export; the joint one finds its own gains.
-MatrixRegisters fit(Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                    const MatrixSettings& settings, GainRegisters& gains, const LibraryOutput& output) {
+MatrixRegisters fit(Capture& chart, const FitRequest& request, GainRegisters& gains, const LibraryOutput& output) {
+    const auto& [values, windows, settings, weights] = request;
     switch (settings.method) {
-        case MatrixMethod::lsq: return exports::ccm_pipe(chart, values, windows, output);
-        case MatrixMethod::joint: return exports::awb_ccm(chart, values, windows, gains, output);
+        case MatrixMethod::lsq: return exports::ccm_pipe(chart, values, windows, weights, output);
+        case MatrixMethod::joint: return exports::awb_ccm(chart, values, windows, weights, gains, output);
         default: break;
     }
     constexpr int kMostNodes = exports::kMostOptimisedNodes;
@@ -132,7 +92,64 @@ MatrixRegisters fit(Capture& chart, const TuningValues& values, const ChartWindo
         throw InputError(chart.file.string() + ": a mesh of " + by(values.grids.cols, values.grids.rows) +
                          " nodes, the optimised method takes at most " + by(kMostNodes, kMostNodes));
     }
-    return exports::ccm_pipe_optimised(chart, values, windows, {settings.white_point, settings.saturation}, output);
+    return exports::ccm_pipe_optimised(chart, values, windows, weights, {settings.white_point, settings.saturation},
+                                       output);
+}
+
+/// Fills `uncertainty` and `leave_one_out`: the fit again without each patch. The standard error is the delete-one
+/// jackknife's (B. Efron, C. Stein, The jackknife estimate of variance, Annals of Statistics 9, 1981).
+void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCalibration& result) {
+    const MosaicOrder order =
+        whole.settings.method == MatrixMethod::optimised ? MosaicOrder::gains_first : MosaicOrder::mesh_first;
+    ChartMosaic mosaic = set_together(chart, whole.values, whole.windows, order);
+    const LibraryOutput quiet;
+    constexpr double kCount = kChartPatches;
+    std::vector<std::array<float, 9>> without;
+    std::array<double, 9> mean{};
+    for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+        FitRequest request{mosaic.values, mosaic.windows, whole.settings};
+        request.weights[patch] = 0;
+        GainRegisters gains;
+        without.push_back(fit(mosaic.frame, request, gains, quiet).value);
+        int limited = 0;
+        const std::vector<Colour> corrected = apply_matrix(without.back(), {result.measured[patch]}, limited);
+        result.leave_one_out +=
+            differences(corrected, {result.reference[patch]}, whole.settings.white_point).de2000.mean / kCount;
+        for (std::size_t i = 0; i < mean.size(); ++i) {
+            mean[i] += static_cast<double>(without.back()[i]) / kCount;
+        }
+    }
+    for (std::size_t i = 0; i < mean.size(); ++i) {
+        double squares = 0;
+        for (const std::array<float, 9>& matrix : without) {
+            const double distance = static_cast<double>(matrix[i]) - mean[i];
+            squares += distance * distance;
+        }
+        result.uncertainty[i] = std::sqrt((kCount - 1) / kCount * squares);
+    }
+}
+
+/// Fills `reference` and `exposure`, and scales the restoring gains by it.
+void expose(const Capture& chart, const ChartWindows& windows, TuningValues& values, MatrixCalibration& result) {
+    const GainRegisters gains = values.gains;
+    values.gains = {};
+    const std::vector<Colour> raw = measure_chart_windows(chart, values, windows);
+    result.reference = reference_colours();
+    result.exposure = grey_sum(result.reference, 1) / grey_sum(raw, 1);
+    if (!std::isfinite(result.exposure) || result.exposure <= 0) {
+        throw CalibrationError(chart.file.string() + ": the chart's greys show no light above black");
+    }
+    scale_exposure(values, result.exposure);
+    values.gains = gains;
+}
+
+/// Fills what the matrix makes of the chart behind `values`.
+void prove(const Capture& chart, const ChartWindows& windows, const TuningValues& values, MatrixCalibration& result) {
+    result.measured = measure_chart_windows(chart, values, windows);
+    result.limited = 0;
+    result.corrected = apply_matrix(result.matrix.value, result.measured, result.limited);
+    result.before = differences(result.measured, result.reference, result.settings.white_point);
+    result.after = differences(result.corrected, result.reference, result.settings.white_point);
 }
 
 }  // namespace
@@ -163,20 +180,24 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
     result.gains = values.gains;
 
     TuningValues applied = values;
-    applied.gains = {};
-    const std::vector<Colour> raw = measure_chart_windows(chart, applied, windows);
-    require_usable(chart, windows, raw);
-    result.reference = reference_colours();
-    result.exposure = grey_sum(result.reference, 1) / grey_sum(raw, 1);
-    scale_exposure(applied, result.exposure);
-    applied.gains = values.gains;
-    result.matrix = fit(chart, applied, windows, settings, result.gains, output);
-
+    expose(chart, windows, applied, result);
+    result.matrix = fit(chart, {applied, windows, settings}, result.gains, output);
     applied.gains = result.gains;
-    result.measured = measure_chart_windows(chart, applied, windows);
-    result.corrected = apply_matrix(result.matrix.value, result.measured, result.limited);
-    result.before = differences(result.measured, result.reference, settings.white_point);
-    result.after = differences(result.corrected, result.reference, settings.white_point);
+    prove(chart, windows, applied, result);
+    leave_patches_out(chart, {applied, windows, settings}, result);
+    return result;
+}
+
+MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values, const MatrixCalibration& matrix,
+                               const ChartPlace& place) {
+    const ChartWindows windows = chart_windows(place, chart);
+    MatrixCalibration result = matrix;
+    result.file = chart.file;
+    result.flat_field = values.flat_field;
+    result.gains = values.gains;
+    TuningValues applied = values;
+    expose(chart, windows, applied, result);
+    prove(chart, windows, applied, result);
     return result;
 }
 
@@ -194,10 +215,15 @@ Section describe(const MatrixCalibration& result) {
         for (std::size_t c = 0; c < 3; ++c) {
             const auto value = static_cast<double>(result.matrix.value[r + c]);
             row.cells.push_back(text("%.5f", value));
-            section.figures.push_back({text("matrix_%zu%zu", r / 3 + 1, c + 1), value, ""});
+            section.figures.push_back(
+                {text("matrix_%zu%zu", r / 3 + 1, c + 1), value, "", known(result.uncertainty[r + c])});
         }
         for (std::size_t c = 0; c < 3; ++c) {
             row.cells.push_back(std::to_string(result.matrix.q10[r + c]));
+        }
+        if (result.uncertainty[r] > 0) {
+            row.remark = text("+/- %.5f %9.5f %9.5f", result.uncertainty[r], result.uncertainty[r + 1],
+                              result.uncertainty[r + 2]);
         }
     }
     Table& table = section.tables.emplace_back();
@@ -214,6 +240,10 @@ Section describe(const MatrixCalibration& result) {
     };
     add("before", result.before);
     add("after", result.after);
+    if (result.leave_one_out > 0) {
+        section.notes.push_back(text("leave-one-out mean dE2000 %.2f", result.leave_one_out));
+        section.figures.push_back({"leave_one_out_mean_de_2000", result.leave_one_out, "dE"});
+    }
     section.pictures.push_back({result.measured, result.corrected, result.reference});
     return section;
 }

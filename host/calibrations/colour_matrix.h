@@ -1,10 +1,12 @@
 /// Colour matrices: one chart capture in, a matrix and its proof out.
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/colour_matrix_settings.h"
 #include "captures/frame.h"
@@ -35,15 +37,22 @@ struct MatrixCalibration {
     int limited = 0;                ///< components that the matrix pushed out of 0..1
     ChartDifferences before;
     ChartDifferences after;
+    std::array<double, 9> uncertainty{};  ///< of the matrix's entries, by leaving out one patch at a time
+    double leave_one_out = 0;             ///< mean CIEDE2000 of each patch behind the matrix made without it
+    Record record;
 };
 
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.
 [[nodiscard]] ChartWindows chart_windows(const ChartPlace& place, const Capture& chart);
 
-/// Behind `values`, whose gains the joint method does not read. Throws InputError; CalibrationError for a chart that is
-/// clipped, too dark or not the right way up.
+/// Behind `values`, whose gains the joint method does not read. Throws InputError; CalibrationError where the greys
+/// show no light or the library rejects the chart.
 [[nodiscard]] MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values,
                                                  const MatrixSettings& settings, const LibraryOutput& output);
+
+/// What a matrix that is known makes of another capture of the chart, behind `values`. Throws as above.
+[[nodiscard]] MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values,
+                                             const MatrixCalibration& matrix, const ChartPlace& place);
 
 [[nodiscard]] Section describe(const MatrixCalibration& result);
 

@@ -1,6 +1,7 @@
 #include "calibrations/colour_table.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "base/text.h"
 #include "library/exports.h"
@@ -11,6 +12,12 @@ namespace cali::host {
 namespace {
 
 constexpr int kGreySteps = 64;
+constexpr double kLeastNeed = 0.5;  ///< mean CIEDE2000
+
+// What is tried. Coarse tables suffice to choose: they differ from fine ones by less than the settings do.
+constexpr std::array kRadii = {0.1, 0.2, 0.3, 0.45};
+constexpr std::array kStrengths = {0.25, 0.5, 0.75, 1.0};
+constexpr int kTrialNodes = 17;
 
 Colour encoded(const Colour& linear) {
     return {srgb_encode(linear[0]), srgb_encode(linear[1]), srgb_encode(linear[2])};
@@ -34,8 +41,8 @@ std::vector<int32_t> make_table(const TableInput& input, const ColourTableSettin
         }
     }
     const ClutSettings record{{settings.nodes, settings.nodes, settings.nodes},
-                              static_cast<float>(settings.strength),
-                              static_cast<float>(settings.radius)};
+                              static_cast<float>(settings.strength.value_or(1)),
+                              static_cast<float>(settings.radius.value_or(kRadii[0]))};
     return exports::clut_calc(settings.domain == TableDomain::rgb, measured, target, record, {input.file, output});
 }
 
@@ -67,20 +74,71 @@ DifferenceSummary differences(const std::vector<Colour>& colours, const std::vec
     return summarise(lab, wanted, delta_e_2000);
 }
 
+/// Each patch behind a table made without it.
+std::vector<Colour> left_out(const TableInput& input, const ColourTableSettings& settings,
+                             const LibraryOutput& output) {
+    std::vector<Colour> colours;
+    for (std::size_t i = 0; i < input.corrected.size(); ++i) {
+        colours.push_back(through(make_table(input, settings, output, i), settings, input.corrected[i]));
+    }
+    return colours;
+}
+
+/// Fills what is empty with what leaves the smallest leave-one-out mean.
+ColourTableSettings chosen_settings(const TableInput& input, const ColourTableSettings& asked) {
+    const LibraryOutput quiet;
+    std::vector<double> radii(kRadii.begin(), kRadii.end());
+    std::vector<double> strengths(kStrengths.begin(), kStrengths.end());
+    if (asked.radius) {
+        radii = {*asked.radius};
+    }
+    if (asked.strength) {
+        strengths = {*asked.strength};
+    }
+    ColourTableSettings best = asked;
+    double least = std::numeric_limits<double>::infinity();
+    for (const double radius : radii) {
+        ColourTableSettings trial = asked;
+        trial.nodes = std::min(asked.nodes, kTrialNodes);
+        trial.radius = radius;
+        trial.strength = 1;
+        const std::vector<Colour> full = left_out(input, trial, quiet);
+        for (const double strength : strengths) {
+            // A table's shifts grow with the strength, so that one at full strength tells of all.
+            std::vector<Colour> partial = full;
+            for (std::size_t i = 0; i < partial.size(); ++i) {
+                const Colour from = encoded(input.corrected[i]);
+                const Colour to = encoded(full[i]);
+                for (std::size_t c = 0; c < from.size(); ++c) {
+                    partial[i][c] = static_cast<double>(srgb_decode(from[c] + strength * (to[c] - from[c])));
+                }
+            }
+            const double mean = differences(partial, input.reference).mean;
+            if (mean < least) {
+                least = mean;
+                best.radius = radius;
+                best.strength = strength;
+            }
+        }
+    }
+    return best;
+}
+
 }  // namespace
 
-ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& settings, const LibraryOutput& output) {
+ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& asked, const LibraryOutput& output) {
     ColourTable table;
     table.input = input;
-    table.settings = settings;
+    table.chosen = !asked.radius || !asked.strength;
+    table.settings = table.chosen ? chosen_settings(input, asked) : asked;
+    const ColourTableSettings& settings = table.settings;
     table.value = make_table(input, settings, output, input.corrected.size());
-    for (std::size_t i = 0; i < input.corrected.size(); ++i) {
-        table.result.push_back(through(table.value, settings, input.corrected[i]));
-        const Colour without = through(make_table(input, settings, output, i), settings, input.corrected[i]);
-        table.leave_one_out +=
-            delta_e_2000(lab_of(without), lab_of(input.reference[i])) / static_cast<double>(input.corrected.size());
+    for (const Colour& colour : input.corrected) {
+        table.result.push_back(through(table.value, settings, colour));
     }
+    table.leave_one_out = differences(left_out(input, settings, output), input.reference).mean;
     table.before = differences(input.corrected, input.reference);
+    table.needed = table.before.mean >= kLeastNeed;
     table.after = differences(table.result, input.reference);
     for (int i = 0; i < kGreySteps; ++i) {
         const auto level = static_cast<double>(srgb_decode(static_cast<double>(i) / (kGreySteps - 1)));
@@ -96,7 +154,8 @@ Section describe(const ColourTable& table) {
     Section section;
     section.title = "Colour table: " + table.input.file.filename().string() +
                     text(", %s, %d^3 nodes, strength %.2f, radius %.2f", table_domain_name(settings.domain),
-                         settings.nodes, settings.strength, settings.radius);
+                         settings.nodes, settings.strength.value_or(0), settings.radius.value_or(0)) +
+                    (table.chosen ? ", chosen by leave-one-out" : "");
     if (table.input.limited > 0) {
         section.notes.push_back(
             text("%d components that the matrix pushed out of 0..1 were limited to it", table.input.limited));
@@ -109,6 +168,9 @@ Section describe(const ColourTable& table) {
         {"before_mean_de_2000", table.before.mean, "dE"},  {"before_worst_de_2000", table.before.worst, "dE"},
         {"after_mean_de_2000", table.after.mean, "dE"},    {"after_worst_de_2000", table.after.worst, "dE"},
         {"leave_one_out_mean", table.leave_one_out, "dE"}, {"grey_movement", table.grey_movement, "dE"}};
+    if (!table.needed) {
+        section.notes.push_back(text("not needed: the matrix leaves a mean below %.1f", kLeastNeed));
+    }
     section.pictures.push_back({table.input.corrected, table.result, table.input.reference});
     return section;
 }

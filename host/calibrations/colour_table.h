@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/colour_table_settings.h"
 #include "library/library_call.h"
@@ -23,13 +24,19 @@ struct TableInput {
 
 struct ColourTable {
     TableInput input;
-    ColourTableSettings settings;
-    std::vector<int32_t> value;  ///< as the export lays it out
-    std::vector<Colour> result;  ///< linear patches behind the table
-    DifferenceSummary before;    ///< CIEDE2000
+    ColourTableSettings settings;  ///< in force: nothing is empty
+    std::vector<int32_t> value;    ///< as the export lays it out
+    std::vector<Colour> result;    ///< linear patches behind the table
+    DifferenceSummary before;      ///< CIEDE2000
     DifferenceSummary after;
+    bool needed = true;        ///< false where the matrix leaves less than anybody sees
     double leave_one_out = 0;  ///< mean over the patches, each behind a table made without it
     double grey_movement = 0;  ///< largest CIEDE2000 of a 64-step grey ramp
+    bool chosen = false;       ///< strength or radius were left to the program
+    Record record;
+
+    /// What the table brings patches that it was not made with; below 0 it does harm.
+    [[nodiscard]] double gain() const { return before.mean - leave_one_out; }
 };
 
 /// Throws CalibrationError.

@@ -1,6 +1,7 @@
 /// What a colour table is asked for.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace cali::host {
@@ -13,9 +14,9 @@ enum class TableDomain { rgb, hsv };
 
 struct ColourTableSettings {
     TableDomain domain = TableDomain::rgb;
-    int nodes = 33;       ///< per axis
-    double strength = 1;  ///< 0 to 1
-    double radius = 0.2;  ///< reach of a patch, in units of the axes
+    int nodes = 33;                                 ///< per axis
+    std::optional<double> strength = std::nullopt;  ///< 0 to 1; empty: chosen by leave-one-out
+    std::optional<double> radius = std::nullopt;    ///< reach of a patch, in units of the axes; empty: chosen likewise
 };
 
 }  // namespace cali::host

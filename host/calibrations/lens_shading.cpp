@@ -23,17 +23,25 @@ LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level, 
     LensShading result;
     result.file = flat.file;
     result.settings = settings;
-    result.before = measure_flatness(block_means(flat.view(), black_level.offset));
     result.tables =
         exports::lsc_calc(flat, {settings.cols, settings.rows, static_cast<int32_t>(settings.type), settings.denoise},
                           black_level, output);
-    exports::lsc_verify(flat, black_level, result.tables, corrected.mesh, corrected.radial, output);
+    corrected = prove_shading(flat, black_level, result, output);
+    return result;
+}
+
+CorrectedFlat prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading,
+                            const LibraryOutput& output) {
+    const SensorGeometry& sensor = flat.sensor;
+    CorrectedFlat corrected;
+    shading.before = measure_flatness(block_means(flat.view(), black_level.offset));
+    exports::lsc_verify(flat, black_level, shading.tables, corrected.mesh, corrected.radial, output);
     const auto flatness = [&](const std::vector<uint32_t>& samples) {
         return measure_flatness(block_means({samples.data(), sensor.width, sensor.height, sensor.pattern}, {}));
     };
-    result.after_mesh = flatness(corrected.mesh);
-    result.after_radial = flatness(corrected.radial);
-    return result;
+    shading.after_mesh = flatness(corrected.mesh);
+    shading.after_radial = flatness(corrected.radial);
+    return corrected;
 }
 
 ShadingGrids grids_of(const LensShading& shading) {

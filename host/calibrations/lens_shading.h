@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "calibrations/flatness.h"
 #include "calibrations/lens_shading_settings.h"
@@ -23,6 +24,7 @@ struct LensShading {
     Flatness before;
     Flatness after_mesh;
     Flatness after_radial;
+    Record record;
 };
 
 /// The flat field after black level and each kind of correction; 12-bit codes.
@@ -36,6 +38,11 @@ struct CorrectedFlat {
 [[nodiscard]] LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level,
                                                const ShadingSettings& settings, const LibraryOutput& output,
                                                CorrectedFlat& corrected);
+
+/// Corrects a capture of an evenly lit surface with tables that are known, and measures how even it is before and after:
+/// `shading` receives that. The capture's samples are used up. Returns the corrected frames.
+CorrectedFlat prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading,
+                            const LibraryOutput& output);
 
 /// The mesh as the front end takes it.
 [[nodiscard]] ShadingGrids grids_of(const LensShading& shading);

@@ -3,11 +3,13 @@
 
 #include <array>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "base/progress.h"
+#include "base/record.h"
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "calibrations/noise_settings.h"
 #include "captures/frame.h"
 #include "captures/frame_series.h"
@@ -31,6 +33,12 @@ struct NoiseLine : exports::FittedLine {
     double residual = 0;
 };
 
+/// variance = slope * mean + intercept by regression weighted with the variances' own uncertainties, in double.
+struct WeightedLine {
+    Measured slope;      ///< codes per electron
+    Measured intercept;  ///< squared read noise, and the variance of rounding to codes
+};
+
 struct NoiseResults {
     Window window;
     NoiseSettings settings;
@@ -40,14 +48,19 @@ struct NoiseResults {
     Channels<exports::LineRegisters> registers{};  ///< of the deviation's line
     exports::LineRegisters luma_registers;
     std::vector<std::string> warnings;
+    Channels<WeightedLine> weighted{};
+    Record record;
 };
+
+/// Told of every frame once it was read: the number of its level, from 0, and the window that is measured.
+using FrameRead = std::function<void(std::size_t level, const Capture& frame, const Window& window)>;
 
 /// Frames are read one by one and cut to the window; a level's windows are all that is kept. Bits are those of
 /// cali_isp_np_float_calc on the cut frames (docs/noise.md). Throws InputError; CalibrationError for a series that
 /// gives no line. `sensor` receives the geometry.
 [[nodiscard]] NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geometry& geometry,
                                            const BlackLevels& black_level, const NoiseSettings& settings,
-                                           const LibraryOutput& output, Progress& progress, SensorGeometry& sensor);
+                                           const LibraryOutput& output, const FrameRead& read, SensorGeometry& sensor);
 
 /// Of all levels.
 [[nodiscard]] std::size_t frame_count(const std::vector<SeriesLevel>& levels);

@@ -1,6 +1,7 @@
 #include "calibrations/white_balance.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -14,6 +15,56 @@ constexpr int kLargestWindow = 256;
 constexpr double kGainUnity = 1024.0;
 
 int even_below(int value) { return value & ~1; }
+
+/// A colour in a window: its mean, whose uncertainty is that of the noise.
+class ColourMean {
+public:
+    /// `neighbour`: the sample two columns to the left, where the window has it.
+    void add(double sample, const uint32_t* neighbour) {
+        ++count_;
+        sum_ += sample;
+        if (neighbour != nullptr) {
+            const double difference = sample - static_cast<double>(*neighbour);
+            ++differences_;
+            squares_ += difference * difference;
+        }
+    }
+
+    /// Differences of neighbours have twice the noise's variance, and next to nothing of slopes (J. von Neumann et al.,
+    /// The mean square successive difference, Annals of Mathematical Statistics 12, 1941).
+    [[nodiscard]] Measured mean() const {
+        const double variance = differences_ > 0 ? squares_ / (2 * differences_) : 0;
+        return {sum_ / count_, std::sqrt(variance / count_)};
+    }
+
+private:
+    double count_ = 0;
+    double sum_ = 0;
+    double differences_ = 0;
+    double squares_ = 0;
+};
+
+Measured ratio(const Measured& green, const Measured& colour) {
+    const double value = green.value / colour.value;
+    return {value, value * std::hypot(green.uncertainty / green.value, colour.uncertainty / colour.value)};
+}
+
+UnroundedGains unrounded_gains(const Capture& grey, const TuningValues& values, const Window& window) {
+    FrontEnd front_end = front_end_of(values);
+    front_end.wb_gains.reset();
+    const std::vector<uint32_t> samples =
+        window_behind(grey, front_end, {window.x, window.y, window.width, window.height});
+    std::array<ColourMean, 3> colours;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const auto x = static_cast<uint32_t>(i % static_cast<std::size_t>(window.width));
+        const auto y = static_cast<uint32_t>(i / static_cast<std::size_t>(window.width));
+        const Channel channel = bayer_channel(grey.sensor.pattern, static_cast<uint32_t>(window.y) + y,
+                                              static_cast<uint32_t>(window.x) + x);
+        colours[colour_of(channel)].add(samples[i], x >= 2 ? &samples[i - 2] : nullptr);
+    }
+    const Measured green = colours[1].mean();
+    return {ratio(green, colours[0].mean()), ratio(green, colours[2].mean())};
+}
 
 }  // namespace
 
@@ -30,8 +81,7 @@ Window default_window(const SensorGeometry& sensor) {
     return window;
 }
 
-WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,
-                               const LibraryOutput& output) {
+void require_grey_window(const Capture& grey, const Window& window) {
     require_shadeable(grey);
     if (window.width < 2 || window.height < 2 || window.x + window.width >= grey.sensor.width ||
         window.y + window.height >= grey.sensor.height) {
@@ -39,6 +89,11 @@ WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const 
                          text(" does not fit, expected 2 x 2 or more that end before column %d and row %d",
                               grey.sensor.width - 1, grey.sensor.height - 1));
     }
+}
+
+WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,
+                               const LibraryOutput& output) {
+    require_grey_window(grey, window);
     WhiteBalance result;
     result.file = grey.file;
     result.flat_field = values.flat_field;
@@ -48,6 +103,7 @@ WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const 
         throw CalibrationError(grey.file.string() +
                                ": red or blue has no signal above black in the window, expected a lit grey target");
     }
+    result.unrounded = unrounded_gains(grey, values, result.window);
     return result;
 }
 
@@ -61,8 +117,21 @@ Section describe(const std::vector<WhiteBalance>& results) {
         table.rows.push_back({{name, result.illuminant_k ? text("%.0f K", *result.illuminant_k) : "-",
                                gain(result.gains.red), gain(result.gains.green), gain(result.gains.blue)},
                               ""});
-        section.figures.push_back({name + "_gain_red", result.gains.red / kGainUnity, ""});
-        section.figures.push_back({name + "_gain_blue", result.gains.blue / kGainUnity, ""});
+        const auto add = [&](const char* colour, uint16_t q10, const Measured& unrounded) {
+            const double rounded = unrounded.uncertainty > 0 ? with_rounding(unrounded.uncertainty, 1 / kGainUnity) : 0;
+            section.figures.push_back({name + "_gain_" + colour, q10 / kGainUnity, "", known(rounded)});
+            section.figures.push_back(
+                {name + "_unrounded_gain_" + colour, unrounded.value, "", known(unrounded.uncertainty)});
+        };
+        add("red", result.gains.red, result.unrounded.red);
+        add("blue", result.gains.blue, result.unrounded.blue);
+        if (result.unrounded.red.uncertainty > 0) {
+            const auto measured = [](const Measured& unrounded) {
+                return text("%.5f +/- %.5f", unrounded.value, unrounded.uncertainty);
+            };
+            table.rows.back().remark =
+                "  unrounded: red " + measured(result.unrounded.red) + ", blue " + measured(result.unrounded.blue);
+        }
     }
     return section;
 }

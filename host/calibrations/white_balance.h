@@ -5,12 +5,21 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
+#include "base/uncertainty.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
 
 namespace cali::host {
+
+/// Means of green over those of red and blue in the window, with the uncertainty that the noise in the window makes;
+/// the values applied before are taken as exact.
+struct UnroundedGains {
+    Measured red;
+    Measured blue;
+};
 
 struct WhiteBalance {
     std::filesystem::path file;
@@ -18,10 +27,15 @@ struct WhiteBalance {
     std::filesystem::path flat_field;  ///< whose mesh was applied; empty: unity grids
     Window window;
     GainRegisters gains;
+    UnroundedGains unrounded{};
+    Record record;
 };
 
 /// Centred, even-aligned, at most 256 x 256: larger sums lose precision. Throws InputError for frames below 4 x 4.
 [[nodiscard]] Window default_window(const SensorGeometry& sensor);
+
+/// Throws InputError where the window, or the frame, is not for `cali_awb_calc`.
+void require_grey_window(const Capture& grey, const Window& window);
 
 /// Behind the black level and grids of `values`; its gains are not read. Throws InputError, CalibrationError.
 [[nodiscard]] WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,

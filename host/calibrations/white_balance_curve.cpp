@@ -34,10 +34,10 @@ CurveResult fit_curve(const std::vector<WhiteBalance>& entries, const std::files
     }
     CurveResult result;
     result.reference_k = *reference->illuminant_k;
-    result.record =
+    result.fit =
         exports::awb_build_curve(ratio(reference->gains.red), ratio(reference->gains.blue), points, {file, output});
     result.table = exports::awb_curve_table({file, output});
-    const auto& [a, b, c, pack] = result.record;
+    const auto& [a, b, c, pack] = result.fit;
     for (const WhiteBalance& light : lights) {
         const double x = static_cast<double>(light.gains.red) / reference->gains.red;
         const double y = static_cast<double>(light.gains.blue) / reference->gains.blue;
@@ -48,7 +48,7 @@ CurveResult fit_curve(const std::vector<WhiteBalance>& entries, const std::files
 }
 
 Section describe(const CurveResult& curve) {
-    const auto& [a, b, c, pack] = curve.record;
+    const auto& [a, b, c, pack] = curve.fit;
     const auto coefficient = [](float value) { return static_cast<double>(value); };
     Section section;
     section.title = text("White-balance curve: y = %.5f x^2 %+.5f x %+.5f, gains over those at %.0f K", coefficient(a),

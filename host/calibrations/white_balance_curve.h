@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "base/record.h"
 #include "base/section.h"
 #include "cali/cali.h"
 #include "calibrations/white_balance.h"
@@ -18,10 +19,11 @@ struct CurvePoint {
 };
 
 struct CurveResult {
-    AwbCurveRecord record{};
+    AwbCurveRecord fit{};
     double reference_k = 0;  ///< the light nearest 5000 K
     std::vector<CurvePoint> points;
     std::vector<float> table;  ///< the curve at x = 0, 0.01, ... 1.99: its running minimum, within 0..8
+    Record record;
 };
 
 inline constexpr std::size_t kLeastCurveLights = 3;

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "base/record.h"
 #include "captures/geometry.h"
 #include "core/frame.h"
 
@@ -19,6 +20,7 @@ struct Capture {
     std::filesystem::path file;
     SensorGeometry sensor;
     std::vector<uint32_t> samples;  ///< row-major
+    InputRecord input;              ///< of the file it was read from
 
     [[nodiscard]] ConstRawFrame view() const { return {samples.data(), sensor.width, sensor.height, sensor.pattern}; }
 };

@@ -29,6 +29,23 @@ std::string to_text(const Window& window) {
     return cali::host::text("[%d, %d, %d, %d]", window.x, window.y, window.width, window.height);
 }
 
+bool same_sensor(const SensorGeometry& a, const SensorGeometry& b) {
+    return a.width == b.width && a.height == b.height && a.pattern == b.pattern && a.bits == b.bits;
+}
+
+std::string to_text(const SensorGeometry& sensor) {
+    return by(sensor.width, sensor.height) +
+           cali::host::text(", %s, %d bits", pattern_name(sensor.pattern), sensor.bits);
+}
+
+void require_same_sensor(const SensorGeometry& found, const std::string& file, const SensorGeometry& expected,
+                         const std::string& expected_file) {
+    if (!same_sensor(found, expected)) {
+        throw InputError(file + ": " + to_text(found) + "; " + expected_file + ": " + to_text(expected) +
+                         ": expected one sensor");
+    }
+}
+
 int check_number(int64_t found, int64_t low, int64_t high, const std::string& what) {
     if (found < low || found > high) {
         throw InputError(what + " is " + std::to_string(found) + ", expected " + std::to_string(low) + " to " +

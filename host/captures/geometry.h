@@ -29,6 +29,16 @@ struct SensorGeometry {
     std::optional<int> white_level;  ///< largest code of the files, where they tell
 };
 
+/// Whether size, pattern and depth agree: values of the one may be applied to captures of the other.
+[[nodiscard]] bool same_sensor(const SensorGeometry& a, const SensorGeometry& b);
+
+/// "1920 x 1080, RGGB, 12 bits".
+[[nodiscard]] std::string to_text(const SensorGeometry& sensor);
+
+/// Throws InputError, which names both files, where sensors differ.
+void require_same_sensor(const SensorGeometry& found, const std::string& file, const SensorGeometry& expected,
+                         const std::string& expected_file);
+
 /// What is known of a capture before it is read; PGM files tell their own size and depth.
 struct Geometry {
     std::optional<int> width;

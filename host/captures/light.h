@@ -13,6 +13,10 @@
 
 namespace cali::host {
 
+/// Colour temperatures that lights may have, in kelvin.
+inline constexpr double kLeastLightK = 1000;
+inline constexpr double kMostLightK = 40000;
+
 /// A capture under one light; its colour temperature in kelvin.
 struct LitCapture {
     std::filesystem::path file;

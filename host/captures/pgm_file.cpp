@@ -30,7 +30,8 @@ public:
         ++at_;  // the one white space before the samples
     }
 
-    [[nodiscard]] std::span<const uint8_t> samples() const { return content_.subspan(std::min(at_, content_.size())); }
+    /// Where the samples begin.
+    [[nodiscard]] std::size_t size() const { return at_; }
 
     int width = 0;
     int height = 0;
@@ -72,8 +73,13 @@ bool is_pgm(const std::filesystem::path& file, std::span<const uint8_t> content)
     return suffix == ".pgm" || (has_magic(content) && content.size() > 2 && std::isspace(content[2]) != 0);
 }
 
-void read_pgm(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry) {
-    const PgmHeader header(content, capture.file);
+namespace {
+
+/// Whether samples take two bytes.
+bool is_wide(const PgmHeader& header) { return header.max_value > 255; }
+
+PgmHeader check_header(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry) {
+    const PgmHeader header(head, capture.file);
     SensorGeometry& sensor = capture.sensor;
     sensor.width = header.width;
     sensor.height = header.height;
@@ -86,17 +92,28 @@ void read_pgm(Capture& capture, std::span<const uint8_t> content, const Geometry
     const int header_bits =
         std::max(static_cast<int>(std::bit_width(static_cast<unsigned>(header.max_value))), kMinBits);
     sensor.bits = geometry.bits.value_or(header_bits);
-    sensor.white_level = header.max_value;
-    const bool wide = header.max_value > 255;
-    const std::size_t expected =
-        static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.height) * (wide ? 2 : 1);
-    if (header.samples().size() < expected) {
-        throw InputError(
-            capture.file.string() +
-            text(": truncated: %zu bytes of samples, expected %zu for ", header.samples().size(), expected) +
-            by(header.width, header.height));
+    sensor.white_level = std::min(header.max_value, (1 << sensor.bits) - 1);
+    const uint64_t expected = static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.height) *
+                              (is_wide(header) ? 2U : 1U);
+    const uint64_t found = bytes - std::min<uint64_t>(header.size(), bytes);
+    if (found < expected) {
+        throw InputError(capture.file.string() +
+                         text(": truncated: %llu bytes of samples, expected %llu for ",
+                              static_cast<unsigned long long>(found), static_cast<unsigned long long>(expected)) +
+                         by(header.width, header.height));
     }
-    fill_samples(capture, header.samples(), {wide, true});
+    return header;
+}
+
+}  // namespace
+
+void probe_pgm(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry) {
+    (void)check_header(capture, head, bytes, geometry);
+}
+
+void read_pgm(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry) {
+    const PgmHeader header = check_header(capture, content, content.size(), geometry);
+    fill_samples(capture, content.subspan(header.size()), {is_wide(header), true});
 }
 
 void write_pgm(std::ostream& stream, int width, int height, int bits, std::span<const uint16_t> samples) {

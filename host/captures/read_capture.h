@@ -11,4 +11,7 @@ namespace cali::host {
 /// not; what both tell must agree. Throws InputError.
 [[nodiscard]] Capture read_capture(const std::filesystem::path& file, const Geometry& geometry);
 
+/// What can be told of a capture without reading its samples: that it is there, and large enough. Throws InputError.
+SensorGeometry probe_capture(const std::filesystem::path& file, const Geometry& geometry);
+
 }  // namespace cali::host

@@ -33,6 +33,7 @@ enum class Check : std::size_t {
     grey_clipped,
     grey_level,
     grey_uniformity,
+    grey_neutral,
     chart_clipped,
     chart_level,
     chart_dark,
@@ -62,8 +63,25 @@ enum class Check : std::size_t {
     operator_warning,
     other_sensor,
     stale,
+    // Of cali diff, whose limits stand under [diff] without the first part of their names.
+    diff_offset,
+    diff_flatness,
+    diff_mesh_largest,
+    diff_mesh_rms,
+    diff_radial_largest,
+    diff_radial_rms,
+    diff_gain,
+    diff_curve_largest,
+    diff_curve_rms,
+    diff_matrix,
+    diff_colour,
+    diff_table_largest,
+    diff_table_rms,
+    diff_noise,
+    diff_other,
+    diff_missing,
 };
-inline constexpr std::size_t kChecks = static_cast<std::size_t>(Check::stale) + 1;
+inline constexpr std::size_t kChecks = static_cast<std::size_t>(Check::diff_missing) + 1;
 
 struct Limit {
     double warn = 0;
@@ -106,6 +124,7 @@ public:
 
     [[nodiscard]] Severity worst() const { return host::worst(findings_); }
     [[nodiscard]] const std::vector<Finding>& findings() const { return findings_; }
+    void add(std::vector<Finding> findings) { findings_.insert(findings_.end(), findings.begin(), findings.end()); }
     [[nodiscard]] std::vector<Finding> take() { return std::move(findings_); }
 
 private:

@@ -1,34 +1,31 @@
 #include "commands/commands.h"
-#include "outputs/console.h"
-#include "results/results_file.h"
+#include "commands/run.h"
 
 namespace cali::host {
 namespace {
 
 struct AwbCurveOptions {
     std::string source;
-    std::string results = "curve.json";
-    OutputOptions output;
+    RunOptions run;
 };
 
 void describe(Command& command, AwbCurveOptions& options) {
-    command.option("RESULTS", options.source, "results file with white balance for several lights").required();
-    add_results_option(command, options.results);
-    options.output.add_to(command);
+    command.option("RESULTS", options.source,
+                   "results file with white balance for several lights; default: the one that grows");
+    options.run.add_to(command);
     command.examples(
-        "  cali awb-curve shots/results.json\n"
+        "  cali awb-curve --results shots/results.json\n"
         "  cali awb-curve shots/results.json --results shots/curve.json");
 }
 
-void act(const AwbCurveOptions& options) {
-    const Results stored = read_results(options.source);
-    const LibraryOutput output = options.output.output();
-    Results results;
-    results.sensor = stored.sensor;
-    results.curve = fit_curve(stored.white_balance, options.source, output);
-    write_results(options.results, results);
-    print(describe(*results.curve));
-    print_written(options.results);
+int act(const AwbCurveOptions& options, const Invocation& invocation) {
+    Run run(options.run, invocation, std::nullopt);
+    const std::string source = options.source.empty() ? options.run.results : options.source;
+    run.files().values(source, "RESULTS");
+    const Results known = run.read_values(source);
+    Step<CurveResult> step = curve_step(ValueChooser(known, options.run.force).lights(), source, run.rules());
+    run.take(step, [](Results& made, CurveResult& result) { made.curve = result; });
+    return run.finish();
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
-#include "captures/read_capture.h"
 #include "commands/commands.h"
-#include "outputs/console.h"
-#include "results/results_file.h"
+#include "commands/run.h"
 
 namespace cali::host {
 namespace {
@@ -10,9 +8,8 @@ struct BlcOptions {
     std::vector<std::string> frames;
     std::string method = "median";
     uint32_t blocks = 0;
-    std::string results = "results.json";
     GeometryOptions geometry;
-    OutputOptions output;
+    RunOptions run;
 };
 
 void describe(Command& command, BlcOptions& options) {
@@ -22,30 +19,26 @@ void describe(Command& command, BlcOptions& options) {
         .show_default();
     command.option("--blocks", options.blocks, "also means of blocks, this many across the frame")
         .whole_range(2U, 1024U);
-    add_results_option(command, options.results);
     options.geometry.add_to(command);
-    options.output.add_to(command);
+    options.run.add_to(command);
     command.examples(
         "  cali blc dark.raw --size 1920x1080 --pattern BGGR --bits 12\n"
-        "  cali blc dark_1.pgm dark_2.pgm --pattern RGGB --method mean --results dark.json\n"
+        "  cali blc dark_1.pgm dark_2.pgm --pattern RGGB --method mean\n"
         "  cali blc shots/dark_1.raw --session shots/session.toml --blocks 16");
 }
 
-void act(const BlcOptions& options) {
-    const BlackLevelMethod method = parse_method(options.method, "--method");
+int act(const BlcOptions& options, const Invocation& invocation) {
+    BlackLevelRequest request{{options.frames.begin(), options.frames.end()},
+                              parse_method(options.method, "--method"),
+                              options.blocks};
     const Geometry geometry = options.geometry.geometry();
-    const LibraryOutput output = options.output.output();
-    Results results;
-    std::vector<DarkFrameLevels> frames;
-    for (const std::string& file : options.frames) {
-        Capture dark = read_capture(file, geometry);
-        results.sensor = frames.empty() ? dark.sensor : results.sensor;
-        frames.push_back(measure_dark_frame(dark, options.blocks, output));
+    Run run(options.run, invocation, options.geometry.session());
+    for (const std::filesystem::path& file : request.files) {
+        run.files().input(file, "dark frame");
     }
-    results.black_level = combine(std::move(frames), method);
-    write_results(options.results, results);
-    print(describe(*results.black_level));
-    print_written(options.results);
+    Step<BlackLevelResults> step = black_level_step(request, geometry, run.rules(), run.reader());
+    run.take(step, [](Results& made, BlackLevelResults& result) { made.black_level = result; });
+    return run.finish();
 }
 
 }  // namespace

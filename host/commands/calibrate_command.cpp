@@ -1,4 +1,6 @@
+#include "base/error.h"
 #include "commands/commands.h"
+#include "commands/run.h"
 #include "outputs/chain_files.h"
 
 namespace cali::host {
@@ -7,31 +9,73 @@ namespace {
 struct CalibrateOptions {
     std::string session;
     std::string folder;
+    std::vector<std::string> only;
     ChainFileChoice files;
-    OutputOptions output;
+    RunOptions run;
 };
 
 void describe(Command& command, CalibrateOptions& options) {
     command.option("SESSION", options.session, "session file (docs/session.md)").required();
     command.option("--out", options.folder, "folder for results.json; default: the session file's").type_name("DIR");
+    command
+        .option("--only", options.only,
+                "of blc, lsc, awb (with its curve), ccm, clut, noise, with commas; what they apply comes from the "
+                "results file")
+        .separated_by(',')
+        .one_of({kChainParts.begin(), kChainParts.end()});
     add_shading_options(command, options.files.shading);
     command.flag("--pictures", options.files.pictures,
                  "also a PNG of each chart's patches and an SVG of the noise beside the results");
-    command.flag("--tables", options.files.tables, "also a colour look-up table per chart, as a .cube file");
-    command.flag("--progress", options.files.progress, "show the progress of the noise series also without a terminal");
-    options.output.add_to(command);
+    command.flag("--tables", options.files.tables, "also each colour look-up table that is needed as a .cube file");
+    options.run.add_rules_to(command);
     command.examples(
         "  cali calibrate shots/session.toml\n"
-        "  cali calibrate shots/session.toml --out tuning --log tuning/library.log");
+        "  cali calibrate shots/session.toml --out tuning --log tuning/library.log\n"
+        "  cali calibrate shots/session.toml --only ccm,clut --tables");
 }
 
-void act(const CalibrateOptions& options) {
+std::string list_of(const ChainPlan& plan) {
+    std::string names;
+    for (const char* const part : kChainParts) {
+        names += plan.does(part) ? (names.empty() ? "" : ", ") + std::string(part) : "";
+    }
+    return names;
+}
+
+int act(const CalibrateOptions& options, const Invocation& invocation) {
     const Session session = read_session(options.session);
-    const LibraryOutput output = options.output.output();
-    ChainFiles files(session,
-                     options.folder.empty() ? session.file.parent_path() : std::filesystem::path(options.folder),
-                     options.files);
-    files.finish(run_chain(session, output, files));
+    const std::filesystem::path folder =
+        options.folder.empty() ? session.file.parent_path() : std::filesystem::path(options.folder);
+    if (!folder.empty()) {
+        make_folder(folder);
+    }
+    RunOptions run_options = options.run;
+    run_options.results = (folder / "results.json").string();
+    run_options.fresh = options.only.empty();
+    Run run(run_options, invocation, session);
+    Results results = run.earlier();
+    const ChainPlan plan = plan_chain(session, options.only, results);
+    for (const std::filesystem::path& capture : plan.captures) {
+        run.files().input(capture, "capture");
+    }
+    for (const std::filesystem::path& name : ChainFiles::names(session, plan, folder, options.files)) {
+        run.own_output(name);
+    }
+    for (const auto& [file, sensor] : check_captures(session, plan)) {
+        run.require_sensor(sensor, file);
+    }
+    run.report().note("calibrating " + list_of(plan) + ": " + std::to_string(plan.captures.size()) + " captures");
+    for (const auto& [section, why] : plan.left_out) {
+        run.report().not_done(section, why);
+    }
+    ChainFiles files(folder, options.files, plan.captures.size(), run.report(), run.outputs());
+    const std::optional<std::string> stopped = run_chain(session, plan, run.rules(), files, results);
+    files.add_from(results);
+    const int status = run.finish(std::move(results), files.severity());
+    if (stopped) {
+        throw InputError(*stopped);
+    }
+    return status;
 }
 
 }  // namespace

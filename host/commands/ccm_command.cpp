@@ -1,36 +1,27 @@
-#include <cstdio>
-
-#include "base/output_file.h"
 #include "captures/read_capture.h"
 #include "commands/commands.h"
-#include "outputs/console.h"
+#include "commands/run.h"
 #include "outputs/patch_picture.h"
-#include "results/choose_values.h"
-#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
 
 struct CcmOptions {
     std::string chart;
-    std::vector<std::string> values;
+    ValueOptions values;
     std::string method;
     std::string white;
     std::optional<double> saturation;
     std::vector<double> corners;
     LightOption light;
     std::string picture;
-    std::string results = "ccm.json";
     GeometryOptions geometry;
-    OutputOptions output;
+    RunOptions run;
 };
 
 void describe(Command& command, CcmOptions& options) {
     command.option("CHART", options.chart, "capture of the chart, .raw or .pgm").required();
-    command
-        .option("--values", options.values,
-                "results files with the black level, lens shading and white balance to apply")
-        .type_name("FILE");
+    options.values.add_to(command, {ValueOptions::all, ValueOptions::black_level});
     command.option("--method", options.method,
                    "lsq (least squares, default), optimised (least colour difference), or joint (least squares, white "
                    "balance from the chart's greys)");
@@ -44,11 +35,10 @@ void describe(Command& command, CcmOptions& options) {
     options.light.add_to(command, "colour temperature of the light, in kelvin");
     command.option("--picture", options.picture, "PNG of the patches: measured, corrected and reference")
         .type_name("FILE");
-    add_results_option(command, options.results);
     options.geometry.add_to(command);
-    options.output.add_to(command);
+    options.run.add_to(command);
     command.examples(
-        "  cali ccm shots/chart_5000K.raw --session shots/session.toml --values shots/results.json --illuminant 5000\n"
+        "  cali ccm shots/chart_5000K.raw --session shots/session.toml --results shots/results.json --illuminant 5000\n"
         "  cali ccm chart.pgm --pattern RGGB --method joint --corners 40 40 370 38 372 300 38 302 --picture "
         "patches.png");
 }
@@ -76,31 +66,33 @@ MatrixSettings settings_of(const CcmOptions& options) {
     return settings;
 }
 
-TuningValues values_of(const CcmOptions& options, MatrixMethod method) {
-    if (options.values.empty()) {
-        (void)std::fprintf(stderr, "cali: no --values: no black level, no lens shading, gains of 1\n");
-        return {};
-    }
-    return choose_values(read_all(options.values), options.light.kelvin(), method != MatrixMethod::joint);
-}
-
-void act(const CcmOptions& options) {
+int act(const CcmOptions& options, const Invocation& invocation) {
     const MatrixSettings settings = settings_of(options);
-    Capture chart = read_capture(options.chart, options.geometry.geometry());
-    const TuningValues values = values_of(options, settings.method);
-    const LibraryOutput output = options.output.output();
-    Results results;
-    results.sensor = chart.sensor;
-    MatrixCalibration& result = results.matrices.emplace_back(calibrate_matrix(chart, values, settings, output));
-    result.illuminant_k = options.light.kelvin();
-    write_results(options.results, results);
-    const Section section = describe(result);
-    print(section);
-    print_written(options.results);
+    Run run(options.run, invocation, options.geometry.session());
+    run.files().input(options.chart, "chart");
+    options.values.name_files(run.files());
     if (!options.picture.empty()) {
-        write_text_file(options.picture, patch_picture(section.pictures.front()));
-        print_written(options.picture);
+        run.files().output(options.picture, "--picture");
     }
+    Capture chart = read_capture(options.chart, options.geometry.geometry());
+    run.require_sensor(chart.sensor, chart.file);
+    const Results known = options.values.values(run.earlier(), chart.sensor, run);
+    const ValueChooser chooser(known, options.run.force);
+    TuningValues values;
+    (void)chooser.black_level(values);
+    chooser.grids(options.light.kelvin(), values);
+    if (settings.method != MatrixMethod::joint && !known.white_balance.empty()) {
+        chooser.gains(options.light.kelvin(), values);
+    } else if (settings.method != MatrixMethod::joint) {
+        run.report().warn("no white balance is known: gains of 1");
+    }
+    Step<MatrixCalibration> step = chart_step(chart, options.light.kelvin(), values, settings, run.rules());
+    if (step.usable() && !options.picture.empty()) {
+        const MatrixCalibration& matrix = *step.result;
+        run.outputs().add_text(options.picture, patch_picture({matrix.measured, matrix.corrected, matrix.reference}));
+    }
+    run.take(step, [](Results& made, MatrixCalibration& result) { made.matrices.push_back(result); });
+    return run.finish();
 }
 
 }  // namespace

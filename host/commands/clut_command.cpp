@@ -1,12 +1,8 @@
 #include "base/error.h"
-#include "base/output_file.h"
-#include "captures/light.h"
 #include "commands/commands.h"
-#include "outputs/console.h"
+#include "commands/run.h"
 #include "outputs/cube_file.h"
 #include "outputs/patch_picture.h"
-#include "results/choose_values.h"
-#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
@@ -18,54 +14,55 @@ struct ClutOptions {
     ColourTableSettings settings;
     std::string cube;
     std::string picture;
-    std::string results = "clut.json";
-    OutputOptions output;
+    RunOptions run;
 };
 
 void describe(Command& command, ClutOptions& options) {
-    command.option("RESULTS", options.source, "results file with a colour matrix").required();
+    command.option("RESULTS", options.source, "results file with a colour matrix; default: the one that grows");
     options.light.add_to(command, "light whose matrix is meant, in kelvin");
     command.option("--domain", options.domain, "rgb, or hsv").one_of({"rgb", "hsv"}).show_default();
     command.option("--nodes", options.settings.nodes, "nodes per axis").whole_range(2, 65).show_default();
-    command.option("--strength", options.settings.strength, "share of the correction").range(0.0, 1.0).show_default();
-    command.option("--radius", options.settings.radius, "reach of a patch, in units of the axes")
-        .range(0.001, 1.0)
-        .show_default();
+    command.option("--strength", options.settings.strength, "share of the correction; default: by leave-one-out")
+        .range(0.0, 1.0);
+    command
+        .option("--radius", options.settings.radius,
+                "reach of a patch, in units of the axes; default: by leave-one-out")
+        .range(0.001, 1.0);
     command.option("--cube", options.cube, "the rgb table as a .cube file").type_name("FILE");
     command.option("--picture", options.picture, "PNG of the patches: before, after and reference").type_name("FILE");
-    add_results_option(command, options.results);
-    options.output.add_to(command);
+    options.run.add_to(command);
     command.examples(
-        "  cali clut shots/results.json --illuminant 5000 --cube shots/5000K.cube\n"
-        "  cali clut ccm.json --domain hsv --nodes 17 --strength 0.8");
+        "  cali clut --results shots/results.json --illuminant 5000 --cube shots/5000K.cube\n"
+        "  cali clut ccm.json --domain hsv --nodes 17 --strength 0.8 --results hsv.json");
 }
 
-void act(const ClutOptions& options) {
-    const Results stored = read_results(options.source);
-    const MatrixCalibration& matrix =
-        choose_by_light(stored.matrices, options.light.kelvin(), stored.file, "colour matrix",
-                        "results of cali ccm, or of cali calibrate with a chart");
+int act(const ClutOptions& options, const Invocation& invocation) {
     ColourTableSettings settings = options.settings;
     settings.domain = parse_table_domain(options.domain, "--domain");
     if (settings.domain == TableDomain::hsv && !options.cube.empty()) {
         throw InputError("--cube takes the rgb domain, found --domain hsv");
     }
-    const LibraryOutput output = options.output.output();
-    Results results;
-    results.sensor = stored.sensor;
-    const ColourTable& table = results.tables.emplace_back(calibrate_table(table_input(matrix), settings, output));
-    write_results(options.results, results);
-    const Section section = describe(table);
-    print(section);
-    print_written(options.results);
-    if (!options.cube.empty()) {
-        write_text_file(options.cube, cube_text(table));
-        print_written(options.cube);
+    Run run(options.run, invocation, std::nullopt);
+    const std::string source = options.source.empty() ? options.run.results : options.source;
+    run.files().values(source, "RESULTS");
+    for (const auto& [name, file] : {std::pair("--cube", &options.cube), std::pair("--picture", &options.picture)}) {
+        if (!file->empty()) {
+            run.files().output(*file, name);
+        }
     }
-    if (!options.picture.empty()) {
-        write_text_file(options.picture, patch_picture(section.pictures.front()));
-        print_written(options.picture);
+    const Results known = run.read_values(source);
+    const MatrixCalibration matrix = ValueChooser(known, options.run.force).matrix(options.light.kelvin());
+    Step<ColourTable> step = table_step(matrix, settings, run.rules());
+    if (step.usable() && step.result->needed && !options.cube.empty()) {
+        run.outputs().add_text(options.cube, cube_text(*step.result));
     }
+    if (step.usable() && !options.picture.empty()) {
+        const ColourTable& table = *step.result;
+        run.outputs().add_text(options.picture,
+                               patch_picture({table.input.corrected, table.result, table.input.reference}));
+    }
+    run.take(step, [](Results& made, ColourTable& result) { made.tables.push_back(result); });
+    return run.finish();
 }
 
 }  // namespace

@@ -16,5 +16,7 @@ void add_clut_command(CommandLine& line);
 void add_noise_command(CommandLine& line);
 void add_calibrate_command(CommandLine& line);
 void add_verify_command(CommandLine& line);
+void add_show_command(CommandLine& line);
+void add_diff_command(CommandLine& line);
 
 }  // namespace cali::host

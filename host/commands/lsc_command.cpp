@@ -1,44 +1,36 @@
-#include "calibrations/flat_field_faults.h"
 #include "captures/read_capture.h"
 #include "commands/commands.h"
-#include "outputs/console.h"
+#include "commands/run.h"
 #include "outputs/register_files.h"
-#include "results/choose_values.h"
-#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
 
 struct LscOptions {
     std::string frame;
-    std::string black_level;
+    ValueOptions values;
     std::string grid;
     std::string type;
     std::optional<bool> denoise;
     LightOption light;
-    bool force = false;
-    std::string results = "results.json";
     ShadingFileChoice files;
     GeometryOptions geometry;
-    OutputOptions output;
+    RunOptions run;
 };
 
 void describe(Command& command, LscOptions& options) {
     command.option("FLAT", options.frame, "capture of an evenly lit surface, .raw or .pgm").required();
-    command.option("--black-level", options.black_level, "results file whose black level is subtracted")
-        .type_name("FILE");
+    options.values.add_to(command, {ValueOptions::black_level});
     command.option("--grid", options.grid, "mesh nodes across and down, 4 to 129 each, 4761 in all; default 33x25")
         .type_name("COLSxROWS");
     command.option("--type", options.type, "what the gains correct: chroma_and_luma (default), chroma or luma");
     command.flag("--denoise,!--no-denoise", options.denoise, "clean noise and dust before filtering");
     options.light.add_to(command, "colour temperature of the light, in kelvin");
-    command.flag("--force", options.force, "calibrate on a capture that is no flat field, after saying why not");
-    add_results_option(command, options.results);
     add_shading_options(command, options.files);
     options.geometry.add_to(command);
-    options.output.add_to(command);
+    options.run.add_to(command);
     command.examples(
-        "  cali lsc flat.raw --size 1920x1080 --pattern RGGB --bits 12 --black-level results.json --results lsc.json\n"
+        "  cali lsc flat.raw --size 1920x1080 --pattern RGGB --bits 12 --black-level 64\n"
         "  cali lsc shots/flat_5000K.raw --session shots/session.toml --grid 17x13 --registers --corrected");
 }
 
@@ -56,27 +48,28 @@ ShadingSettings settings_of(const LscOptions& options) {
     return settings;
 }
 
-void act(const LscOptions& options) {
-    const BlackLevels black_level = read_black_level(options.black_level);
-    Capture flat = read_capture(options.frame, options.geometry.geometry());
+int act(const LscOptions& options, const Invocation& invocation) {
     const ShadingSettings settings = settings_of(options);
-    const LibraryOutput output = options.output.output();
-    require_flat(flat, black_level, options.force);
-    CorrectedFlat corrected;
-    Results results;
-    results.sensor = flat.sensor;
-    LensShading& shading =
-        results.lens_shading.emplace_back(calibrate_flat_field(flat, black_level, settings, output, corrected));
-    shading.illuminant_k = options.light.kelvin();
-    write_results(options.results, results);
-    print(describe(shading));
-    print_written(options.results);
-    PendingFiles files;
-    add_shading_files(files, std::filesystem::path(options.results).parent_path(), shading, flat.sensor, corrected,
-                      options.files);
-    for (const std::filesystem::path& file : files.commit()) {
-        print_written(file);
+    Run run(options.run, invocation, options.geometry.session());
+    run.files().input(options.frame, "flat field");
+    options.values.name_files(run.files());
+    const std::filesystem::path folder = std::filesystem::path(options.run.results).parent_path();
+    for (const std::filesystem::path& file : shading_file_names(folder, options.frame, options.files)) {
+        run.own_output(file);
     }
+    Capture flat = read_capture(options.frame, options.geometry.geometry());
+    run.require_sensor(flat.sensor, flat.file);
+    const Results known = options.values.values(run.earlier(), flat.sensor, run);
+    TuningValues values;
+    (void)ValueChooser(known, options.run.force).black_level(values);
+    const SensorGeometry sensor = flat.sensor;
+    CorrectedFlat corrected;
+    Step<LensShading> step = flat_step(flat, options.light.kelvin(), values, settings, run.rules(), corrected);
+    if (step.usable()) {
+        add_shading_files(run.outputs(), folder, *step.result, sensor, corrected, options.files);
+    }
+    run.take(step, [](Results& made, LensShading& result) { made.lens_shading.push_back(result); });
+    return run.finish();
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <new>
 
 #include "base/error.h"
+#include "base/output_file.h"
+#include "base/system_file.h"
 #include "cali/cali.h"
 #include "commands/commands.h"
 
@@ -22,17 +24,20 @@ int run(int argc, char** argv) {
                          "'cali COMMAND --help' explains each command.");
         for (const auto add :
              {add_simulate_command, add_blc_command, add_lsc_command, add_awb_command, add_awb_curve_command,
-              add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command}) {
+              add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command,
+              add_show_command, add_diff_command}) {
             add(line);
         }
-        if (const auto problem = line.parse_and_run(argc, argv)) {
-            throw InputError(*problem);
-        }
-        return 0;
+        const int status = line.parse_and_run(argc, argv);
+        require_standard_output();
+        return status;
     } catch (const InputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kWrongInput;
     } catch (const CalibrationError& problem) {
+        std::fprintf(stderr, "cali: %s\n", problem.what());
+        return kFailed;
+    } catch (const OutputError& problem) {
         std::fprintf(stderr, "cali: %s\n", problem.what());
         return kFailed;
     } catch (const std::bad_alloc&) {
@@ -53,5 +58,6 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only th
 #else
     setenv("CALI_WARNINGS", "stderr", 1);
 #endif
+    cali::host::system_file::clean_up_on_signals();
     return run(argc, argv);
 }

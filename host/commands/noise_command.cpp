@@ -1,11 +1,10 @@
 #include "base/error.h"
-#include "base/output_file.h"
+#include "base/progress.h"
 #include "captures/file_patterns.h"
+#include "captures/read_capture.h"
 #include "commands/commands.h"
-#include "outputs/console.h"
+#include "commands/run.h"
 #include "outputs/noise_plot.h"
-#include "results/choose_values.h"
-#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
@@ -13,16 +12,15 @@ namespace {
 struct NoiseOptions {
     std::string folder;
     std::vector<std::string> levels;
-    std::string black_level;
+    ValueOptions values;
     std::vector<int> window;
     std::optional<int> ref_level;
     std::string slope_format;
     std::string level_format;
     bool progress = false;
     std::string plot;
-    std::string results = "noise.json";
     GeometryOptions geometry;
-    OutputOptions output;
+    RunOptions run;
 };
 
 void describe(Command& command, NoiseOptions& options) {
@@ -31,8 +29,7 @@ void describe(Command& command, NoiseOptions& options) {
                    "session's series");
     command.option("--level", options.levels, "files of one level, such as 'l1_*.raw'; once per level, dark first")
         .type_name("PATTERN");
-    command.option("--black-level", options.black_level, "results file whose black level is subtracted")
-        .type_name("FILE");
+    options.values.add_to(command, {ValueOptions::black_level});
     command
         .option("--window", options.window,
                 "X Y WIDTH HEIGHT, even; default: the centre, at most 512 x 512 (docs/noise.md)")
@@ -43,13 +40,22 @@ void describe(Command& command, NoiseOptions& options) {
     command.option("--level-format", options.level_format, "register format of the level; default U10.0");
     command.flag("--progress", options.progress, "show frames done, rate and time left also without a terminal");
     command.option("--plot", options.plot, "SVG of noise against level").type_name("FILE");
-    add_results_option(command, options.results);
     options.geometry.add_to(command);
-    options.output.add_to(command);
+    options.run.add_to(command);
     command.examples(
-        "  cali noise --session shots/session.toml --black-level shots/results.json --plot shots/noise.svg\n"
-        "  cali noise series --size 1920x1080 --pattern RGGB --bits 12 --black-level black.json\n"
+        "  cali noise --session shots/session.toml --results shots/results.json --plot shots/noise.svg\n"
+        "  cali noise series --size 1920x1080 --pattern RGGB --bits 12 --black-level 64\n"
         "  cali noise --level 'l1_*.pgm' --level 'l2_*.pgm' --pattern RGGB --slope-format U2.10");
+}
+
+/// For a black level by number.
+SensorGeometry first_sensor(const std::vector<SeriesLevel>& series, const Geometry& geometry) {
+    for (const SeriesLevel& level : series) {
+        if (!level.files.empty()) {
+            return probe_capture(level.files.front(), geometry);
+        }
+    }
+    return {};
 }
 
 std::vector<SeriesLevel> series_of(const NoiseOptions& options, const std::optional<Session>& session) {
@@ -85,23 +91,37 @@ NoiseSettings settings_of(const NoiseOptions& options, const std::optional<Sessi
     return settings;
 }
 
-void act(const NoiseOptions& options) {
+int act(const NoiseOptions& options, const Invocation& invocation) {
     const std::optional<Session> session = options.geometry.session();
     const std::vector<SeriesLevel> series = series_of(options, session);
     const NoiseSettings settings = settings_of(options, session);
-    const BlackLevels black_level = read_black_level(options.black_level);
-    const LibraryOutput output = options.output.output();
-    Progress progress(frame_count(series), options.progress);
-    Results results;
-    results.noise =
-        calibrate_noise(series, options.geometry.geometry(), black_level, settings, output, progress, results.sensor);
-    write_results(options.results, results);
-    print(describe(*results.noise));
-    print_written(options.results);
-    if (!options.plot.empty()) {
-        write_text_file(options.plot, noise_plot(*results.noise));
-        print_written(options.plot);
+    const Geometry geometry = options.geometry.geometry();
+    Run run(options.run, invocation, session);
+    for (const SeriesLevel& level : series) {
+        for (const std::filesystem::path& file : level.files) {
+            run.files().input(file, "frame");
+        }
     }
+    options.values.name_files(run.files());
+    if (!options.plot.empty()) {
+        run.files().output(options.plot, "--plot");
+    }
+    SensorGeometry sensor;
+    const Results known = options.values.values(run.earlier(), first_sensor(series, geometry), run);
+    TuningValues values;
+    (void)ValueChooser(known, options.run.force).black_level(values);
+    Progress progress(frame_count(series), options.progress ? Progress::Lines::all : Progress::Lines::none);
+    Step<NoiseResults> step = noise_step({series, geometry, values, settings, sensor}, run.rules(),
+                                         [&, check = run.reader()](const Capture& frame) {
+                                             check(frame);
+                                             progress.step(frame.file.filename().string());
+                                         });
+    progress.finish();
+    if (step.usable() && !options.plot.empty()) {
+        run.outputs().add_text(options.plot, noise_plot(*step.result));
+    }
+    run.take(step, [](Results& made, NoiseResults& result) { made.noise = result; });
+    return run.finish();
 }
 
 }  // namespace

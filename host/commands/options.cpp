@@ -2,6 +2,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "base/error.h"
 #include "base/text.h"
 
 namespace cali::host {
@@ -9,6 +14,11 @@ namespace {
 
 CLI::Option& option_of(void* option) { return *static_cast<CLI::Option*>(option); }
 CLI::App& app_of(void* app) { return *static_cast<CLI::App*>(app); }
+
+/// What a result does not depend on.
+constexpr std::array<std::string_view, 16> kWithoutEffect = {
+    "--results", "--out",     "--log",       "--verbose",   "--json",     "--strict",  "--progress", "--picture",
+    "--cube",    "--plot",    "--pictures",  "--tables",    "--registers", "--corrected", "--new",     "--help"};
 
 /// CLI::Range lets NaN pass.
 class NumberRange : public CLI::Validator {
@@ -66,8 +76,13 @@ Option& Option::whole_range(unsigned low, unsigned high) {
     return *this;
 }
 
-Option& Option::one_of(std::initializer_list<std::string> names) {
-    option_of(option_).check(CLI::IsMember(std::vector<std::string>(names)));
+Option& Option::one_of(std::vector<std::string> names) {
+    option_of(option_).check(CLI::IsMember(std::move(names)));
+    return *this;
+}
+
+Option& Option::separated_by(char separator) {
+    option_of(option_).delimiter(separator);
     return *this;
 }
 
@@ -99,11 +114,30 @@ template Option Command::option(const char*, std::vector<std::string>&, const ch
 
 void Command::examples(const std::string& text) { app_of(app_).footer("Examples:\n" + text); }
 
-void Command::run(std::function<void()> action) { app_of(app_).callback(std::move(action)); }
+void Command::run(std::function<int()> action) {
+    app_of(app_).callback([action = std::move(action), status = status_] { *status = action(); });
+}
+
+Invocation Command::invocation() const {
+    Invocation invocation{app_of(app_).get_name(), {}};
+    for (const CLI::Option* const option : app_of(app_).get_options()) {
+        const std::string name = option->get_name();
+        if (option->count() == 0 || std::ranges::find(kWithoutEffect, name) != kWithoutEffect.end()) {
+            continue;
+        }
+        std::string value;
+        for (const std::string& word : option->results()) {
+            value += (value.empty() ? "" : " ") + word.substr(word.rfind('/') + 1);
+        }
+        invocation.options.emplace_back(name, value);
+    }
+    return invocation;
+}
 
 struct CommandLine::Impl {
     explicit Impl(const char* description) : app(description, "cali") {}
     CLI::App app;
+    int status = 0;
 };
 
 CommandLine::CommandLine(const char* description, const char* version, const char* footer)
@@ -116,23 +150,22 @@ CommandLine::CommandLine(const char* description, const char* version, const cha
 CommandLine::~CommandLine() = default;
 
 Command CommandLine::add(const char* name, const char* description) {
-    return Command(impl_->app.add_subcommand(name, description));
+    return {impl_->app.add_subcommand(name, description), &impl_->status};
 }
 
-std::optional<std::string> CommandLine::parse_and_run(int argc, char** argv) {
+int CommandLine::parse_and_run(int argc, char** argv) {
     try {
         impl_->app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {
         if (problem.get_exit_code() != 0) {
-            return problem.what() + std::string(" (see --help)");
+            throw InputError(problem.what() + std::string(" (see --help)"));
         }
-        impl_->app.exit(problem);  // prints help or version
-        return std::nullopt;
+        return impl_->app.exit(problem);  // prints help or version
     }
     if (impl_->app.get_subcommands().empty()) {
-        return "no command is given, expected one of those that --help lists";
+        throw InputError("no command is given, expected one of those that --help lists");
     }
-    return std::nullopt;
+    return impl_->status;
 }
 
 void GeometryOptions::add_to(Command& command) {
@@ -175,17 +208,13 @@ LibraryOutput OutputOptions::output() const {
 }
 
 void LightOption::add_to(Command& command, const char* help) {
-    command.option("--illuminant", kelvin_, help).range(1000.0, 40000.0);
+    command.option("--illuminant", kelvin_, help).range(kLeastLightK, kMostLightK);
 }
 
 void add_shading_options(Command& command, ShadingFileChoice& choice) {
     command.flag("--registers", choice.registers, "also the tables as register text and CSV, beside the results");
     command.flag("--corrected", choice.corrected,
                  "also the flat field corrected by the mesh and by the radial tables, as 16-bit PGM");
-}
-
-void add_results_option(Command& command, std::string& file) {
-    command.option("--results", file, "file to write").type_name("FILE").show_default();
 }
 
 }  // namespace cali::host

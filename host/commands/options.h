@@ -2,13 +2,13 @@
 #pragma once
 
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/record.h"
 #include "captures/geometry.h"
 #include "library/library_call.h"
 #include "outputs/register_files.h"
@@ -30,12 +30,20 @@ public:
     Option& range(double low, double high);
     Option& whole_range(int low, int high);
     Option& whole_range(unsigned low, unsigned high);
-    Option& one_of(std::initializer_list<std::string> names);
+    Option& one_of(std::vector<std::string> names);
+    /// Several values in one word.
+    Option& separated_by(char separator);
 
 private:
     friend class Command;
     explicit Option(void* option) : option_(option) {}
     void* option_;
+};
+
+/// A command as it was called.
+struct Invocation {
+    std::string command;
+    OptionRecord options;
 };
 
 /// A subcommand.
@@ -49,12 +57,17 @@ public:
     Option flag(const char* names, std::optional<bool>& value, const char* help);
 
     void examples(const std::string& text);
-    void run(std::function<void()> action);
+    /// The action returns the exit status.
+    void run(std::function<int()> action);
+
+    /// Name, and the options that were given and that can change a result, in order. Of paths the last part.
+    [[nodiscard]] Invocation invocation() const;
 
 private:
     friend class CommandLine;
-    explicit Command(void* app) : app_(app) {}
+    Command(void* app, int* status) : app_(app), status_(status) {}
     void* app_;
+    int* status_;
 };
 
 class CommandLine {
@@ -66,9 +79,9 @@ public:
 
     Command add(const char* name, const char* description);
 
-    /// Runs the command that is named. Nothing where help or version were asked for and printed, or where one ran;
-    /// else a text that says what is wrong with the line. What the command throws passes through.
-    std::optional<std::string> parse_and_run(int argc, char** argv);
+    /// Runs the command that is named and returns its exit status; 0 where help or version were asked for and printed.
+    /// Throws InputError where the line is wrong; what the command throws passes through.
+    int parse_and_run(int argc, char** argv);
 
 private:
     struct Impl;
@@ -83,6 +96,7 @@ public:
     /// What the session says, overridden by the options. Throws InputError.
     [[nodiscard]] Geometry geometry() const;
     [[nodiscard]] std::optional<Session> session() const;
+    [[nodiscard]] const std::string& session_file() const { return session_; }
 
 private:
     std::string session_;
@@ -96,6 +110,8 @@ class OutputOptions {
 public:
     void add_to(Command& command);
     [[nodiscard]] LibraryOutput output() const;
+    [[nodiscard]] bool verbose() const { return verbose_; }
+    [[nodiscard]] const std::string& log() const { return log_; }
 
 private:
     bool verbose_ = false;
@@ -112,20 +128,18 @@ private:
     double kelvin_ = 0;
 };
 
-/// --results: the file to write.
-void add_results_option(Command& command, std::string& file);
-
 /// --registers and --corrected.
 void add_shading_options(Command& command, ShadingFileChoice& choice);
 
-/// A command's options, set up by `describe` and acted on by `act` when the command is named.
+/// A command's options, set up by `describe` and acted on by `act`, which returns the exit status, when the command is
+/// named.
 template <typename Options>
 void add_command(CommandLine& line, const char* name, const char* description, void (*describe)(Command&, Options&),
-                 void (*act)(const Options&)) {
+                 int (*act)(const Options&, const Invocation&)) {
     auto options = std::make_shared<Options>();
     Command command = line.add(name, description);
     describe(command, *options);
-    command.run([options, act] { act(*options); });
+    command.run([options, act, command] { return act(*options, command.invocation()); });
 }
 
 }  // namespace cali::host

@@ -96,7 +96,7 @@ void require_no_files(const std::filesystem::path& folder, const std::vector<std
     }
 }
 
-void act(const SimulateOptions& options) {
+int act(const SimulateOptions& options, const Invocation& /*invocation*/) {
     SimulationPlan plan = options.plan;
     SensorModel& sensor = plan.sensor;
     plan.raw = options.format != "pgm";
@@ -128,6 +128,7 @@ void act(const SimulateOptions& options) {
     std::printf("written: %zu captures of %d x %d, %s, %d bits; %s; %s\n", names.count(), sensor.width, sensor.height,
                 pattern_name(sensor.pattern), sensor.bits, (folder / kSessionName).string().c_str(),
                 (folder / kTruthName).string().c_str());
+    return 0;
 }
 
 }  // namespace

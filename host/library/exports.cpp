@@ -36,12 +36,6 @@ struct FrameArguments {
     int32_t pattern;
 };
 
-constexpr std::array<float, kChartPatches> kEqualWeights = [] {
-    std::array<float, kChartPatches> ones{};
-    ones.fill(1.0F);
-    return ones;
-}();
-
 }  // namespace
 
 bool blc_by_median(Capture& dark, BlackLevels& levels, const LibraryOutput& output) {
@@ -207,7 +201,7 @@ std::vector<float> awb_curve_table(const Call& call) {
 }
 
 MatrixRegisters ccm_pipe(Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                         const LibraryOutput& output) {
+                         const PatchWeights& weights, const LibraryOutput& output) {
     FrameArguments f(chart);
     const auto& offset = values.black_level.offset;
     const auto& gain = values.black_level.gain;
@@ -218,13 +212,13 @@ MatrixRegisters ccm_pipe(Capture& chart, const TuningValues& values, const Chart
                                       grids.red.data(), grids.green.data(), grids.blue.data(), offset[kRR], offset[kGR],
                                       offset[kGB], offset[kBB], gain[kRR], gain[kGR], gain[kGB], gain[kBB],
                                       values.gains.red, values.gains.green, values.gains.blue, windows.data(), 1.0F,
-                                      kEqualWeights.data(), matrix.value.data(), matrix.q10.data());
+                                      weights.data(), matrix.value.data(), matrix.q10.data());
     });
     return matrix;
 }
 
-MatrixRegisters awb_ccm(Capture& chart, const TuningValues& values, const ChartWindows& windows, GainRegisters& gains,
-                        const LibraryOutput& output) {
+MatrixRegisters awb_ccm(Capture& chart, const TuningValues& values, const ChartWindows& windows,
+                        const PatchWeights& weights, GainRegisters& gains, const LibraryOutput& output) {
     FrameArguments f(chart);
     const auto& offset = values.black_level.offset;
     const auto& gain = values.black_level.gain;
@@ -234,14 +228,15 @@ MatrixRegisters awb_ccm(Capture& chart, const TuningValues& values, const ChartW
         return cali_isp_awb_ccm(&f.samples, f.width, f.height, f.pattern, grids.cols, grids.rows, grids.red.data(),
                                 grids.green.data(), grids.blue.data(), offset[kRR], offset[kGR], offset[kGB],
                                 offset[kBB], gain[kRR], gain[kGR], gain[kGB], gain[kBB], windows.data(), 1.0F,
-                                kEqualWeights.data(), &gains.red, &gains.green, &gains.blue, matrix.value.data(),
+                                weights.data(), &gains.red, &gains.green, &gains.blue, matrix.value.data(),
                                 matrix.q10.data());
     });
     return matrix;
 }
 
 MatrixRegisters ccm_pipe_optimised(Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                                   const OptimisedRequest& request, const LibraryOutput& output) {
+                                   const PatchWeights& weights, const OptimisedRequest& request,
+                                   const LibraryOutput& output) {
     CcmPreprocess preprocess{};
     for (std::size_t c = 0; c < values.black_level.offset.size(); ++c) {
         preprocess.offset[c] = static_cast<int32_t>(values.black_level.offset[c]);
@@ -257,8 +252,8 @@ MatrixRegisters ccm_pipe_optimised(Capture& chart, const TuningValues& values, c
         std::ranges::copy(values.grids.blue, shading->blue_grid);
     }
     std::array<float, 1 + kChartPatches> saturation_and_weights{};
-    saturation_and_weights.fill(1.0F);
     saturation_and_weights[0] = request.saturation;
+    std::ranges::copy(weights, saturation_and_weights.begin() + 1);
     FrameArguments f(chart);
     MatrixRegisters matrix;
     run("cali_isp_ccm_pipe_calc_v2", {chart.file, output}, [&] {

@@ -67,13 +67,21 @@ struct CurveLight {
 /// 200 samples of the last curve, from unity gains.
 [[nodiscard]] std::vector<float> awb_curve_table(const Call& call);
 
-// Colour. Charts are unchanged; patches have weight 1.
+// Colour. Charts are unchanged.
+
+/// 0: the patch is left out.
+using PatchWeights = std::array<float, kChartPatches>;
+inline constexpr PatchWeights kEqualWeights = [] {
+    PatchWeights ones{};
+    ones.fill(1.0F);
+    return ones;
+}();
 
 [[nodiscard]] MatrixRegisters ccm_pipe(Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                                       const LibraryOutput& output);
+                                       const PatchWeights& weights, const LibraryOutput& output);
 /// The gains come from the chart.
 [[nodiscard]] MatrixRegisters awb_ccm(Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                                      GainRegisters& gains, const LibraryOutput& output);
+                                      const PatchWeights& weights, GainRegisters& gains, const LibraryOutput& output);
 struct OptimisedRequest {
     int white_point = 65;
     float saturation = 1;
@@ -81,8 +89,8 @@ struct OptimisedRequest {
 /// The grids take part where `values` names their flat field; at most kMostOptimisedNodes either way.
 inline constexpr int kMostOptimisedNodes = 37;
 [[nodiscard]] MatrixRegisters ccm_pipe_optimised(Capture& chart, const TuningValues& values,
-                                                 const ChartWindows& windows, const OptimisedRequest& request,
-                                                 const LibraryOutput& output);
+                                                 const ChartWindows& windows, const PatchWeights& weights,
+                                                 const OptimisedRequest& request, const LibraryOutput& output);
 
 /// A table in the rgb or the hsv domain.
 [[nodiscard]] std::vector<int32_t> clut_calc(bool rgb, std::span<const ClutCell> measured,

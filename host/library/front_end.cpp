@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "chart/chart_measure.h"
+#include "core/channel.h"
 #include "library/exports.h"
 
 namespace cali::host {
@@ -31,6 +32,37 @@ FrontEnd front_end_of(const TuningValues& values) {
     front_end.mesh = MeshGrids{grids.cols, grids.rows, grids.red.data(), grids.green.data(), grids.blue.data()};
     front_end.wb_gains = WbGains{values.gains.red, values.gains.blue};
     return front_end;
+}
+
+std::vector<uint32_t> window_behind(const Capture& frame, const FrontEnd& front_end, const RoiRect& window) {
+    require_shadeable(frame);
+    FrontEndRows rows(frame.view(), front_end);
+    rows.set_columns(window.x, window.w);
+    std::vector<uint32_t> samples(static_cast<std::size_t>(window.w) * static_cast<std::size_t>(window.h));
+    for (int32_t y = 0; y < window.h; ++y) {
+        rows.row(window.y + y, frame.view().row(window.y + y) + window.x,
+                 samples.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(window.w));
+    }
+    return samples;
+}
+
+Colour mean_colour(const Capture& frame, const TuningValues& values, const Window& window) {
+    const std::vector<uint32_t> samples =
+        window_behind(frame, front_end_of(values), {window.x, window.y, window.width, window.height});
+    Colour sum{};
+    Colour count{};
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const auto columns = static_cast<std::size_t>(window.width);
+        const std::size_t colour = colour_of(bayer_channel(
+            frame.sensor.pattern, static_cast<uint32_t>(window.y) + static_cast<uint32_t>(i / columns),
+            static_cast<uint32_t>(window.x) + static_cast<uint32_t>(i % columns)));
+        sum[colour] += samples[i];
+        count[colour] += 1;
+    }
+    for (std::size_t c = 0; c < sum.size(); ++c) {
+        sum[c] /= count[c] * kLibraryFullScale;
+    }
+    return sum;
 }
 
 std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,

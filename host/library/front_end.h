@@ -22,8 +22,15 @@ void require_shadeable(const Capture& frame);
 [[nodiscard]] std::vector<uint32_t> apply_front_end(Capture& frame, const TuningValues& values,
                                                     const LibraryOutput& output);
 
-/// The block model's stages of these values. It points into `values`.
+/// What `values` asks for.
 [[nodiscard]] FrontEnd front_end_of(const TuningValues& values);
+
+/// A window's samples, row-major, behind the stages. The window must fit the frame. Throws InputError.
+[[nodiscard]] std::vector<uint32_t> window_behind(const Capture& frame, const FrontEnd& front_end,
+                                                  const RoiRect& window);
+
+/// Mean colour of a window behind the front end, 1 at full scale. The window must fit the frame. Throws InputError.
+[[nodiscard]] Colour mean_colour(const Capture& frame, const TuningValues& values, const Window& window);
 
 /// Mean colours of a chart's windows behind the front end, 1 at full scale. Only the windows' samples go through the
 /// stages; windows must fit the frame. Throws InputError.

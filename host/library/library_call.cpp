@@ -4,6 +4,8 @@
 #include <array>
 
 #include "base/error.h"
+#include "base/output_file.h"
+#include "base/system_file.h"
 
 #ifdef _WIN32
 #include <io.h>
@@ -18,29 +20,63 @@
 namespace cali::host {
 namespace {
 
-/// Points standard output elsewhere while it lives.
-class RedirectedOutput {
+/// Points a stream elsewhere while it lives.
+class Redirected {
 public:
-    explicit RedirectedOutput(std::FILE* target) {
-        std::fflush(stdout);
-        saved_ = dup(fileno(stdout));
+    Redirected(std::FILE* stream, std::FILE* target) : stream_(stream) {
+        (void)std::fflush(stream);
+        saved_ = dup(fileno(stream));
         if (saved_ >= 0) {
-            dup2(fileno(target), fileno(stdout));
+            dup2(fileno(target), fileno(stream));
         }
     }
-    ~RedirectedOutput() {
-        std::fflush(stdout);
-        if (saved_ >= 0) {
-            dup2(saved_, fileno(stdout));
-            close(saved_);
+    ~Redirected() { (void)restore(); }
+    Redirected(const Redirected&) = delete;
+    Redirected& operator=(const Redirected&) = delete;
+
+    /// False where the target did not take all.
+    bool restore() {
+        if (saved_ < 0) {
+            return true;
         }
+        const bool taken = std::fflush(stream_) == 0 && std::ferror(stream_) == 0;
+        std::clearerr(stream_);  // not the stream's own error
+        dup2(saved_, fileno(stream_));
+        close(saved_);
+        saved_ = -1;
+        return taken;
     }
-    RedirectedOutput(const RedirectedOutput&) = delete;
-    RedirectedOutput& operator=(const RedirectedOutput&) = delete;
 
 private:
+    std::FILE* stream_;
     int saved_ = -1;
 };
+
+std::unique_ptr<std::FILE, int (*)(std::FILE*)> temporary_file() {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
+    if (!file) {
+        throw InputError("no temporary file can be made for the library's output");
+    }
+    return file;
+}
+
+/// Calls `use` with every line; lines end with either end.
+template <typename Use>
+void for_each_line(std::FILE* file, Use use) {
+    std::rewind(file);
+    std::string line;
+    for (int c = 0; (c = std::fgetc(file)) != EOF;) {
+        if (c != '\n' && c != '\r') {
+            line += static_cast<char>(c);
+        } else if (!line.empty()) {
+            use(line);
+            line.clear();
+        }
+    }
+    if (!line.empty()) {
+        use(line);
+    }
+}
 
 void copy_to_stderr(std::FILE* file) {
     std::rewind(file);
@@ -53,45 +89,62 @@ void copy_to_stderr(std::FILE* file) {
 
 }  // namespace
 
-LibraryOutput::LibraryOutput() : LibraryOutput(Mode::keep, nullptr) {}
+LibraryOutput::LibraryOutput() : LibraryOutput(Mode::keep, nullptr, {}) {}
 
-LibraryOutput LibraryOutput::verbose() { return LibraryOutput(Mode::verbose, nullptr); }
+LibraryOutput LibraryOutput::verbose() { return {Mode::verbose, nullptr, {}}; }
 
 LibraryOutput LibraryOutput::to_file(const std::filesystem::path& file) {
-    std::FILE* const log = std::fopen(file.string().c_str(), "wb");
+    std::FILE* const log =
+        is_standard_output(file) ? system_file::duplicate_standard_output() : std::fopen(file.string().c_str(), "wb");
     if (log == nullptr) {
         throw InputError(file.string() + ": cannot be written as the log");
     }
-    return LibraryOutput(Mode::file, log);
+    return {Mode::file, log, file};
 }
 
 int LibraryOutput::call(const char* name, const std::function<int()>& run) const {
-    if (mode_ == Mode::verbose) {
-        const RedirectedOutput redirected(stderr);
-        return run();
-    }
-    if (mode_ == Mode::file) {
-        std::fprintf(file_.get(), "== %s\n", name);
-        std::fflush(file_.get());
-        int status = 0;
-        {
-            const RedirectedOutput redirected(file_.get());
-            status = run();
-        }
-        // Both descriptors share the position in the file.
-        std::fseek(file_.get(), 0, SEEK_END);
-        return status;
-    }
-    const std::unique_ptr<std::FILE, CloseFile> kept(std::tmpfile());
-    if (!kept) {
-        throw InputError("no temporary file can be made for the library's output");
-    }
+    require_standard_output();  // what was printed before is not the library's
+    const auto errors = temporary_file();
     int status = 0;
     {
-        const RedirectedOutput redirected(kept.get());
+        const Redirected redirected(stderr, errors.get());
+        status = call_redirected(name, run);
+    }
+    for_each_line(errors.get(), [&](const std::string& line) {
+        if (line.find(" Calib Warning: ") != std::string::npos) {
+            notes_->warnings.push_back(line);
+        } else {
+            (void)std::fprintf(stderr, "%s\n", line.c_str());
+        }
+    });
+    return status;
+}
+
+int LibraryOutput::call_redirected(const char* name, const std::function<int()>& run) const {
+    if (mode_ == Mode::file) {
+        std::fprintf(file_.get(), "== %s\n", name);
+        bool taken = std::fflush(file_.get()) == 0;
+        Redirected redirected(stdout, file_.get());
+        const int status = run();
+        taken = redirected.restore() && taken;
+        // Both descriptors share the position in the file.
+        std::fseek(file_.get(), 0, SEEK_END);
+        if (!taken) {
+            throw OutputError(name_.string() + ": the log cannot be written; is the disk full?");
+        }
+        return status;
+    }
+    const auto kept = temporary_file();
+    int status = 0;
+    {
+        const Redirected redirected(stdout, kept.get());
         status = run();
     }
-    if (status != 0) {
+    for_each_line(kept.get(), [&](const std::string& line) {
+        notes_->lines.all += 1;
+        notes_->lines.warn += line.find("WARN") != std::string::npos ? 1 : 0;
+    });
+    if (status != 0 || mode_ == Mode::verbose) {
         copy_to_stderr(kept.get());
     }
     return status;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/record.h"
 #include "captures/channels.h"
 
 namespace cali::host {
@@ -39,6 +40,8 @@ struct TuningValues {
     ShadingGrids grids;
     std::filesystem::path flat_field;  ///< whose mesh the grids are; empty: unity grids
     GainRegisters gains;
+    std::optional<double> gains_k;    ///< light of the grey card that the gains come from
+    std::vector<ValueRecord> origin;  ///< of what is not the default
 };
 
 /// A colour-correction matrix, row-major, and its registers (1024 = 1.0).

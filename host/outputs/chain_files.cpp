@@ -1,14 +1,19 @@
 #include "outputs/chain_files.h"
 
+#include <algorithm>
+
 #include "base/error.h"
-#include "outputs/console.h"
 #include "outputs/cube_file.h"
 #include "outputs/noise_plot.h"
 #include "outputs/patch_picture.h"
-#include "results/results_file.h"
 
 namespace cali::host {
 namespace {
+
+constexpr const char* kNoisePlot = "noise.svg";
+
+std::filesystem::path picture_of(const std::filesystem::path& chart) { return chart.stem().string() + "_patches.png"; }
+std::filesystem::path cube_of(const std::filesystem::path& chart) { return chart.stem().string() + ".cube"; }
 
 void require_distinct_names(const std::vector<LitCapture>& captures, const char* options) {
     for (std::size_t i = 0; i < captures.size(); ++i) {
@@ -22,56 +27,89 @@ void require_distinct_names(const std::vector<LitCapture>& captures, const char*
     }
 }
 
+/// Whether other files may be made of it.
+template <typename T>
+bool usable(const T& result) {
+    return result.record.standing != Standing::rejected;
+}
+
 }  // namespace
 
-ChainFiles::ChainFiles(const Session& session, std::filesystem::path folder, const ChainFileChoice& choice)
-    : folder_(std::move(folder)), choice_(choice) {
-    if (choice.shading.registers || choice.shading.corrected) {
+ChainFiles::ChainFiles(std::filesystem::path folder, const ChainFileChoice& choice, std::size_t captures,
+                       RunReport& report, PendingFiles& files)
+    : folder_(std::move(folder)),
+      choice_(choice),
+      report_(report),
+      files_(files),
+      progress_(captures, Progress::Lines::all) {}
+
+std::vector<std::filesystem::path> ChainFiles::names(const Session& session, const ChainPlan& plan,
+                                                     const std::filesystem::path& folder,
+                                                     const ChainFileChoice& choice) {
+    std::vector<std::filesystem::path> names;
+    if (plan.does("lsc") && (choice.shading.registers || choice.shading.corrected)) {
         require_distinct_names(session.flat, "--registers and --corrected");
+        for (const LitCapture& flat : session.flat) {
+            const auto more = shading_file_names(folder, flat.file, choice.shading);
+            names.insert(names.end(), more.begin(), more.end());
+        }
     }
-    if (choice.pictures || choice.tables) {
+    const bool pictures = choice.pictures && plan.does("ccm");
+    const bool tables = choice.tables && plan.does("clut");
+    if (pictures || tables) {
         require_distinct_names(session.chart, "--pictures and --tables");
     }
+    for (const LitCapture& chart : session.chart) {
+        if (pictures) {
+            names.push_back(folder / picture_of(chart.file));
+        }
+        if (tables) {
+            names.push_back(folder / cube_of(chart.file));
+        }
+    }
+    if (choice.pictures && plan.does("noise")) {
+        names.push_back(folder / kNoisePlot);
+    }
+    return names;
 }
 
-void ChainFiles::make_room() {
-    if (!folder_.empty()) {
-        make_folder(folder_);
-    }
+void ChainFiles::section(const Section& section) {
+    progress_.finish();
+    report_.section(section);
 }
+
+void ChainFiles::findings(const std::vector<Finding>& findings) {
+    progress_.finish();
+    report_.findings(findings);
+    severity_ = std::max(severity_, worst(findings));
+}
+
+void ChainFiles::not_done(const std::string& section, const std::string& why) {
+    progress_.finish();
+    report_.not_done(section, why);
+}
+
+void ChainFiles::capture_read(const Capture& capture) { progress_.step(capture.file.filename().string()); }
 
 void ChainFiles::flat_field(const LensShading& shading, const SensorGeometry& sensor, const CorrectedFlat& corrected) {
-    make_room();
-    add_shading_files(shading_, folder_, shading, sensor, corrected, choice_.shading);
+    add_shading_files(files_, folder_, shading, sensor, corrected, choice_.shading);
 }
 
-void ChainFiles::colour_table(const ColourTable& table) {
-    make_room();
-    tables_.add_text(folder_ / (table.input.file.stem().string() + ".cube"), cube_text(table));
-}
-
-void ChainFiles::finish(const Results& results) {
-    make_room();
-    const std::filesystem::path file = folder_ / "results.json";
-    write_results(file, results);
-    for (const Section& section : sections_) {
-        print(section);
-    }
-    print_written(file);
-    PendingFiles pictures;
-    if (choice_.pictures && results.noise) {
-        pictures.add_text(folder_ / "noise.svg", noise_plot(*results.noise));
-    }
-    if (choice_.pictures) {
-        for (const MatrixCalibration& matrix : results.matrices) {
-            pictures.add_text(folder_ / (matrix.file.stem().string() + "_patches.png"),
-                              patch_picture({matrix.measured, matrix.corrected, matrix.reference}));
+void ChainFiles::add_from(const Results& results) {
+    progress_.finish();
+    for (const ColourTable& table : results.tables) {
+        if (choice_.tables && usable(table) && table.needed) {
+            files_.add_text(folder_ / cube_of(table.input.file), cube_text(table));
         }
     }
-    for (PendingFiles* const files : {&tables_, &pictures, &shading_}) {
-        for (const std::filesystem::path& name : files->commit()) {
-            print_written(name);
+    for (const MatrixCalibration& matrix : results.matrices) {
+        if (choice_.pictures && usable(matrix)) {
+            files_.add_text(folder_ / picture_of(matrix.file),
+                            patch_picture({matrix.measured, matrix.corrected, matrix.reference}));
         }
+    }
+    if (choice_.pictures && results.noise && usable(*results.noise)) {
+        files_.add_text(folder_ / kNoisePlot, noise_plot(*results.noise));
     }
 }
 

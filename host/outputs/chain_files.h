@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "base/output_file.h"
+#include "base/progress.h"
 #include "outputs/register_files.h"
+#include "outputs/run_report.h"
 #include "session/chain.h"
 
 namespace cali::host {
@@ -14,32 +16,37 @@ struct ChainFileChoice {
     ShadingFileChoice shading;
     bool pictures = false;
     bool tables = false;
-    bool progress = false;  ///< shown also without a terminal
 };
 
-/// Files that need a frame or a table are written while it is there; they appear with the others at the end.
+/// Files that need a frame are written while it is there; all appear at the end.
 class ChainFiles : public ChainObserver {
 public:
-    /// Throws InputError where two captures' files would have one name.
-    ChainFiles(const Session& session, std::filesystem::path folder, const ChainFileChoice& choice);
+    ChainFiles(std::filesystem::path folder, const ChainFileChoice& choice, std::size_t captures, RunReport& report,
+               PendingFiles& files);
 
-    void section(const Section& section) override { sections_.push_back(section); }
+    /// What may be written for the plan. Throws InputError where two captures' files would have one name.
+    [[nodiscard]] static std::vector<std::filesystem::path> names(const Session& session, const ChainPlan& plan,
+                                                                  const std::filesystem::path& folder,
+                                                                  const ChainFileChoice& choice);
+
+    void section(const Section& section) override;
+    void findings(const std::vector<Finding>& findings) override;
+    void not_done(const std::string& section, const std::string& why) override;
+    void capture_read(const Capture& capture) override;
     void flat_field(const LensShading& shading, const SensorGeometry& sensor, const CorrectedFlat& corrected) override;
-    [[nodiscard]] bool wants_tables() const override { return choice_.tables; }
-    void colour_table(const ColourTable& table) override;
-    [[nodiscard]] bool shows_progress() const override { return choice_.progress; }
 
-    /// Writes results.json, prints the sections, and makes the other files appear.
-    void finish(const Results& results);
+    /// What follows from the results.
+    void add_from(const Results& results);
+    /// Of all findings.
+    [[nodiscard]] Severity severity() const { return severity_; }
 
 private:
-    void make_room();
-
     std::filesystem::path folder_;
     ChainFileChoice choice_;
-    std::vector<Section> sections_;
-    PendingFiles tables_;
-    PendingFiles shading_;
+    RunReport& report_;
+    PendingFiles& files_;
+    Progress progress_;
+    Severity severity_ = Severity::pass;
 };
 
 }  // namespace cali::host

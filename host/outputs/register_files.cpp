@@ -4,21 +4,45 @@
 #include "stages/register_text.h"
 
 namespace cali::host {
+namespace {
+
+constexpr const char* kRegisters = "_lsc_registers.txt";
+constexpr const char* kCoefficients = "_lsc_coefficients.csv";
+constexpr const char* kMesh = "_mesh.pgm";
+constexpr const char* kRadial = "_radial.pgm";
+
+}  // namespace
+
+std::vector<std::filesystem::path> shading_file_names(const std::filesystem::path& folder,
+                                                      const std::filesystem::path& capture,
+                                                      const ShadingFileChoice& choice) {
+    std::vector<std::filesystem::path> names;
+    const auto add = [&](const char* ending) { names.push_back(folder / (capture.stem().string() + ending)); };
+    if (choice.registers) {
+        add(kRegisters);
+        add(kCoefficients);
+    }
+    if (choice.corrected) {
+        add(kMesh);
+        add(kRadial);
+    }
+    return names;
+}
 
 void add_shading_files(PendingFiles& files, const std::filesystem::path& folder, const LensShading& shading,
                        const SensorGeometry& sensor, const CorrectedFlat& corrected, const ShadingFileChoice& choice) {
     const auto target = [&](const char* ending) { return folder / (shading.file.stem().string() + ending); };
     if (choice.registers) {
-        files.add_text(target("_lsc_registers.txt"), lsc_register_text(shading.tables));
-        files.add_text(target("_lsc_coefficients.csv"), lsc_coefficient_csv(shading.tables));
+        files.add_text(target(kRegisters), lsc_register_text(shading.tables));
+        files.add_text(target(kCoefficients), lsc_coefficient_csv(shading.tables));
     }
     const auto add_frame = [&](const char* ending, const std::vector<uint32_t>& samples) {
         write_pgm(files.add(target(ending)).stream(), sensor.width, sensor.height, kLibraryBits,
                   to_file_codes(samples));
     };
     if (choice.corrected) {
-        add_frame("_mesh.pgm", corrected.mesh);
-        add_frame("_radial.pgm", corrected.radial);
+        add_frame(kMesh, corrected.mesh);
+        add_frame(kRadial, corrected.radial);
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 #include "base/output_file.h"
 #include "calibrations/lens_shading.h"
@@ -12,6 +13,11 @@ struct ShadingFileChoice {
     bool registers = false;  ///< NAME_lsc_registers.txt and NAME_lsc_coefficients.csv for a capture NAME.raw
     bool corrected = false;  ///< NAME_mesh.pgm and NAME_radial.pgm
 };
+
+/// Names of what is chosen, for a capture.
+[[nodiscard]] std::vector<std::filesystem::path> shading_file_names(const std::filesystem::path& folder,
+                                                                    const std::filesystem::path& capture,
+                                                                    const ShadingFileChoice& choice);
 
 /// What is chosen, into `folder`.
 void add_shading_files(PendingFiles& files, const std::filesystem::path& folder, const LensShading& shading,

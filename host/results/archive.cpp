@@ -13,7 +13,11 @@ std::string relative_name(const std::filesystem::path& file, const std::filesyst
     const std::filesystem::path relative = std::filesystem::absolute(file).lexically_normal().lexically_relative(
         std::filesystem::absolute(folder).lexically_normal());
     const bool below = !relative.empty() && *relative.begin() != "..";
-    return below ? relative.generic_string() : file.generic_string();
+    if (below) {
+        return relative.generic_string();
+    }
+    // Never where on this machine it lies: the same inputs give the same bytes anywhere.
+    return file.is_absolute() ? file.filename().generic_string() : file.generic_string();
 }
 
 std::filesystem::path named_file(const std::string& name, const std::filesystem::path& folder) {
@@ -42,6 +46,14 @@ void Archive::file(const char* key, std::filesystem::path& value) {
     field(key, name);
     if (reading()) {
         value = named_file(name, folder_);
+    }
+}
+
+void Archive::file(const char* key, std::optional<std::filesystem::path>& value) {
+    if (reading() ? holds(key) : value.has_value()) {
+        std::filesystem::path name = value.value_or("");
+        file(key, name);
+        value = name;
     }
 }
 

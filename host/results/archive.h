@@ -7,6 +7,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/choice.h"
@@ -72,6 +73,8 @@ public:
     }
 
     void file(const char* key, std::filesystem::path& value);
+    /// Absent where there is none.
+    void file(const char* key, std::optional<std::filesystem::path>& value);
     /// A file, or else "unity".
     void file_or_unity(const char* key, std::filesystem::path& value);
 
@@ -137,7 +140,10 @@ private:
     static void read(const Json& json, const std::string& where, std::string& value);
     template <std::integral T>
     static void read(const Json& json, const std::string& where, T& value) {
-        value = static_cast<T>(whole_number(json, where, std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
+        constexpr auto kMost = std::numeric_limits<T>::max();
+        constexpr bool kFits = std::in_range<int64_t>(kMost);
+        value = static_cast<T>(whole_number(json, where, std::numeric_limits<T>::min(),
+                                            kFits ? static_cast<int64_t>(kMost) : std::numeric_limits<int64_t>::max()));
     }
     template <std::floating_point T>
     static void read(const Json& json, const std::string& where, T& value) {

@@ -39,12 +39,43 @@ void block_fields(Archive& archive, std::vector<Channels<uint32_t>>& blocks) {
     }
 }
 
+void measure_fields(Archive& archive, DarkMeasures& measures) {
+    channel_fields(archive, "level_codes", measures.level);
+    channel_fields(archive, "noise_codes", measures.noise);
+    archive.field("block_range_codes", measures.block_range);
+    archive.field("variance_correlation", measures.light);
+    archive.field("zero_percent", measures.zero);
+    archive.field("full_scale_percent", measures.full_scale);
+    archive.field("defects", measures.defects);
+    archive.field("defects_ppm", measures.defects_ppm);
+    archive.list("worst_defects", measures.worst_defects, [](Archive entry, DefectPixel& defect) {
+        entry.field("column", defect.column, 0, kMaxSide);
+        entry.field("row", defect.row, 0, kMaxSide);
+        std::string channel = kChannelKeys[defect.channel];
+        entry.field("channel", channel);
+        defect.channel = parse_choice<std::size_t>(kChannelKeys, channel, entry.where("channel"));
+        entry.field("code", defect.code);
+    });
+    archive.list("lines", measures.lines, [](Archive entry, DefectLine& line) {
+        entry.field("is_row", line.is_row);
+        entry.field("position", line.position, 0, kMaxSide);
+        entry.field("offset_codes", line.offset);
+    });
+}
+
 }  // namespace
 
 void fields(Archive& archive, BlackLevelResults& results) {
-    archive.named("method", results.method, method_name, parse_method);
+    archive.named("method", results.method, method_name, [](const std::string& text, const std::string& where) {
+        return text == method_name(BlackLevelMethod::given) ? BlackLevelMethod::given : parse_method(text, where);
+    });
     archive.derived("scale_bits", kLibraryBits);
     level_fields(archive, results.values);
+    archive.object("mean_codes", [&](Archive channels) {
+        for (std::size_t c = 0; c < results.mean.size(); ++c) {
+            measured_fields(channels, kChannelKeys[c], results.mean[c]);
+        }
+    });
     archive.derived("frames", Json::array());
     archive.list("frames", results.frames, [](Archive entry, DarkFrameLevels& frame) {
         entry.file("file", frame.file);
@@ -55,7 +86,9 @@ void fields(Archive& archive, BlackLevelResults& results) {
             });
         }
         block_fields(entry, frame.blocks);
+        entry.object("measured", [&](Archive measured) { measure_fields(measured, frame.measures); });
     });
+    record_fields(archive, results.record);
 }
 
 }  // namespace cali::host

@@ -11,24 +11,33 @@
 
 namespace cali::host {
 
-/// The entry for a light: the only one, or the one of that temperature. Throws InputError.
-[[nodiscard]] const WhiteBalance& choose_white_balance(const Results& results, std::optional<double> illuminant_k);
+/// Chooses among results. What the checks rejected is not applied, but where it is forced: CalibrationError then says
+/// what was rejected.
+class ValueChooser {
+public:
+    ValueChooser(const Results& results, bool forced) : results_(results), forced_(forced) {}
 
-/// The mesh of the nearest light; unity grids where there is none.
-void choose_grids(const std::vector<LensShading>& shading, std::optional<double> illuminant_k, TuningValues& values);
+    /// False where there is none: then nothing is subtracted.
+    bool black_level(TuningValues& values) const;
+    /// The mesh of the nearest light; unity grids where there is none.
+    void grids(std::optional<double> illuminant_k, TuningValues& values) const;
+    /// The gains of a light: the only ones, or those of that temperature. Throws InputError.
+    void gains(std::optional<double> illuminant_k, TuningValues& values) const;
+    /// The gains of the nearest light; false where there are none.
+    bool nearest_gains(std::optional<double> illuminant_k, TuningValues& values) const;
+    /// All grey cards.
+    [[nodiscard]] std::vector<WhiteBalance> lights() const { return applicable(results_.white_balance, "white_balance"); }
+    /// The matrix of a light: the only one, or that of the temperature. Throws InputError.
+    [[nodiscard]] MatrixCalibration matrix(std::optional<double> illuminant_k) const;
 
-/// The values for one light; with several and no light, InputError. Gains of 1 where they are not asked for. A missing
-/// black level is said on standard error.
-[[nodiscard]] TuningValues choose_values(const Results& results, std::optional<double> illuminant_k, bool with_gains);
+private:
+    template <typename T>
+    [[nodiscard]] std::vector<T> applicable(const std::vector<T>& entries, const char* section) const;
+    [[noreturn]] void refuse(const std::string& section, const std::string& entry) const;
 
-/// The black level of a results file; none, with a word on standard error, for an empty name. Throws InputError.
-[[nodiscard]] BlackLevels read_black_level(const std::string& file);
-
-/// The black level of results. Throws InputError where they hold none.
-[[nodiscard]] const BlackLevels& require_black_level(const Results& results);
-
-/// What several results files hold together; of black levels the first. Throws InputError.
-[[nodiscard]] Results read_all(const std::vector<std::string>& files);
+    const Results& results_;
+    bool forced_;
+};
 
 /// A chart's patches behind its matrix.
 [[nodiscard]] TableInput table_input(const MatrixCalibration& matrix);

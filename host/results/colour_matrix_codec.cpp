@@ -54,6 +54,7 @@ void fields(Archive& archive, MatrixCalibration& result) {
     archive.field("exposure", result.exposure);
     matrix_field(archive, "matrix", result.matrix.value);
     matrix_field(archive, "matrix_q10", result.matrix.q10);
+    matrix_field(archive, "uncertainty", result.uncertainty);
     archive.object("patches", [&](Archive patches) {
         patch_field(patches, "measured", result.measured);
         patch_field(patches, "corrected", result.corrected);
@@ -62,6 +63,8 @@ void fields(Archive& archive, MatrixCalibration& result) {
     });
     difference_fields(archive, "difference_before", result.before);
     difference_fields(archive, "difference_after", result.after);
+    archive.field("leave_one_out_de_2000", result.leave_one_out);
+    record_fields(archive, result.record);
 }
 
 }  // namespace cali::host

@@ -10,6 +10,8 @@ void fields(Archive& archive, ColourTable& table) {
     archive.field("nodes", settings.nodes, 2, 65);
     archive.field("strength", settings.strength);
     archive.field("radius", settings.radius);
+    archive.field("chosen", table.chosen);
+    archive.field("needed", table.needed);
     archive.field("limited_components", table.input.limited);
     archive.object("de_2000", [&](Archive figures) {
         figures.field("before_mean", table.before.mean);
@@ -25,6 +27,7 @@ void fields(Archive& archive, ColourTable& table) {
         archive.fail("table", std::to_string(table.value.size()) + " values",
                      std::to_string(nodes * nodes * nodes * 3));
     }
+    record_fields(archive, table.record);
 }
 
 }  // namespace cali::host

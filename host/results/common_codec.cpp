@@ -2,6 +2,13 @@
 
 namespace cali::host {
 
+void measured_fields(Archive& archive, const char* key, Measured& measured) {
+    archive.object(key, [&](Archive figure) {
+        figure.field("value", measured.value);
+        figure.field("uncertainty", measured.uncertainty);
+    });
+}
+
 void window_fields(Archive& archive, const char* key, Window& window) {
     archive.object(key, [&](Archive sides) {
         sides.field("x", window.x, 0, kMaxSide);

@@ -71,6 +71,7 @@ void fields(Archive& archive, LensShading& result) {
         flatness_fields(uniformity, "after_mesh", result.after_mesh);
         flatness_fields(uniformity, "after_radial", result.after_radial);
     });
+    record_fields(archive, result.record);
 }
 
 }  // namespace cali::host

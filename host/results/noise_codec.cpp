@@ -28,6 +28,14 @@ void fields(Archive& archive, NoiseResults& results) {
     });
     line_fields(archive, "deviation_line", results.deviation);
     line_fields(archive, "variance_line", results.variance);
+    archive.object("weighted_variance_line", [&](Archive channels) {
+        for (std::size_t c = 0; c < results.weighted.size(); ++c) {
+            channels.object(kChannelKeys[c], [&](Archive line) {
+                measured_fields(line, "slope", results.weighted[c].slope);
+                measured_fields(line, "intercept", results.weighted[c].intercept);
+            });
+        }
+    });
     archive.object("registers", [&](Archive registers) {
         registers.field("slope_format", results.settings.slope_format);
         registers.field("level_format", results.settings.level_format);
@@ -47,6 +55,7 @@ void fields(Archive& archive, NoiseResults& results) {
         registers.field("luma_level", results.luma_registers.level);
     });
     archive.field("warnings", results.warnings);
+    record_fields(archive, results.record);
 }
 
 }  // namespace cali::host

@@ -12,6 +12,7 @@
 #include "calibrations/noise.h"
 #include "calibrations/white_balance.h"
 #include "calibrations/white_balance_curve.h"
+#include "checks/check.h"
 
 namespace cali::host {
 
@@ -25,6 +26,9 @@ struct Results {
     std::vector<MatrixCalibration> matrices;
     std::vector<ColourTable> tables;
     std::optional<NoiseResults> noise;
+    std::vector<Finding> findings;
+    Limits limits;                               ///< in force in the run that wrote them
+    std::vector<std::filesystem::path> outputs;  ///< other files that runs wrote
 };
 
 class Archive;
@@ -38,5 +42,6 @@ void fields(Archive& archive, CurveResult& curve);
 void fields(Archive& archive, MatrixCalibration& result);
 void fields(Archive& archive, ColourTable& table);
 void fields(Archive& archive, NoiseResults& results);
+void fields(Archive& archive, Finding& finding);
 
 }  // namespace cali::host

@@ -1,16 +1,20 @@
 #include "results/results_file.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
 #include "base/error.h"
 #include "base/output_file.h"
+#include "base/text.h"
 #include "results/codecs.h"
+#include "results/sections.h"
+#include "results/verdict.h"
 
 namespace cali::host {
 namespace {
 
-constexpr int kSchema = 1;
+constexpr int kSchema = 2;
 
 void sensor_fields(Archive& sensor, SensorGeometry& geometry) {
     sensor.field("width", geometry.width, 0, kMaxSide);
@@ -30,23 +34,58 @@ void section(Archive& archive, const char* key, std::optional<T>& result) {
         archive.object(key, [&](Archive entry) { fields(entry, *result); });
     }
 }
-
 template <typename T>
-void sections(Archive& archive, const char* key, std::vector<T>& results) {
+void section(Archive& archive, const char* key, std::vector<T>& results) {
     archive.list(key, results, [](Archive entry, T& result) { fields(entry, result); });
 }
 
-void fields(Archive& archive, Results& results) {
-    if (!archive.reading() || archive.holds("sensor")) {
-        archive.object("sensor", [&](Archive sensor) { sensor_fields(sensor, results.sensor); });
+void output_fields(Archive& archive, std::vector<std::filesystem::path>& outputs) {
+    archive.list("outputs", outputs,
+                 [](Archive entry, std::filesystem::path& output) { entry.file("file", output); });
+}
+
+/// Last: a file that has it is whole.
+void verdict_fields(Archive& archive, const Results& results) {
+    Json calibrations = Json::object();
+    Severity severity = Severity::pass;
+    for (const CalibrationVerdict& verdict : verdicts(results)) {
+        calibrations[verdict.calibration] = verdict.done ? severity_name(verdict.severity) : "not done";
+        severity = std::max(severity, verdict.severity);
     }
-    section(archive, "black_level", results.black_level);
-    sections(archive, "lens_shading", results.lens_shading);
-    sections(archive, "white_balance", results.white_balance);
-    section(archive, "white_balance_curve", results.curve);
-    sections(archive, "colour_matrix", results.matrices);
-    sections(archive, "colour_table", results.tables);
-    section(archive, "noise", results.noise);
+    archive.derived("calibrations", std::move(calibrations));
+    std::string name = severity_name(severity);
+    archive.field("verdict", name);
+}
+
+void fields(Archive& archive, Results& results) {
+    archive.object("sensor", [&](Archive sensor) { sensor_fields(sensor, results.sensor); });
+    for_each_section(results, [&](const char* key, auto& entries) { section(archive, key, entries); });
+    limit_fields(archive, results.limits);
+    section(archive, "findings", results.findings);
+    output_fields(archive, results.outputs);
+    verdict_fields(archive, results);
+}
+
+Json read_document(const std::filesystem::path& file) {
+    std::error_code error;
+    std::ifstream stream(file, std::ios::binary);
+    if (!std::filesystem::is_regular_file(file, error) || !stream) {
+        throw InputError(file.string() + ": no such results file");
+    }
+    std::ostringstream content;
+    content << stream.rdbuf();
+    Json json;
+    try {
+        json = Json::parse(content.str());
+    } catch (const InputError& problem) {
+        throw InputError(file.string() + ": no results file of cali: " + problem.what());
+    }
+    for (const char* const key : {"schema", "cali_version"}) {
+        if (json.find(key) == nullptr) {
+            throw InputError(file.string() + ": no results file of cali: it has no \"" + key + "\"");
+        }
+    }
+    return json;
 }
 
 }  // namespace
@@ -65,27 +104,27 @@ void write_results(const std::filesystem::path& file, const Results& results) {
 }
 
 Results read_results(const std::filesystem::path& file) {
-    std::error_code error;
-    std::ifstream stream(file);
-    if (!std::filesystem::is_regular_file(file, error) || !stream) {
-        throw InputError(file.string() + ": no such results file");
-    }
-    std::ostringstream content;
-    content << stream.rdbuf();
+    const Json json = read_document(file);
     try {
-        const Json json = Json::parse(content.str());
         Archive archive = Archive::reader(json, file.parent_path());
         int schema = 0;
         archive.field("schema", schema);
         if (schema != kSchema) {
-            archive.fail("schema", std::to_string(schema), std::to_string(kSchema));
+            throw InputError(text("its schema is %d, expected %d: calibrate again with this version", schema, kSchema));
         }
         Results results;
         results.file = file;
         fields(archive, results);
         return results;
     } catch (const InputError& problem) {
-        throw InputError(file.string() + ": not a results file of this program: " + problem.what());
+        throw InputError(file.string() + ": " + problem.what());
+    }
+}
+
+void require_replaceable(const std::filesystem::path& file) {
+    std::error_code error;
+    if (std::filesystem::is_regular_file(file, error)) {
+        (void)read_document(file);
     }
 }
 

@@ -16,4 +16,7 @@ void write_results(const std::filesystem::path& file, const Results& results);
 /// Everything that was written. Throws InputError.
 [[nodiscard]] Results read_results(const std::filesystem::path& file);
 
+/// Throws InputError where there is a file that holds no results: it is not replaced.
+void require_replaceable(const std::filesystem::path& file);
+
 }  // namespace cali::host

@@ -14,6 +14,11 @@ void fields(Archive& archive, WhiteBalance& result) {
     gain["green"] = result.gains.green / kGainUnity;
     gain["blue"] = result.gains.blue / kGainUnity;
     archive.derived("gain", std::move(gain));
+    archive.object("unrounded", [&](Archive unrounded) {
+        measured_fields(unrounded, "red", result.unrounded.red);
+        measured_fields(unrounded, "blue", result.unrounded.blue);
+    });
+    record_fields(archive, result.record);
 }
 
 }  // namespace cali::host

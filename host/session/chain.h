@@ -1,12 +1,39 @@
 /// The whole chain of calibrations on a session's captures.
 #pragma once
 
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "base/section.h"
-#include "library/library_call.h"
 #include "results/results.h"
 #include "session/session.h"
+#include "session/steps.h"
 
 namespace cali::host {
+
+/// Calibrations as `--only` names them, in the chain's order.
+inline constexpr std::array<const char*, 6> kChainParts = {"blc", "lsc", "awb", "ccm", "clut", "noise"};
+
+/// What of a session is to be done.
+struct ChainPlan {
+    std::set<std::string> parts;                                  ///< of kChainParts
+    std::vector<std::pair<std::string, std::string>> left_out;    ///< section of the results, and what is missing
+    std::vector<std::filesystem::path> captures;                  ///< that will be read, in order
+
+    [[nodiscard]] bool does(const char* part) const { return parts.count(part) != 0; }
+};
+
+/// What the session's captures are enough for; `only`: nothing but those parts, all of which must be possible. With
+/// them `earlier` may hold what is applied. Throws InputError.
+[[nodiscard]] ChainPlan plan_chain(const Session& session, const std::vector<std::string>& only,
+                                   const Results& earlier);
+
+/// The plan's captures and what is known of each before its samples are read: all are there, large enough, and hold the
+/// windows that the session names. Throws InputError.
+[[nodiscard]] std::vector<std::pair<std::filesystem::path, SensorGeometry>> check_captures(const Session& session,
+                                                                                           const ChainPlan& plan);
 
 /// Receives what the chain finishes, in its order. Frames and tables are passed once and not kept.
 class ChainObserver {
@@ -16,22 +43,22 @@ public:
     ChainObserver& operator=(const ChainObserver&) = delete;
     virtual ~ChainObserver() = default;
 
-    /// A calibration's description; for one that the session names no capture for, a word on that.
+    /// A calibration's description and what its checks found, as soon as it is finished.
     virtual void section(const Section& section) = 0;
+    virtual void findings(const std::vector<Finding>& findings) = 0;
+    /// A part of the plan that cannot be done after all.
+    virtual void not_done(const std::string& section, const std::string& why) = 0;
 
+    virtual void capture_read(const Capture& capture) { (void)capture; }
+    /// Of tables that passed.
     virtual void flat_field(const LensShading& shading, const SensorGeometry& sensor, const CorrectedFlat& corrected) {
         (void)shading, (void)sensor, (void)corrected;
     }
-
-    /// Colour tables are made only where they are wanted.
-    [[nodiscard]] virtual bool wants_tables() const { return false; }
-    virtual void colour_table(const ColourTable& table) { (void)table; }
-
-    /// Whether the noise series' progress is shown also without a terminal.
-    [[nodiscard]] virtual bool shows_progress() const { return false; }
 };
 
-/// Computes; shows and writes nothing itself. The results hold no colour tables. Throws InputError, CalibrationError.
-[[nodiscard]] Results run_chain(const Session& session, const LibraryOutput& output, ChainObserver& observer);
+/// Computes; shows and writes nothing itself. `results` holds what earlier runs left, and receives what is made.
+/// Returns the text of the first input that turned out wrong on the way, if any: what does not need it was done.
+[[nodiscard]] std::optional<std::string> run_chain(const Session& session, const ChainPlan& plan, const StepRules& rules, ChainObserver& observer,
+                                                   Results& results);
 
 }  // namespace cali::host

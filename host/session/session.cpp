@@ -74,6 +74,24 @@ MatrixSettings read_matrix_settings(const TomlSection& section) {
     return settings;
 }
 
+/// One code for all channels, or one each in the order of kChannelKeys.
+Channels<uint32_t> read_offset(const TomlSection& section, const Geometry& geometry) {
+    const auto codes = section.codes("offset");
+    const int most = (1 << geometry.bits.value_or(kLibraryBits)) - 1;
+    Channels<uint32_t> offset{};
+    for (std::size_t c = 0; c < offset.size(); ++c) {
+        offset[c] = static_cast<uint32_t>(
+            check_number(codes[codes.size() == 1 ? 0 : c], 0, most, section.where("offset")));
+    }
+    return offset;
+}
+
+void set_limits(const TomlSection& table, Limits& limits) {
+    for (const auto& [code, pair] : table.number_pairs()) {
+        limits.set(code, {pair[0], pair[1]}, table.where(code));
+    }
+}
+
 NoiseSettings read_noise_settings(const TomlSection& section) {
     section.allow_only({"window", "ref_level", "slope_format", "level_format"});
     NoiseSettings settings;
@@ -92,7 +110,8 @@ NoiseSettings read_noise_settings(const TomlSection& section) {
 
 Session read_session(const std::filesystem::path& file) {
     const TomlSection root = TomlSection::read_file(file);
-    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix", "noise"});
+    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix", "noise",
+                     "limits"});
 
     Session session;
     session.file = file;
@@ -107,7 +126,10 @@ Session read_session(const std::filesystem::path& file) {
     session.series = captures.series("series");
 
     const TomlSection black_level = root.section("black_level");
-    black_level.allow_only({"method"});
+    black_level.allow_only({"method", "offset"});
+    if (black_level.holds("offset")) {
+        session.black_level_offset = read_offset(black_level, session.geometry);
+    }
     if (const auto method = black_level.text("method")) {
         session.black_level_method = parse_method(*method, black_level.where("method"));
     }
@@ -117,7 +139,18 @@ Session read_session(const std::filesystem::path& file) {
     session.white_balance_window = white_balance.window("window");
     session.noise = read_noise_settings(root.section("noise"));
     session.matrix = read_matrix_settings(root.section("colour_matrix"));
+    set_limits(root.section("limits"), session.limits);
     return session;
+}
+
+void read_limits(const std::filesystem::path& file, Limits& limits) {
+    const TomlSection root = TomlSection::read_file(file);
+    root.allow_only({"limits", "diff"});
+    set_limits(root.section("limits"), limits);
+    const TomlSection diff = root.section("diff");
+    for (const auto& [code, pair] : diff.number_pairs()) {
+        limits.set("diff_" + code, {pair[0], pair[1]}, diff.where(code));
+    }
 }
 
 }  // namespace cali::host

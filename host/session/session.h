@@ -11,7 +11,9 @@
 #include "calibrations/noise_settings.h"
 #include "captures/frame_series.h"
 #include "captures/geometry.h"
+#include "captures/channels.h"
 #include "captures/light.h"
+#include "checks/check.h"
 
 namespace cali::host {
 
@@ -24,13 +26,19 @@ struct Session {
     std::vector<LitCapture> chart;
     std::vector<SeriesLevel> series;
     BlackLevelMethod black_level_method = BlackLevelMethod::median;
+    std::optional<Channels<uint32_t>> black_level_offset;  ///< known, in codes of the captures' depth
     std::optional<Window> white_balance_window;
     ShadingSettings shading;
     MatrixSettings matrix;
     NoiseSettings noise;
+    Limits limits;
 };
 
 /// Capture paths are relative to the file's folder. Unknown keys are errors. Throws InputError.
 [[nodiscard]] Session read_session(const std::filesystem::path& file);
+
+/// A file of limits: tables [limits], whose keys are the checks' codes, and [diff]. Each overrides the one in force.
+/// Throws InputError.
+void read_limits(const std::filesystem::path& file, Limits& limits);
 
 }  // namespace cali::host

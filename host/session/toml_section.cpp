@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "base/error.h"
+#include "base/text.h"
 #include "captures/file_patterns.h"
 
 namespace cali::host {
@@ -30,6 +31,30 @@ void for_each_element(const toml::node* node, Use use) {
     } else {
         use(*node);
     }
+}
+
+constexpr const char* kCodes = "a whole number, or four of them for RR, GR, GB, BB";
+
+/// What stands there, for messages.
+std::string description(const toml::node& node) {
+    std::ostringstream text;
+    if (node.is_table()) {
+        return "a table";
+    }
+    if (node.is_array()) {
+        text << "a list of " << node.as_array()->size();
+    } else if (node.is_string()) {
+        text << "the text '" << node.ref<std::string>() << "'";
+    } else if (node.is_boolean()) {
+        text << "the truth value " << (node.ref<bool>() ? "true" : "false");
+    } else if (node.is_integer()) {
+        text << "the whole number " << node.ref<int64_t>();
+    } else if (node.is_floating_point()) {
+        text << "the number " << node.ref<double>();
+    } else {
+        text << "a date or time";
+    }
+    return text.str();
 }
 
 toml::table parse(const std::filesystem::path& file) {
@@ -82,7 +107,7 @@ void TomlSection::allow_only(std::initializer_list<std::string_view> keys) const
 TomlSection TomlSection::section(std::string_view key) const {
     const toml::node* const node = find(table_, key);
     if (node != nullptr && !node->is_table()) {
-        fail(key, "a table");
+        fail(key, node, "a table");
     }
     return entry(node == nullptr ? nullptr : node->as_table(), key);
 }
@@ -91,8 +116,57 @@ TomlSection TomlSection::entry(const void* table, std::string_view key) const {
     return {document_, table, where(key), folder_};
 }
 
-void TomlSection::fail(std::string_view key, const std::string& expected) const {
-    throw InputError(where(key) + " is something else, expected " + expected);
+void TomlSection::fail(std::string_view key, const void* node, const std::string& expected) const {
+    throw InputError(where(key) + " is " + description(*static_cast<const toml::node*>(node)) + ", expected " +
+                     expected);
+}
+
+bool TomlSection::holds(std::string_view key) const { return find(table_, key) != nullptr; }
+
+std::vector<int64_t> TomlSection::codes(std::string_view key) const {
+    std::vector<int64_t> numbers;
+    const toml::node* const node = find(table_, key);
+    for_each_element(node, [&](const toml::node& element) {
+        const auto number = element.value_exact<int64_t>();
+        if (!number) {
+            fail(key, &element, kCodes);
+        }
+        numbers.push_back(*number);
+    });
+    if (numbers.size() != 1 && numbers.size() != 4) {
+        fail(key, node, kCodes);
+    }
+    return numbers;
+}
+
+std::vector<std::pair<std::string, std::array<double, 2>>> TomlSection::number_pairs() const {
+    std::vector<std::pair<std::string, std::array<double, 2>>> pairs;
+    if (table_ == nullptr) {
+        return pairs;
+    }
+    for (const auto& [key, node] : *as_table(table_)) {
+        std::vector<double> numbers;
+        for_each_element(&node, [&](const toml::node& element) {
+            const auto number = element.value<double>();
+            if (!number) {
+                fail(key.str(), &element, "two numbers, [warn, fail]");
+            }
+            numbers.push_back(*number);
+        });
+        if (numbers.size() != 2) {
+            fail(key.str(), &node, "two numbers, [warn, fail]");
+        }
+        pairs.push_back({std::string(key.str()), {numbers[0], numbers[1]}});
+    }
+    return pairs;
+}
+
+double TomlSection::light(std::string_view key) const {
+    const double kelvin = *number(key);
+    if (!(kelvin >= kLeastLightK && kelvin <= kMostLightK)) {
+        throw InputError(where(key) + host::text(" is %g, expected %g to %g kelvin", kelvin, kLeastLightK, kMostLightK));
+    }
+    return kelvin;
 }
 
 template <typename T>
@@ -103,7 +177,7 @@ std::optional<T> TomlSection::value(std::string_view key, const char* expected) 
     }
     std::optional<T> found = node->value<T>();
     if (!found) {
-        fail(key, expected);
+        fail(key, node, expected);
     }
     return found;
 }
@@ -125,7 +199,7 @@ std::vector<std::filesystem::path> TomlSection::files(std::string_view key) cons
     for_each_element(find(table_, key), [&](const toml::node& element) {
         const auto name = element.value_exact<std::string>();
         if (!name) {
-            fail(key, "a file name or a list of them");
+            fail(key, &element, "a file name or a list of them");
         }
         files.push_back(folder_ / *name);
     });
@@ -140,7 +214,7 @@ std::vector<LitCapture> TomlSection::lit_captures(std::string_view key) const {
             return;
         }
         if (!element.is_table()) {
-            fail(key, "file names or tables such as { file = \"grey.raw\", illuminant_k = 5000 }");
+            fail(key, &element, "file names or tables such as { file = \"grey.raw\", illuminant_k = 5000 }");
         }
         const TomlSection lit = entry(element.as_table(), key);
         lit.allow_only({"file", "illuminant_k"});
@@ -148,7 +222,10 @@ std::vector<LitCapture> TomlSection::lit_captures(std::string_view key) const {
         if (!name) {
             throw InputError(lit.name_ + ": an entry has no 'file'");
         }
-        captures.push_back({folder_ / *name, lit.number("illuminant_k")});
+        captures.push_back({folder_ / *name, {}});
+        if (lit.holds("illuminant_k")) {
+            captures.back().illuminant_k = lit.light("illuminant_k");
+        }
     });
     return captures;
 }
@@ -157,7 +234,7 @@ std::vector<SeriesLevel> TomlSection::series(std::string_view key) const {
     std::vector<SeriesLevel> levels;
     for_each_element(find(table_, key), [&](const toml::node& element) {
         if (!element.is_table()) {
-            fail(key, "tables such as { files = [\"level1_a.raw\", \"level1_b.raw\"] }");
+            fail(key, &element, "tables such as { files = [\"level1_a.raw\", \"level1_b.raw\"] }");
         }
         const TomlSection level = entry(element.as_table(), key);
         level.allow_only({"files", "glob"});
@@ -189,16 +266,16 @@ std::optional<std::vector<std::vector<double>>> TomlSection::number_rows(std::st
         for_each_element(&element, [&](const toml::node& entry) {
             const auto number = entry.value<double>();
             if (!number || !(*number >= 0 && *number <= kMaxSide)) {
-                fail(key, expected);
+                fail(key, &entry, expected);
             }
             row.push_back(*number);
         });
         if (row.size() != length) {
-            fail(key, expected);
+            fail(key, &element, expected);
         }
     });
     if (rows.size() != count) {
-        fail(key, expected);
+        fail(key, node, expected);
     }
     return rows;
 }
@@ -216,7 +293,7 @@ std::optional<std::vector<int>> TomlSection::whole_numbers(std::string_view key,
         }
     });
     if (!node->is_array() || numbers.size() != count || node->as_array()->size() != count) {
-        fail(key, expected);
+        fail(key, node, expected);
     }
     return numbers;
 }

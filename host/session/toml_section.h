@@ -1,12 +1,14 @@
 /// A table of a TOML file, with the name by which errors speak of it.
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "captures/frame_series.h"
@@ -22,6 +24,8 @@ public:
     /// The file's root table. Throws InputError where it cannot be read as TOML.
     static TomlSection read_file(const std::filesystem::path& file);
 
+    [[nodiscard]] bool holds(std::string_view key) const;
+
     /// Throws InputError for any other key.
     void allow_only(std::initializer_list<std::string_view> keys) const;
 
@@ -31,6 +35,11 @@ public:
     [[nodiscard]] std::optional<double> number(std::string_view key) const;
     [[nodiscard]] std::optional<bool> yes_or_no(std::string_view key) const;
     [[nodiscard]] std::optional<std::string> text(std::string_view key) const;
+
+    /// One whole number or four of them.
+    [[nodiscard]] std::vector<int64_t> codes(std::string_view key) const;
+    /// Every key of the table with its two numbers.
+    [[nodiscard]] std::vector<std::pair<std::string, std::array<double, 2>>> number_pairs() const;
 
     /// One text or a list of them.
     [[nodiscard]] std::vector<std::filesystem::path> files(std::string_view key) const;
@@ -57,7 +66,8 @@ private:
     TomlSection(std::shared_ptr<const Document> document, const void* table, std::string name,
                 std::filesystem::path folder);
 
-    [[noreturn]] void fail(std::string_view key, const std::string& expected) const;
+    [[noreturn]] void fail(std::string_view key, const void* node, const std::string& expected) const;
+    [[nodiscard]] double light(std::string_view key) const;
     [[nodiscard]] TomlSection entry(const void* table, std::string_view key) const;
     template <typename T>
     [[nodiscard]] std::optional<T> value(std::string_view key, const char* expected) const;

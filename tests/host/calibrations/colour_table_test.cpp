@@ -24,8 +24,9 @@ host::TableInput patches_at_5000() {
 TEST(ColourTable, MendsWhatTheMatrixLeaves) {
     for (const host::TableDomain domain : {host::TableDomain::rgb, host::TableDomain::hsv}) {
         SCOPED_TRACE(host::table_domain_name(domain));
-        const host::ColourTable table = calibrate_table(patches_at_5000(), {domain}, {});
+        const host::ColourTable table = calibrate_table(patches_at_5000(), {domain, 33, 1, 0.2}, {});
         EXPECT_GT(table.before.mean, 0.5);
+        EXPECT_TRUE(table.needed);
         EXPECT_LT(table.after.mean, 0.4 * table.before.mean);
         // Made without the patch it is tried on: worse than with it, and still of use.
         EXPECT_LE(table.leave_one_out, table.before.mean);
@@ -33,8 +34,38 @@ TEST(ColourTable, MendsWhatTheMatrixLeaves) {
         EXPECT_LT(table.grey_movement, 0.2);
         EXPECT_EQ(table.value.size(), 33U * 33 * 33 * 3);
     }
-    const host::ColourTable half = calibrate_table(patches_at_5000(), {host::TableDomain::rgb, 33, 0.5}, {});
+    const host::ColourTable half = calibrate_table(patches_at_5000(), {host::TableDomain::rgb, 33, 0.5, 0.2}, {});
     EXPECT_NEAR(half.after.mean / half.before.mean, 0.5, 0.05);
+}
+
+TEST(ColourTable, SettingsAreChosenByWhatTheyDoForPatchesLeftOut) {
+    host::TableInput input = patches_at_5000();
+    host::ColourTableSettings settings;
+    settings.nodes = 9;
+    const host::ColourTable chosen = calibrate_table(input, settings, {});
+    settings.radius = 0.2;
+    const host::ColourTable near = calibrate_table(input, settings, {});
+    EXPECT_GT(*chosen.settings.radius, 0.2);  // the smooth bend of the simulated sensor reaches far
+    EXPECT_EQ(*near.settings.radius, 0.2);
+    EXPECT_LT(chosen.leave_one_out, near.leave_one_out);
+    EXPECT_EQ(chosen.gain(), chosen.before.mean - chosen.leave_one_out);
+    EXPECT_TRUE(near.chosen);
+
+    // Errors of no pattern: what mends one patch harms its neighbours.
+    std::mt19937 random(1);
+    input.corrected = input.reference;
+    for (Colour& colour : input.corrected) {
+        for (double& component : colour) {
+            component *= random() % 2 == 0 ? 1.05 : 0.95;
+        }
+    }
+    settings.radius = 0.5;
+    EXPECT_EQ(*calibrate_table(input, settings, {}).settings.strength, 0.25);
+    settings.strength = 1;
+    input.corrected = input.reference;
+    const host::ColourTable idle = calibrate_table(input, settings, {});
+    EXPECT_FALSE(idle.needed);
+    EXPECT_FALSE(idle.chosen);
 }
 
 TEST(ColourTable, IsTakenByAnotherReader) {

@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "base/error.h"
-#include "calibrations/flat_field_faults.h"
 #include "core/channel.h"
 #include "results/results_file.h"
 #include "simulation/sensor.h"
@@ -114,63 +113,10 @@ TEST(Flatness, IsReckonedFromTheCentre) {
     EXPECT_DOUBLE_EQ(means.at(0, 0)[2], 50);
 }
 
-/// A flat field to be spoilt, as in memory.
-class FlatField : public ::testing::Test {
-protected:
-    /// `change` of every sample.
-    template <typename Change>
-    std::string faults(Change&& change) const {
-        host::Capture flat{"flat", {640, 480, 3, 12, {}}, {}};
-        for (int y = 0; y < 480; ++y) {
-            for (int x = 0; x < 640; ++x) {
-                const double code = std::clamp<double>(change(2400.0, x, y), 0.0, 4095.0);
-                flat.samples.push_back(static_cast<uint32_t>(code));
-            }
-        }
-        std::string all;
-        for (const std::string& fault : find_faults(flat, black_)) {
-            all += fault + ";";
-        }
-        return all;
-    }
-
-    host::BlackLevels black_{{400, 400, 400, 400}, {1, 1, 1, 1}};
-};
-
-TEST_F(FlatField, FaultsAreNamed) {
-    EXPECT_EQ(faults([](double code, int, int) { return code; }), "");
-    EXPECT_EQ(faults([](double code, int x, int y) { return x == 0 && y % 2 == 0 ? 4095 : code; }), "");
-    EXPECT_EQ(faults([](double code, int x, int y) { return x < 7 && y % 2 == 0 ? 4095 : code; }).substr(0, 64),
-              "0.5 % of the samples are saturated, expected at most 0.5 %: expo");
-    EXPECT_EQ(faults([](double, int, int) { return 599; }).substr(0, 64),
-              "too dark: green stands 199 codes above black at the centre, expe");
-    EXPECT_EQ(faults([](double, int, int) { return 601; }), "");
-    // The outermost blocks of 17 and 13 stand half a block from the edges.
-    const auto along = [](double share) {
-        return [share](double code, int x, int) { return 400 + (code - 400) * (1 - share * x / 640); };
-    };
-    EXPECT_EQ(faults(along(0.09)), "");
-    EXPECT_EQ(faults(along(0.15)),
-              "the light falls by 14.2 % from the left edge to the right edge, expected at most 10 %: is it lit from "
-              "one side?;");
-    const auto down = [](double code, int, int y) { return 400 + (code - 400) * (0.8 + 0.2 * y / 480); };
-    EXPECT_NE(faults(down).find("from the bottom edge to the top edge"), std::string::npos) << faults(down);
-}
-
-TEST_F(FlatField, ThatIsNoneStopsTheChainUnlessForced) {
-    host::Capture dark{"dir/dark.raw", {64, 64, 3, 12, {}}, std::vector<uint32_t>(64 * 64, 500)};
-    try {
-        require_flat(dark, black_, false);
-        ADD_FAILURE();
-    } catch (const host::CalibrationError& problem) {
-        EXPECT_EQ(std::string(problem.what()).find("dir/dark.raw: no flat field to calibrate on: too dark"), 0U);
-    }
-    ::testing::internal::CaptureStderr();
-    require_flat(dark, black_, true);
-    EXPECT_NE(::testing::internal::GetCapturedStderr().find("cali: dir/dark.raw: no flat field"), std::string::npos);
+TEST(LensShading, TinyFramesAreRefused) {
     host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000)};
     host::CorrectedFlat corrected;
-    EXPECT_THROW((void)calibrate_flat_field(tiny, black_, {}, {}, corrected), host::InputError);
+    EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}, corrected), host::InputError);
 }
 
 TEST(LensShading, OptionsTakeEffectAndRegistersAgreeWithTheResults) {

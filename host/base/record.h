@@ -1,0 +1,47 @@
+/// What a section of results was made of.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace cali::host {
+
+/// A file as it was when it was read.
+struct InputRecord {
+    std::filesystem::path file;
+    uint64_t bytes = 0;
+    std::string digest;
+};
+
+/// A value that was applied: a section of the same results, or what was given in its place.
+struct ValueRecord {
+    std::string section;  ///< "black_level"
+    std::string entry;    ///< light or capture, where the section has several
+    std::string digest;
+    std::string given;  ///< the option or file that it came from instead of the results themselves; else empty
+};
+
+/// Whether the checks let a section's values be applied.
+enum class Standing {
+    passed,
+    rejected,  ///< kept for its figures alone
+    forced     ///< by the user, against the checks
+};
+
+/// Names and texts of the options that were given, in order.
+using OptionRecord = std::vector<std::pair<std::string, std::string>>;
+
+struct Record {
+    Standing standing = Standing::passed;
+    std::string command;
+    OptionRecord options;
+    std::vector<InputRecord> inputs;
+    std::vector<ValueRecord> values;
+    /// Of values that come from an option or another file than the run's own results: its name. Not kept.
+    std::string given;
+};
+
+}  // namespace cali::host

@@ -1,0 +1,311 @@
+#include "commands/run.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "base/error.h"
+#include "base/file_lock.h"
+#include "base/text.h"
+#include "results/merge.h"
+#include "results/results_file.h"
+#include "results/sections.h"
+#include "results/verdict.h"
+
+namespace cali::host {
+namespace {
+
+constexpr std::array<std::pair<const char*, const char*>, 7> kSectionsOfCommands = {{{"blc", "black_level"},
+                                                                                     {"lsc", "lens_shading"},
+                                                                                     {"awb", "white_balance"},
+                                                                                     {"awb-curve", "white_balance_curve"},
+                                                                                     {"ccm", "colour_matrix"},
+                                                                                     {"clut", "colour_table"},
+                                                                                     {"noise", "noise"}}};
+
+std::string section_of(const std::string& command) {
+    const auto* const found =
+        std::ranges::find(kSectionsOfCommands, command, [](const auto& entry) { return entry.first; });
+    return found == kSectionsOfCommands.end() ? "" : found->second;
+}
+
+bool is_there(const std::filesystem::path& file) {
+    std::error_code error;
+    return !is_passed_on(file) && std::filesystem::exists(file, error);
+}
+
+/// What the file's runs wrote; nothing where it cannot be read.
+std::vector<std::filesystem::path> outputs_of(const std::filesystem::path& file) {
+    try {
+        return is_there(file) ? read_results(file).outputs : std::vector<std::filesystem::path>();
+    } catch (const InputError&) {
+        return {};
+    }
+}
+
+template <typename T>
+void replace(std::vector<T>& section, std::vector<T>& other) {
+    if (!other.empty()) {
+        section = std::move(other);
+    }
+}
+
+void require_section(bool there, const std::string& file, const char* what, const char* expected) {
+    if (!there) {
+        throw InputError(file + ": holds no " + what + ", expected results of " + expected);
+    }
+}
+
+}  // namespace
+
+void ReportOptions::add_to(Command& command) {
+    command.flag("--strict", strict, "status 3 where a check only warns");
+    command.flag("--json", json, "the whole run as one JSON document on standard output, and nothing else there");
+    output.add_to(command);
+}
+
+RunReport ReportOptions::report(const std::string& command) const {
+    using Style = RunReport::Style;
+    return {command, json ? Style::json : output.verbose() ? Style::verbose : Style::text};
+}
+
+int ReportOptions::status(Severity severity) const {
+    constexpr int kFailed = 1;
+    constexpr int kWarned = 3;
+    return severity == Severity::fail ? kFailed : severity == Severity::warn && strict ? kWarned : 0;
+}
+
+void RunOptions::add_to(Command& command) {
+    command.option("--results", results, "results file that earlier steps left, and that this one is added to")
+        .type_name("FILE")
+        .show_default();
+    command.flag("--new", fresh, "start the results file afresh");
+    add_rules_to(command);
+}
+
+void RunOptions::add_rules_to(Command& command) {
+    command.flag("--force", force, "apply values, and write results, that fail their checks");
+    command.option("--limits", limits, "limits of the checks (docs/limits.md), over those of the session")
+        .type_name("FILE");
+    report.add_to(command);
+}
+
+Run::Run(const RunOptions& options, Invocation invocation, const std::optional<Session>& session)
+    : options_(options),
+      invocation_(std::move(invocation)),
+      report_(options.report.report(invocation_.command)),
+      output_(options.report.output.output()) {
+    if (session) {
+        limits_ = session->limits;
+        files_.input(session->file, "session");
+    }
+    if (!options.limits.empty()) {
+        files_.input(options.limits, "--limits");
+        read_limits(options.limits, limits_);
+    }
+    if (!options.report.output.log().empty()) {
+        files_.output(options.report.output.log(), "--log");
+    }
+    files_.growing(options.results, "--results");
+    if (options.fresh) {
+        require_replaceable(options.results);
+        earlier_outputs_ = outputs_of(options.results);
+    } else if (is_there(options.results)) {
+        earlier_ = read_results(options.results);
+        earlier_outputs_ = earlier_.outputs;
+    }
+    made_.limits = limits_;
+    made_.sensor = earlier_.sensor;
+}
+
+void Run::own_output(const std::filesystem::path& file) {
+    files_.output(file, "output");
+    const bool known = std::ranges::any_of(earlier_outputs_, [&](const std::filesystem::path& output) {
+        return output.lexically_normal() == file.lexically_normal();
+    });
+    if (is_there(file) && !known) {
+        throw InputError(file.string() + ": is there already, and " + options_.results +
+                         " does not know it for an output of an earlier run: move it away");
+    }
+}
+
+StepRules Run::rules() const {
+    return {output_, limits_, invocation_.command, invocation_.options, options_.force};
+}
+
+void Run::require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file) {
+    const SensorGeometry before = std::exchange(made_.sensor, sensor);
+    const bool known = before.width != 0;
+    if (!known || same_sensor(before, sensor)) {
+        return;
+    }
+    const std::string message = file.string() + ": " + to_text(sensor) + "; " + options_.results +
+                                (earlier_.file.empty() ? ", or what is applied" : "") + ": " + to_text(before);
+    if (!options_.force) {
+        throw InputError(message + ": expected one sensor; --new starts the results afresh, --force applies them");
+    }
+    Judge judge(limits_, {section_of(invocation_.command), file, {}});
+    judge.say(Check::other_sensor, Severity::warn, message + ": applied all the same (--force)");
+    take_findings(judge.findings());
+}
+
+Results Run::read_values(const std::string& file) {
+    std::error_code error;
+    if (!earlier_.file.empty() && std::filesystem::equivalent(file, earlier_.file, error)) {
+        return earlier_;
+    }
+    Results values = read_results(file);
+    require_sensor(values.sensor, values.file);
+    for_each_record(values, [&](const char*, const std::string&, Record& record) {
+        record.given = values.file.filename().generic_string();
+    });
+    return values;
+}
+
+CaptureRead Run::reader() {
+    return [this](const Capture& capture) { require_sensor(capture.sensor, capture.file); };
+}
+
+void Run::take_findings(const std::vector<Finding>& findings) {
+    report_.findings(findings);
+    made_.findings.insert(made_.findings.end(), findings.begin(), findings.end());
+}
+
+int Run::finish() {
+    const Severity severity = worst(made_.findings);
+    made_.outputs = outputs_.commit();
+    for (const std::filesystem::path& file : made_.outputs) {
+        report_.written(file);
+    }
+    Results all;
+    {
+        // Another step may have added to the file since it was read.
+        const FileLock lock(options_.results);
+        if (!options_.fresh && is_there(options_.results)) {
+            all = read_results(options_.results);
+        }
+        merge(all, std::move(made_));
+        write_results(options_.results, all);
+    }
+    report_.written(options_.results);
+    report_.verdict(all);
+    report_.finish();
+    return options_.report.status(severity);
+}
+
+int Run::finish(Results whole, Severity severity) {
+    for (const std::filesystem::path& file : outputs_.commit()) {
+        report_.written(file);
+        whole.outputs.push_back(file);
+    }
+    {
+        const FileLock lock(options_.results);
+        write_results(options_.results, whole);
+    }
+    report_.written(options_.results);
+    report_.verdict(whole);
+    report_.finish();
+    return options_.report.status(severity);
+}
+
+void ValueOptions::add_to(Command& command, std::initializer_list<Kind> kinds) {
+    for (const Kind kind : kinds) {
+        switch (kind) {
+            case black_level:
+                command
+                    .option("--black-level", black_level_,
+                            "black level in place of the results': another results file, or codes of the capture's "
+                            "depth, one for all channels or four for RR,GR,GB,BB")
+                    .type_name("FILE|CODES");
+                break;
+            case lens_shading:
+                command
+                    .option("--lens-shading", lens_shading_,
+                            "another results file whose mesh of the nearest light is applied")
+                    .type_name("FILE");
+                break;
+            case all:
+                command
+                    .option("--values", values_,
+                            "other results files whose black level, lens shading and white balance are applied in "
+                            "place of the results'")
+                    .type_name("FILE");
+        }
+    }
+}
+
+void ValueOptions::name_files(RunFiles& files) const {
+    if (!black_level_.empty() && !parse_codes(black_level_, "--black-level")) {
+        files.values(black_level_, "--black-level");
+    }
+    if (!lens_shading_.empty()) {
+        files.values(lens_shading_, "--lens-shading");
+    }
+    for (const std::string& file : values_) {
+        files.values(file, "--values");
+    }
+}
+
+Results ValueOptions::values(const Results& earlier, const SensorGeometry& sensor, Run& run) const {
+    Results values = earlier;
+    Results others;
+    for (const std::string& file : values_) {
+        merge(others, run.read_values(file));
+    }
+    if (others.black_level) {
+        values.black_level = others.black_level;
+    }
+    replace(values.lens_shading, others.lens_shading);
+    replace(values.white_balance, others.white_balance);
+    if (!lens_shading_.empty()) {
+        Results other = run.read_values(lens_shading_);
+        require_section(!other.lens_shading.empty(), lens_shading_, "lens shading", "cali lsc or cali calibrate");
+        values.lens_shading = std::move(other.lens_shading);
+    }
+    if (const auto codes = parse_codes(black_level_, "--black-level")) {
+        const int most = sensor.white_level.value_or((1 << sensor.bits) - 1);
+        for (const uint32_t code : *codes) {
+            check_number(code, 0, most, "--black-level");
+        }
+        values.black_level = given_black_level(*codes, sensor.bits);
+        values.black_level->record.given = black_level_;
+    } else if (!black_level_.empty()) {
+        Results other = run.read_values(black_level_);
+        require_section(other.black_level.has_value(), black_level_, "black level", "cali blc or cali calibrate");
+        values.black_level = std::move(other.black_level);
+    }
+    if (!values.black_level) {
+        run.report().warn("no black level is known: none is subtracted");
+    }
+    values.file = values.file.empty() ? std::filesystem::path("--values") : values.file;
+    return values;
+}
+
+std::optional<Channels<uint32_t>> parse_codes(const std::string& text, const std::string& what) {
+    if (text.empty() || text.find_first_not_of("0123456789,.-+ ") != std::string::npos) {
+        return std::nullopt;
+    }
+    std::vector<uint32_t> codes;
+    const char* at = text.data();
+    const char* const end = text.data() + text.size();
+    while (at <= end && codes.size() <= 4) {
+        uint32_t code = 0;
+        const auto [next, error] = std::from_chars(at, end, code);
+        if (error != std::errc{} || (next != end && *next != ',')) {
+            codes.clear();
+            break;
+        }
+        codes.push_back(code);
+        at = next + 1;
+    }
+    if (codes.size() != 1 && codes.size() != 4) {
+        throw InputError(what + " is '" + text + "', expected a file, one whole code, or four: RR,GR,GB,BB");
+    }
+    Channels<uint32_t> channels{};
+    for (std::size_t c = 0; c < channels.size(); ++c) {
+        channels[c] = codes[codes.size() == 1 ? 0 : c];
+    }
+    return channels;
+}
+
+}  // namespace cali::host

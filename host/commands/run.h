@@ -1,0 +1,126 @@
+/// What all commands that calibrate have in common: their files, the results that grow, the report and the exit status.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/output_file.h"
+#include "base/run_files.h"
+#include "commands/options.h"
+#include "outputs/run_report.h"
+#include "results/choose_values.h"
+#include "session/steps.h"
+
+namespace cali::host {
+
+/// --strict, --json, -v and --log: how a run is told and how it ends.
+struct ReportOptions {
+    void add_to(Command& command);
+    [[nodiscard]] RunReport report(const std::string& command) const;
+    /// 0, 1 where a check failed, 3 where one warned and --strict is given.
+    [[nodiscard]] int status(Severity severity) const;
+
+    bool strict = false;
+    bool json = false;
+    OutputOptions output;
+};
+
+/// --results, --new, --force and --limits beside those.
+struct RunOptions {
+    void add_to(Command& command);
+    /// Without --results and --new, where a command knows them itself.
+    void add_rules_to(Command& command);
+
+    std::string results = "results.json";
+    bool fresh = false;
+    bool force = false;
+    std::string limits;
+    ReportOptions report;
+};
+
+/// One run of a command. First every file is named, then `start`, then come the steps, and `finish` writes.
+class Run {
+public:
+    /// `session`: whose limits are in force where the options name none.
+    Run(const RunOptions& options, Invocation invocation, const std::optional<Session>& session);
+
+    /// For naming inputs and outputs, which refuses those that would destroy each other. Throws InputError.
+    [[nodiscard]] RunFiles& files() { return files_; }
+    /// An output whose name the user did not give: replaced only where an earlier run wrote it. Throws InputError.
+    void own_output(const std::filesystem::path& file);
+
+    /// What earlier runs left, but for --new.
+    [[nodiscard]] const Results& earlier() const { return earlier_; }
+    [[nodiscard]] StepRules rules() const;
+    [[nodiscard]] RunReport& report() { return report_; }
+
+    /// Throws InputError where the capture, or values, are of another sensor than `earlier`; a finding with --force.
+    void require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file);
+    void require_sensor(const Results& values);
+    /// Another results file, or the one that grows where it is that. Throws InputError.
+    [[nodiscard]] Results read_values(const std::string& file);
+    /// For steps: refuses captures of another sensor.
+    [[nodiscard]] CaptureRead reader();
+
+    /// Shows the step, and keeps it for `finish`; `keep` puts its result into results.
+    template <typename T, typename Keep>
+    void take(Step<T>& step, Keep keep) {
+        if (step.result) {
+            show(*step.result);
+            keep(made_, *step.result);
+        }
+        take_findings(step.findings);
+    }
+
+    /// A file that appears with the others when the run is finished.
+    [[nodiscard]] PendingFiles& outputs() { return outputs_; }
+
+    /// Writes all files, the results last, shows the verdict, and returns the exit status.
+    [[nodiscard]] int finish();
+    /// The same with results of the whole chain in place of those that were taken.
+    [[nodiscard]] int finish(Results whole, Severity severity);
+
+private:
+    template <typename T>
+    void show(const T& result) {
+        report_.section(describe(result));
+    }
+    void show(const WhiteBalance& result) { report_.section(describe(std::vector{result})); }
+    void take_findings(const std::vector<Finding>& findings);
+
+    const RunOptions& options_;
+    Invocation invocation_;
+    RunReport report_;
+    LibraryOutput output_;
+    RunFiles files_;
+    Limits limits_;
+    Results earlier_;
+    std::vector<std::filesystem::path> earlier_outputs_;
+    Results made_;
+    PendingFiles outputs_;
+};
+
+/// Values to apply: the results of earlier steps, with sections of other files, or a black level by number, in place of
+/// theirs.
+class ValueOptions {
+public:
+    enum Kind { black_level, lens_shading, all };
+    /// --black-level; --lens-shading; --values, which takes several files.
+    void add_to(Command& command, std::initializer_list<Kind> kinds);
+
+    void name_files(RunFiles& files) const;
+    /// `bits`: depth of the capture, for a black level by number. Throws InputError.
+    [[nodiscard]] Results values(const Results& earlier, const SensorGeometry& sensor, Run& run) const;
+
+private:
+    std::string black_level_;
+    std::string lens_shading_;
+    std::vector<std::string> values_;
+};
+
+/// "64" or "64,66,65,63": RR, GR, GB, BB. Nothing where the text is no list of numbers. Throws InputError.
+[[nodiscard]] std::optional<Channels<uint32_t>> parse_codes(const std::string& text, const std::string& what);
+
+}  // namespace cali::host

@@ -1,0 +1,203 @@
+#include "session/steps.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "captures/read_capture.h"
+#include "checks/chart_checks.h"
+#include "checks/curve_checks.h"
+#include "checks/dark_checks.h"
+#include "checks/flat_checks.h"
+#include "checks/grey_checks.h"
+#include "checks/noise_checks.h"
+#include "checks/table_checks.h"
+#include "results/choose_values.h"
+#include "results/value_digest.h"
+
+namespace cali::host {
+namespace {
+
+void take_warnings(Judge& judge, const LibraryOutput& output) {
+    for (const std::string& warning : output.take_warnings()) {
+        judge.say(Check::operator_warning, Severity::warn, warning);
+    }
+}
+
+/// Computes, judges what came out, and settles whether it may be applied. A capture that gives no values is a finding.
+template <typename T, typename Compute, typename Check>
+Step<T> carry_out(Judge judge, const StepRules& rules, std::vector<InputRecord> inputs, std::vector<ValueRecord> values,
+                  Compute compute, Check check) {
+    Step<T> step;
+    try {
+        step.result = compute(judge);
+        take_warnings(judge, rules.output);
+        check(*step.result, judge);
+    } catch (const CalibrationError& problem) {
+        take_warnings(judge, rules.output);
+        judge.say(host::Check::not_computed, Severity::fail, problem.what());
+    }
+    step.findings = judge.take();
+    const bool failed = worst(step.findings) == Severity::fail;
+    if (step.result) {
+        Record& record = step.result->record;
+        record.standing = !failed ? Standing::passed : rules.forced ? Standing::forced : Standing::rejected;
+        record.command = rules.command;
+        record.options = rules.options;
+        record.inputs = std::move(inputs);
+        record.values = std::move(values);
+    }
+    if (failed && rules.forced && step.result) {
+        for (Finding& finding : step.findings) {
+            if (finding.severity == Severity::fail) {
+                finding.severity = Severity::warn;
+                finding.message += (finding.message.empty() ? "" : "; ") + std::string("applied all the same (--force)");
+            }
+        }
+    }
+    return step;
+}
+
+}  // namespace
+
+Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const Geometry& geometry,
+                                         const StepRules& rules, const CaptureRead& read) {
+    std::vector<DarkFrameLevels> frames;
+    std::vector<DarkMeasures> measures;
+    std::vector<InputRecord> inputs;
+    std::vector<Finding> findings;
+    for (const std::filesystem::path& file : request.files) {
+        Capture dark = read_capture(file, geometry);
+        read(dark);
+        Judge judge(rules.limits, {"black_level", file, {}});
+        measures.push_back(check_dark(dark, judge));
+        try {
+            frames.push_back(measure_dark_frame(dark, request.blocks, rules.output));
+        } catch (const CalibrationError& problem) {
+            judge.say(Check::not_computed, Severity::fail, problem.what());
+        }
+        take_warnings(judge, rules.output);
+        std::ranges::move(judge.take(), std::back_inserter(findings));
+        inputs.push_back(std::move(dark.input));
+    }
+    Judge judge(rules.limits, {"black_level", {}, {}});
+    judge.add(std::move(findings));
+    check_dark_frames(measures, judge);
+    return carry_out<BlackLevelResults>(
+        std::move(judge), rules, std::move(inputs), {},
+        [&](Judge&) {
+            if (frames.size() != request.files.size()) {
+                throw CalibrationError("a dark frame gave no levels");
+            }
+            BlackLevelResults results = combine(std::move(frames), request.method);
+            for (std::size_t i = 0; i < measures.size(); ++i) {
+                results.frames[i].measures = std::move(measures[i]);
+            }
+            return results;
+        },
+        [](const BlackLevelResults&, Judge&) {});
+}
+
+Step<LensShading> flat_step(Capture& flat, std::optional<double> illuminant_k, const TuningValues& values,
+                            const ShadingSettings& settings, const StepRules& rules, CorrectedFlat& corrected) {
+    Judge judge(rules.limits, {"lens_shading", flat.file, illuminant_k});
+    check_flat(flat, values.black_level, judge);
+    const SensorGeometry sensor = flat.sensor;
+    return carry_out<LensShading>(
+        std::move(judge), rules, {flat.input}, values.origin,
+        [&](Judge&) {
+            LensShading shading = calibrate_flat_field(flat, values.black_level, settings, rules.output, corrected);
+            shading.illuminant_k = illuminant_k;
+            return shading;
+        },
+        [&](const LensShading& shading, Judge& own) { check_flattened(shading, sensor, own); });
+}
+
+Step<WhiteBalance> grey_step(Capture& grey, std::optional<double> illuminant_k, const TuningValues& values,
+                             const Window& window, const StepRules& rules) {
+    Judge judge(rules.limits, {"white_balance", grey.file, illuminant_k});
+    require_grey_window(grey, window);
+    check_grey(grey, values, window, judge);
+    return carry_out<WhiteBalance>(
+        std::move(judge), rules, {grey.input}, values.origin,
+        [&](Judge&) {
+            WhiteBalance balance = measure_grey_card(grey, values, window, rules.output);
+            balance.illuminant_k = illuminant_k;
+            return balance;
+        },
+        [](const WhiteBalance&, Judge&) {});
+}
+
+Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
+                             const StepRules& rules) {
+    std::vector<ValueRecord> values;
+    std::ranges::transform(lights, std::back_inserter(values),
+                           [](const WhiteBalance& light) { return value_record(light); });
+    return carry_out<CurveResult>(
+        Judge(rules.limits, {"white_balance_curve", {}, {}}), rules, {}, std::move(values),
+        [&](Judge&) { return fit_curve(lights, file, rules.output); },
+        [](const CurveResult& curve, Judge& own) { check_curve(curve, own); });
+}
+
+Step<MatrixCalibration> chart_step(Capture& chart, std::optional<double> illuminant_k, const TuningValues& values,
+                                   const MatrixSettings& settings, const StepRules& rules) {
+    Judge judge(rules.limits, {"colour_matrix", chart.file, illuminant_k});
+    check_chart(chart, values, chart_windows(settings.place, chart), judge);
+    if (settings.method != MatrixMethod::joint) {
+        check_chart_light(illuminant_k, values.gains_k, judge);
+    }
+    return carry_out<MatrixCalibration>(
+        std::move(judge), rules, {chart.input}, values.origin,
+        [&](Judge&) {
+            MatrixCalibration matrix = calibrate_matrix(chart, values, settings, rules.output);
+            matrix.illuminant_k = illuminant_k;
+            return matrix;
+        },
+        [](const MatrixCalibration& matrix, Judge& own) { check_matrix(matrix, matrix.leave_one_out, own); });
+}
+
+Step<ColourTable> table_step(const MatrixCalibration& matrix, const ColourTableSettings& settings,
+                             const StepRules& rules) {
+    return carry_out<ColourTable>(
+        Judge(rules.limits, {"colour_table", matrix.file, matrix.illuminant_k}), rules, {}, {value_record(matrix)},
+        [&](Judge&) { return calibrate_table(table_input(matrix), settings, rules.output); },
+        [](const ColourTable& table, Judge& own) { check_table(table, own); });
+}
+
+Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rules, const CaptureRead& read) {
+    Judge judge(rules.limits, {"noise", {}, {}});
+    std::vector<InputRecord> inputs;
+    std::vector<MeasuredLevel> levels;
+    const auto measure = [&](std::size_t level, const Capture& frame, const Window& window) {
+        read(frame);
+        if (level == levels.size()) {
+            levels.push_back({text("level %zu", level + 1), {}});
+        }
+        levels[level].frames.push_back(measure_series_frame(frame, window, request.values.black_level));
+        inputs.push_back(frame.input);
+    };
+    // The inputs are known once the series was read.
+    Step<NoiseResults> step = carry_out<NoiseResults>(
+        std::move(judge), rules, {}, request.values.origin,
+        [&](Judge& own) {
+            const auto check = [&] { check_series(levels, request.sensor, request.values.black_level, own); };
+            try {
+                NoiseResults noise = calibrate_noise(request.levels, request.geometry, request.values.black_level,
+                                                     request.settings, rules.output, measure, request.sensor);
+                check();
+                return noise;
+            } catch (const CalibrationError&) {
+                check();  // it tells why
+                throw;
+            }
+        },
+        [&](const NoiseResults& noise, Judge& own) { check_noise(noise, request.sensor, own); });
+    if (step.result) {
+        step.result->record.inputs = std::move(inputs);
+    }
+    return step;
+}
+
+}  // namespace cali::host

@@ -1,0 +1,79 @@
+/// One calibration of one kind of capture each, judged: what single commands and the whole chain do alike.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "captures/frame_series.h"
+#include "captures/light.h"
+#include "checks/check.h"
+#include "library/library_call.h"
+#include "results/results.h"
+
+namespace cali::host {
+
+/// How every step of a run is done.
+struct StepRules {
+    const LibraryOutput& output;
+    const Limits& limits;
+    std::string command;
+    OptionRecord options;
+    bool forced = false;  ///< what fails its checks is applied and written all the same
+};
+
+/// A calibration's result and what its checks found. Without a result where no values came out; a rejected one is kept
+/// for its figures.
+template <typename T>
+struct Step {
+    std::optional<T> result;
+    std::vector<Finding> findings;
+
+    /// Whether later steps and files may use it.
+    [[nodiscard]] bool usable() const { return result && result->record.standing != Standing::rejected; }
+};
+
+struct BlackLevelRequest {
+    std::vector<std::filesystem::path> files;
+    BlackLevelMethod method = BlackLevelMethod::median;
+    uint32_t blocks = 0;
+};
+
+// All throw InputError for what no check can judge: files that cannot be read, windows outside the frame. `read` is
+// told of every capture once it was read; it may refuse it.
+using CaptureRead = std::function<void(const Capture&)>;
+
+[[nodiscard]] Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const Geometry& geometry,
+                                                       const StepRules& rules, const CaptureRead& read);
+
+/// Uses up the capture; `corrected` is filled where there is a result.
+[[nodiscard]] Step<LensShading> flat_step(Capture& flat, std::optional<double> illuminant_k, const TuningValues& values,
+                                          const ShadingSettings& settings, const StepRules& rules,
+                                          CorrectedFlat& corrected);
+
+[[nodiscard]] Step<WhiteBalance> grey_step(Capture& grey, std::optional<double> illuminant_k,
+                                           const TuningValues& values, const Window& window, const StepRules& rules);
+
+/// `file` stands for the grey cards in messages.
+[[nodiscard]] Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
+                                           const StepRules& rules);
+
+[[nodiscard]] Step<MatrixCalibration> chart_step(Capture& chart, std::optional<double> illuminant_k,
+                                                 const TuningValues& values, const MatrixSettings& settings,
+                                                 const StepRules& rules);
+
+[[nodiscard]] Step<ColourTable> table_step(const MatrixCalibration& matrix, const ColourTableSettings& settings,
+                                           const StepRules& rules);
+
+struct NoiseRequest {
+    const std::vector<SeriesLevel>& levels;
+    const Geometry& geometry;
+    const TuningValues& values;
+    const NoiseSettings& settings;
+    SensorGeometry& sensor;  ///< receives that of the first frame
+};
+[[nodiscard]] Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rules,
+                                            const CaptureRead& read);
+
+}  // namespace cali::host
