@@ -114,7 +114,7 @@ TEST(Flatness, IsReckonedFromTheCentre) {
 }
 
 TEST(LensShading, TinyFramesAreRefused) {
-    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000)};
+    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000), {}};
     host::CorrectedFlat corrected;
     EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}, corrected), host::InputError);
 }
