@@ -29,7 +29,7 @@ struct DarkFrameLevels {
     std::array<BlackLevels, kBlackLevelMethods> by_method;  ///< indexed by BlackLevelMethod
     bool median_in_bounds = true;
     std::vector<Channels<uint32_t>> blocks;  ///< local means, where asked for
-    DarkMeasures measures;
+    DarkMeasures measures = {};
     Channels<SampleSums> samples{};          ///< without defects
     double step = 1;                         ///< one code of the file's own depth, in 12-bit codes
 };
@@ -41,7 +41,7 @@ struct BlackLevelResults {
     /// Unrounded, in 12-bit codes: over all frames, without samples more than 6 robust deviations off their frame's
     /// median.
     Channels<Measured> mean{};
-    Record record;
+    Record record = {};
 };
 
 /// `blocks` 0: no local means. Throws CalibrationError.

@@ -39,7 +39,7 @@ struct MatrixCalibration {
     ChartDifferences after;
     std::array<double, 9> uncertainty{};  ///< of the matrix's entries, by leaving out one patch at a time
     double leave_one_out = 0;             ///< mean CIEDE2000 of each patch behind the matrix made without it
-    Record record;
+    Record record = {};
 };
 
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.

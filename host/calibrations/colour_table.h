@@ -33,7 +33,7 @@ struct ColourTable {
     double leave_one_out = 0;  ///< mean over the patches, each behind a table made without it
     double grey_movement = 0;  ///< largest CIEDE2000 of a 64-step grey ramp
     bool chosen = false;       ///< strength or radius were left to the program
-    Record record;
+    Record record = {};
 
     /// What the table brings patches that it was not made with; below 0 it does harm.
     [[nodiscard]] double gain() const { return before.mean - leave_one_out; }

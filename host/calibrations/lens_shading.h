@@ -24,7 +24,7 @@ struct LensShading {
     Flatness before;
     Flatness after_mesh;
     Flatness after_radial;
-    Record record;
+    Record record = {};
 };
 
 /// The flat field after black level and each kind of correction; 12-bit codes.

@@ -49,7 +49,7 @@ struct NoiseResults {
     exports::LineRegisters luma_registers;
     std::vector<std::string> warnings;
     Channels<WeightedLine> weighted{};
-    Record record;
+    Record record = {};
 };
 
 /// Told of every frame once it was read: the number of its level, from 0, and the window that is measured.

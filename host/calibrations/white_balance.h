@@ -28,7 +28,7 @@ struct WhiteBalance {
     Window window;
     GainRegisters gains;
     UnroundedGains unrounded{};
-    Record record;
+    Record record = {};
 };
 
 /// Centred, even-aligned, at most 256 x 256: larger sums lose precision. Throws InputError for frames below 4 x 4.

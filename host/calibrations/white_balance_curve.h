@@ -23,7 +23,7 @@ struct CurveResult {
     double reference_k = 0;  ///< the light nearest 5000 K
     std::vector<CurvePoint> points;
     std::vector<float> table;  ///< the curve at x = 0, 0.01, ... 1.99: its running minimum, within 0..8
-    Record record;
+    Record record = {};
 };
 
 inline constexpr std::size_t kLeastCurveLights = 3;

@@ -20,7 +20,7 @@ struct Capture {
     std::filesystem::path file;
     SensorGeometry sensor;
     std::vector<uint32_t> samples;  ///< row-major
-    InputRecord input;              ///< of the file it was read from
+    InputRecord input = {};         ///< of the file it was read from
 
     [[nodiscard]] ConstRawFrame view() const { return {samples.data(), sensor.width, sensor.height, sensor.pattern}; }
 };

@@ -145,11 +145,11 @@ TEST(Uncertainty, OfTheNoiseLine) {
             host::write_raw(file, expose(sensor, scene, seed, level));
             levels.push_back({{file}});
         }
-        host::Progress progress(4, false);
         host::SensorGeometry found;
-        const host::NoiseResults results =
-            calibrate_noise(levels, {sensor.width, sensor.height, sensor.pattern, sensor.bits, "the test"},
-                            values_of(sensor, 5000).black_level, {}, {}, progress, found);
+        const host::NoiseResults results = calibrate_noise(
+            levels, {sensor.width, sensor.height, sensor.pattern, sensor.bits, "the test"},
+            values_of(sensor, 5000).black_level, {}, {}, [](std::size_t, const host::Capture&, const host::Window&) {},
+            found);
         for (const auto& [slope, intercept] : results.weighted) {
             slopes.add(slope.value - sensor.conversion_gain, slope.uncertainty);
             // Rounding to codes adds its own variance.
