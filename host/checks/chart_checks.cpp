@@ -12,6 +12,7 @@
 namespace cali::host {
 namespace {
 
+constexpr double kLeastTurned = 0.5;  ///< score of a chart that is one, but not upright
 constexpr double kLeastSamples = 16;  ///< of a channel in a window whose deviation means something
 constexpr std::array<const char*, 3> kColours = {"red", "green", "blue"};
 
@@ -154,13 +155,13 @@ void check_chart(const Capture& chart, const TuningValues& values, const ChartWi
     }
     check_windows(patches, code_step(chart.sensor.bits) / 2, judge);
     const Orientation orientation = find_orientation(colours);
-    if (judge.hold(Check::chart_orientation, orientation.score) == Severity::fail) {
-        return;
-    }
-    if (orientation.index != 0) {
+    if (orientation.index != 0 && orientation.score >= kLeastTurned) {
         judge.say(Check::chart_orientation, Severity::fail,
                   text("the chart is %s, expected upright with dark skin top left: check the windows or corners",
                        orientation.name));
+        return;
+    }
+    if (judge.hold(Check::chart_orientation, orientation.score) == Severity::fail) {
         return;
     }
     check_greys(colours, judge);

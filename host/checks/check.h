@@ -124,9 +124,7 @@ public:
 
     [[nodiscard]] Severity worst() const { return host::worst(findings_); }
     [[nodiscard]] const std::vector<Finding>& findings() const { return findings_; }
-    void add(std::vector<Finding> findings) {
-        findings_.insert(findings_.end(), findings.begin(), findings.end());
-    }
+    void add(std::vector<Finding> findings) { findings_.insert(findings_.end(), findings.begin(), findings.end()); }
     [[nodiscard]] std::vector<Finding> take() { return std::move(findings_); }
 
 private:

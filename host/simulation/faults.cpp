@@ -33,6 +33,7 @@ constexpr std::array kRecords = {
     FaultRecord{"flat-dim", 0.03, 0, 1000},
     FaultRecord{"grey-clipping", 2.5, 0, 1000},
     FaultRecord{"grey-dim", 0.03, 0, 1000},
+    FaultRecord{"grey-light", 5000, kMinIlluminantK, kMaxIlluminantK},
     FaultRecord{"grey-on-chart", 1, 0, 1},
     FaultRecord{"shading-by-light", 0.15, -1, 1},
     FaultRecord{"chart-clipping", 2.5, 0, 1000},
@@ -108,6 +109,8 @@ void change_shading(Shot& shot, const Fault& fault) {
 void spoil_grey(Shot& shot, const Fault& fault) {
     if (fault.kind == FaultKind::grey_clipping || fault.kind == FaultKind::grey_dim) {
         expose_longer(shot.scene, fault.amount);
+    } else if (fault.kind == FaultKind::grey_light) {
+        shot.scene.colours = uniform_scene(shot.sensor, fault.amount, shot.level).colours;
     } else if (fault.kind == FaultKind::grey_on_chart && fault.amount > 0) {
         shot.scene = chart_scene(shot.sensor, shot.illuminant_k, shot.level);
     }

@@ -37,6 +37,7 @@ enum class FaultKind {
     flat_dim,          ///< the same
     grey_clipping,     ///< the same
     grey_dim,          ///< the same
+    grey_light,        ///< kelvin that grey cards are really under
     grey_on_chart,     ///< 1: the chart stands in place of the grey card
     shading_by_light,  ///< by how much more red, and less blue, of grey cards and charts falls off than of flat fields
     chart_clipping,    ///< exposed so many times as long

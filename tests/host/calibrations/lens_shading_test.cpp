@@ -113,6 +113,12 @@ TEST(Flatness, IsReckonedFromTheCentre) {
     EXPECT_DOUBLE_EQ(means.at(0, 0)[2], 50);
 }
 
+TEST(LensShading, TinyFramesAreRefused) {
+    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000), {}};
+    host::CorrectedFlat corrected;
+    EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}, corrected), host::InputError);
+}
+
 TEST(LensShading, OptionsTakeEffectAndRegistersAgreeWithTheResults) {
     const TemporaryFolder& session = simulated_session();
     const TemporaryFolder folder;
