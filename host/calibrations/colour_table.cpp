@@ -18,6 +18,7 @@ constexpr double kLeastNeed = 0.5;  ///< mean CIEDE2000
 constexpr std::array kRadii = {0.1, 0.2, 0.3, 0.45};
 constexpr std::array kStrengths = {0.25, 0.5, 0.75, 1.0};
 constexpr int kTrialNodes = 17;
+constexpr double kDefaultRadius = 0.2;
 
 Colour encoded(const Colour& linear) {
     return {srgb_encode(linear[0]), srgb_encode(linear[1]), srgb_encode(linear[2])};
@@ -84,6 +85,12 @@ std::vector<Colour> left_out(const TableInput& input, const ColourTableSettings&
     return colours;
 }
 
+ColourTableSettings with_defaults(ColourTableSettings settings) {
+    settings.radius = settings.radius.value_or(kDefaultRadius);
+    settings.strength = settings.strength.value_or(1);
+    return settings;
+}
+
 /// Fills what is empty with what leaves the smallest leave-one-out mean.
 ColourTableSettings chosen_settings(const TableInput& input, const ColourTableSettings& asked) {
     const LibraryOutput quiet;
@@ -129,16 +136,19 @@ ColourTableSettings chosen_settings(const TableInput& input, const ColourTableSe
 ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& asked, const LibraryOutput& output) {
     ColourTable table;
     table.input = input;
-    table.chosen = !asked.radius || !asked.strength;
-    table.settings = table.chosen ? chosen_settings(input, asked) : asked;
+    table.before = differences(input.corrected, input.reference);
+    table.needed = table.before.mean >= kLeastNeed;
+    // One that nobody needs is not worth the search.
+    table.chosen = table.needed && (!asked.radius || !asked.strength);
+    table.settings = table.chosen ? chosen_settings(input, asked) : with_defaults(asked);
     const ColourTableSettings& settings = table.settings;
     table.value = make_table(input, settings, output, input.corrected.size());
     for (const Colour& colour : input.corrected) {
         table.result.push_back(through(table.value, settings, colour));
     }
-    table.leave_one_out = differences(left_out(input, settings, output), input.reference).mean;
-    table.before = differences(input.corrected, input.reference);
-    table.needed = table.before.mean >= kLeastNeed;
+    ColourTableSettings trial = settings;
+    trial.nodes = table.needed ? settings.nodes : std::min(settings.nodes, kTrialNodes);
+    table.leave_one_out = differences(left_out(input, trial, output), input.reference).mean;
     table.after = differences(table.result, input.reference);
     for (int i = 0; i < kGreySteps; ++i) {
         const auto level = static_cast<double>(srgb_decode(static_cast<double>(i) / (kGreySteps - 1)));

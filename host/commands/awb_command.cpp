@@ -45,6 +45,7 @@ int act(const AwbOptions& options, const Invocation& invocation) {
     Run run(options.run, invocation, options.geometry.session());
     run.files().input(options.frame, "grey card");
     options.values.name_files(run.files());
+    run.start();
     Capture grey = read_capture(options.frame, options.geometry.geometry());
     run.require_sensor(grey.sensor, grey.file);
     const Results known = options.values.values(run.earlier(), grey.sensor, run);

@@ -22,6 +22,7 @@ int act(const AwbCurveOptions& options, const Invocation& invocation) {
     Run run(options.run, invocation, std::nullopt);
     const std::string source = options.source.empty() ? options.run.results : options.source;
     run.files().values(source, "RESULTS");
+    run.start();
     const Results known = run.read_values(source);
     Step<CurveResult> step = curve_step(ValueChooser(known, options.run.force).lights(), source, run.rules());
     run.take(step, [](Results& made, CurveResult& result) { made.curve = result; });

@@ -28,14 +28,14 @@ void describe(Command& command, BlcOptions& options) {
 }
 
 int act(const BlcOptions& options, const Invocation& invocation) {
-    BlackLevelRequest request{{options.frames.begin(), options.frames.end()},
-                              parse_method(options.method, "--method"),
-                              options.blocks};
+    BlackLevelRequest request{
+        {options.frames.begin(), options.frames.end()}, parse_method(options.method, "--method"), options.blocks};
     const Geometry geometry = options.geometry.geometry();
     Run run(options.run, invocation, options.geometry.session());
     for (const std::filesystem::path& file : request.files) {
         run.files().input(file, "dark frame");
     }
+    run.start();
     Step<BlackLevelResults> step = black_level_step(request, geometry, run.rules(), run.reader());
     run.take(step, [](Results& made, BlackLevelResults& result) { made.black_level = result; });
     return run.finish();

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <iterator>
+
 #include "base/error.h"
 #include "commands/commands.h"
 #include "commands/run.h"
@@ -34,6 +37,17 @@ void describe(Command& command, CalibrateOptions& options) {
         "  cali calibrate shots/session.toml --only ccm,clut --tables");
 }
 
+std::vector<std::filesystem::path> captures_of(const Session& session) {
+    std::vector<std::filesystem::path> files = session.dark;
+    for (const std::vector<LitCapture>* const captures : {&session.flat, &session.grey, &session.chart}) {
+        std::ranges::transform(*captures, std::back_inserter(files), &LitCapture::file);
+    }
+    for (const SeriesLevel& level : session.series) {
+        files.insert(files.end(), level.files.begin(), level.files.end());
+    }
+    return files;
+}
+
 std::string list_of(const ChainPlan& plan) {
     std::string names;
     for (const char* const part : kChainParts) {
@@ -53,11 +67,12 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     run_options.results = (folder / "results.json").string();
     run_options.fresh = options.only.empty();
     Run run(run_options, invocation, session);
-    Results results = run.earlier();
-    const ChainPlan plan = plan_chain(session, options.only, results);
-    for (const std::filesystem::path& capture : plan.captures) {
+    for (const std::filesystem::path& capture : captures_of(session)) {
         run.files().input(capture, "capture");
     }
+    run.start();
+    Results results = run.earlier();
+    const ChainPlan plan = plan_chain(session, options.only, results);
     for (const std::filesystem::path& name : ChainFiles::names(session, plan, folder, options.files)) {
         run.own_output(name);
     }

@@ -74,6 +74,7 @@ int act(const CcmOptions& options, const Invocation& invocation) {
     if (!options.picture.empty()) {
         run.files().output(options.picture, "--picture");
     }
+    run.start();
     Capture chart = read_capture(options.chart, options.geometry.geometry());
     run.require_sensor(chart.sensor, chart.file);
     const Results known = options.values.values(run.earlier(), chart.sensor, run);

@@ -50,6 +50,7 @@ int act(const ClutOptions& options, const Invocation& invocation) {
             run.files().output(*file, name);
         }
     }
+    run.start();
     const Results known = run.read_values(source);
     const MatrixCalibration matrix = ValueChooser(known, options.run.force).matrix(options.light.kelvin());
     Step<ColourTable> step = table_step(matrix, settings, run.rules());

@@ -53,6 +53,7 @@ int act(const LscOptions& options, const Invocation& invocation) {
     Run run(options.run, invocation, options.geometry.session());
     run.files().input(options.frame, "flat field");
     options.values.name_files(run.files());
+    run.start();
     const std::filesystem::path folder = std::filesystem::path(options.run.results).parent_path();
     for (const std::filesystem::path& file : shading_file_names(folder, options.frame, options.files)) {
         run.own_output(file);

@@ -106,6 +106,7 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
     if (!options.plot.empty()) {
         run.files().output(options.plot, "--plot");
     }
+    run.start();
     SensorGeometry sensor;
     const Results known = options.values.values(run.earlier(), first_sensor(series, geometry), run);
     TuningValues values;

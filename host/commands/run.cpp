@@ -15,13 +15,14 @@
 namespace cali::host {
 namespace {
 
-constexpr std::array<std::pair<const char*, const char*>, 7> kSectionsOfCommands = {{{"blc", "black_level"},
-                                                                                     {"lsc", "lens_shading"},
-                                                                                     {"awb", "white_balance"},
-                                                                                     {"awb-curve", "white_balance_curve"},
-                                                                                     {"ccm", "colour_matrix"},
-                                                                                     {"clut", "colour_table"},
-                                                                                     {"noise", "noise"}}};
+constexpr std::array<std::pair<const char*, const char*>, 7> kSectionsOfCommands = {
+    {{"blc", "black_level"},
+     {"lsc", "lens_shading"},
+     {"awb", "white_balance"},
+     {"awb-curve", "white_balance_curve"},
+     {"ccm", "colour_matrix"},
+     {"clut", "colour_table"},
+     {"noise", "noise"}}};
 
 std::string section_of(const std::string& command) {
     const auto* const found =
@@ -32,6 +33,21 @@ std::string section_of(const std::string& command) {
 bool is_there(const std::filesystem::path& file) {
     std::error_code error;
     return !is_passed_on(file) && std::filesystem::exists(file, error);
+}
+
+/// Before any work: that it will be a file.
+void require_writable(const std::filesystem::path& file) {
+    std::error_code error;
+    if (is_passed_on(file)) {
+        return;
+    }
+    if (std::filesystem::is_directory(file, error)) {
+        throw InputError(file.string() + ": is a folder, expected a file name to write to");
+    }
+    const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
+    if (!std::filesystem::is_directory(folder, error)) {
+        throw InputError(file.string() + ": cannot be written: there is no folder " + folder.filename().string());
+    }
 }
 
 /// What the file's runs wrote; nothing where it cannot be read.
@@ -91,31 +107,35 @@ void RunOptions::add_rules_to(Command& command) {
 }
 
 Run::Run(const RunOptions& options, Invocation invocation, const std::optional<Session>& session)
-    : options_(options),
-      invocation_(std::move(invocation)),
-      report_(options.report.report(invocation_.command)),
-      output_(options.report.output.output()) {
+    : options_(options), invocation_(std::move(invocation)), report_(options.report.report(invocation_.command)) {
     if (session) {
         limits_ = session->limits;
         files_.input(session->file, "session");
     }
     if (!options.limits.empty()) {
         files_.input(options.limits, "--limits");
-        read_limits(options.limits, limits_);
     }
     if (!options.report.output.log().empty()) {
         files_.output(options.report.output.log(), "--log");
     }
+    require_writable(options.results);
     files_.growing(options.results, "--results");
-    if (options.fresh) {
-        require_replaceable(options.results);
-        earlier_outputs_ = outputs_of(options.results);
-    } else if (is_there(options.results)) {
-        earlier_ = read_results(options.results);
+}
+
+void Run::start() {
+    if (!options_.limits.empty()) {
+        read_limits(options_.limits, limits_);
+    }
+    if (options_.fresh) {
+        require_replaceable(options_.results);
+        earlier_outputs_ = outputs_of(options_.results);
+    } else if (is_there(options_.results)) {
+        earlier_ = read_results(options_.results);
         earlier_outputs_ = earlier_.outputs;
     }
     made_.limits = limits_;
     made_.sensor = earlier_.sensor;
+    output_ = options_.report.output.output();
 }
 
 void Run::own_output(const std::filesystem::path& file) {
@@ -129,9 +149,7 @@ void Run::own_output(const std::filesystem::path& file) {
     }
 }
 
-StepRules Run::rules() const {
-    return {output_, limits_, invocation_.command, invocation_.options, options_.force};
-}
+StepRules Run::rules() const { return {*output_, limits_, invocation_.command, invocation_.options, options_.force}; }
 
 void Run::require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file) {
     const SensorGeometry before = std::exchange(made_.sensor, sensor);

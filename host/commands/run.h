@@ -40,7 +40,8 @@ struct RunOptions {
     ReportOptions report;
 };
 
-/// One run of a command. First every file is named, then `start`, then come the steps, and `finish` writes.
+/// One run of a command. First every file is named, then `start` reads what earlier runs left, then come the steps, and
+/// `finish` writes.
 class Run {
 public:
     /// `session`: whose limits are in force where the options name none.
@@ -48,7 +49,11 @@ public:
 
     /// For naming inputs and outputs, which refuses those that would destroy each other. Throws InputError.
     [[nodiscard]] RunFiles& files() { return files_; }
-    /// An output whose name the user did not give: replaced only where an earlier run wrote it. Throws InputError.
+    /// Throws InputError.
+    void start();
+
+    /// After `start`: an output whose name the user did not give; it is replaced only where an earlier run wrote it.
+    /// Throws InputError.
     void own_output(const std::filesystem::path& file);
 
     /// What earlier runs left, but for --new.
@@ -93,7 +98,7 @@ private:
     const RunOptions& options_;
     Invocation invocation_;
     RunReport report_;
-    LibraryOutput output_;
+    std::optional<LibraryOutput> output_;
     RunFiles files_;
     Limits limits_;
     Results earlier_;

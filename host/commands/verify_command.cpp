@@ -137,10 +137,13 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     if (!chooser.black_level(values)) {
         throw InputError(options.results + ": holds no black level, expected results of cali blc or cali calibrate");
     }
-    if (kind != ProofKind::flat && options.stage == "white-balance") {
+    const bool whole_front_end = options.stage == "white-balance";
+    if (kind ? *kind != ProofKind::flat : whole_front_end) {
         chooser.gains(light, values);
     }
-    chooser.grids(light ? light : values.gains_k, values);
+    if (kind || whole_front_end) {
+        chooser.grids(light ? light : values.gains_k, values);
+    }
     report.note(applied_values(values));
     if (kind) {
         const SessionPlaces places{session ? session->white_balance_window : std::nullopt,

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <random>
 
-#include "captures/light.h"
 #include "lut/apply.h"
 #include "results/choose_values.h"
 #include "results/results_file.h"
@@ -18,7 +17,7 @@ using nlohmann::json;
 
 host::TableInput patches_at_5000() {
     const host::Results results = host::read_results(simulated_session() / "results.json");
-    return table_input(host::choose_by_light(results.matrices, 5000, results.file, "matrix", ""));
+    return table_input(host::ValueChooser(results, false).matrix(5000));
 }
 
 TEST(ColourTable, MendsWhatTheMatrixLeaves) {
@@ -74,7 +73,8 @@ TEST(ColourTable, IsTakenByAnotherReader) {
     }
     const TemporaryFolder folder;
     const std::string results = (simulated_session() / "results.json").string();
-    run_line(folder.path(), "clut " + results + " --illuminant 5000 --nodes 17 --cube t.cube --picture p.png");
+    run_line(folder.path(),
+             "clut " + results + " --illuminant 5000 --nodes 17 --cube t.cube --picture p.png --results clut.json");
     EXPECT_EQ(read_text(folder / "p.png").substr(1, 3), "PNG");
     const auto table = read_json(folder / "clut.json")["colour_table"][0]["table"].get<std::vector<int32_t>>();
 
@@ -105,7 +105,8 @@ TEST(ColourTable, IsTakenByAnotherReader) {
         const double read = (byte(2 * i) * 256 + byte(2 * i + 1)) / 65535.0;
         ASSERT_NEAR(read, static_cast<double>(colours[i / 3][i % 3]), 1e-4) << i;
     }
-    expect_errors(folder, {{"clut " + results, "holds colour matrix for 2850 K, 5000 K, 6500 K; choose one"},
+    expect_errors(folder, {{"clut " + results + " --results r.json",
+                            "holds colour matrix for 2850 K, 5000 K, 6500 K; choose one"},
                            {"clut " + results + " --illuminant 5000 --domain hsv --cube u.cube",
                             "--cube takes the rgb domain, found --domain hsv"}});
 }

@@ -118,7 +118,7 @@ TEST(LensShading, OptionsTakeEffectAndRegistersAgreeWithTheResults) {
     const TemporaryFolder folder;
     const std::string line = "lsc " + (session / "flat_6500K.raw").string() + " --session " +
                              (session / "session.toml").string() + " --black-level " +
-                             (session / "results.json").string() + " --illuminant 6500 --results lsc.json ";
+                             (session / "results.json").string() + " --illuminant 6500 --new --results lsc.json ";
     run_line(folder.path(), line + "--grid 17x13 --type chroma --denoise --registers --corrected");
     const json shading = read_json(folder / "lsc.json")["lens_shading"][0];
     EXPECT_EQ(shading["type"], "chroma");
@@ -147,7 +147,7 @@ TEST(LensShading, GainsOfACornerNeedItsMesh) {
     const auto balance = [&](const std::string& more) {
         run_line(folder.path(), "awb " + (session / "grey_6500K.raw").string() + " --session " +
                                     (session / "session.toml").string() + " --window 1 0 65 64 --black-level " +
-                                    results + " --illuminant 6500 --results awb.json" + more);
+                                    results + " --illuminant 6500 --new --force --results awb.json" + more);
         return read_json(folder / "awb.json")["white_balance"][0];
     };
     const json without = balance("");

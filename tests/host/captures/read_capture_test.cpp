@@ -99,7 +99,9 @@ TEST(Capture, ErrorsNameTheFileWhatWasFoundAndWhatWasExpected) {
     const Case cases[] = {
         {folder / "none.raw", geometry(2, 1, 12), "none.raw: no such file"},
         {folder.path(), geometry(2, 1, 12), "cannot be read as a file"},
-        {file("short.raw", "abc"), geometry(2, 1, 12), "short.raw: truncated: 3 bytes, expected 4 for 2 x 1"},
+        {file("short.raw", "ab"), geometry(2, 1, 12), "short.raw: truncated: 2 bytes, expected 4 for 2 x 1"},
+        {file("packed.raw", "abc"), geometry(2, 1, 12), "packed.raw: is packed raw, 12 bits a sample, which is not"},
+        {file("a.dng", std::string("II*\0abcd", 8)), geometry(2, 1, 12), "a.dng: is TIFF or DNG, which is not read"},
         {file("long.raw", "abcdef"), geometry(2, 1, 12), "long.raw: 6 bytes, expected 4"},
         {file("empty.raw", ""), geometry(2, 1, 12), "empty.raw: truncated: 0 bytes"},
         {file("a.raw", four), geometry({}, {}, 12), "its size is not known, expected --size"},

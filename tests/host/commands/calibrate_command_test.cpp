@@ -104,24 +104,25 @@ TEST(Calibrate, SaysWhichCalibrationsTheSessionLeavesOut) {
                "[sensor]\nwidth = 640\nheight = 480\npattern = \"GRBG\"\nbits = 12\n[captures]\ndark = "
                "\"dark_1.raw\"\n");
     const std::string out = run_line(folder.path(), "calibrate s.toml --out new/deep");
-    EXPECT_NE(out.find("Lens shading: the session names no flat field, unity grids are applied\n"
-                       "White balance: the session names no grey card\n"
-                       "written: new/deep/results.json\n"),
-              std::string::npos)
-        << out;
+    EXPECT_NE(out.find("lens_shading: not done: no flat field ([captures] flat)\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("colour_matrix: not done: no chart ([captures] chart)\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("written: new/deep/results.json\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("verdict: pass\n"), std::string::npos) << out;
     EXPECT_EQ(folder.names(),
               (std::vector<std::string>{"dark_1.raw", "new", "new/deep", "new/deep/results.json", "s.toml"}));
 }
 
 TEST(Calibrate, RefusesTwoCapturesWhoseFilesWouldHaveOneName) {
     const TemporaryFolder folder;
-    write_text(folder / "flat.toml", "[captures]\nflat = [\"a/f.raw\", \"b/f.raw\"]\n");
-    write_text(folder / "chart.toml", "[captures]\nchart = [\"a/c.raw\", \"x.raw\", \"b/c.pgm\"]\n");
+    write_text(folder / "flat.toml", "[black_level]\noffset = 64\n[captures]\nflat = [\"a/f.raw\", \"b/f.raw\"]\n");
+    write_text(folder / "chart.toml",
+               "[black_level]\noffset = 64\n[colour_matrix]\nmethod = \"joint\"\n[captures]\nchart = [\"a/c.raw\", "
+               "\"x.raw\", \"b/c.pgm\"]\n");
     expect_errors(folder, {{"calibrate flat.toml --registers", "b/f.raw and a/f.raw: both would give files named f"},
                            {"calibrate flat.toml --corrected", "b/f.raw and a/f.raw"},
                            {"calibrate chart.toml --pictures", "b/c.pgm and a/c.raw: both would give files named c"},
                            {"calibrate chart.toml --tables", "b/c.pgm and a/c.raw"},
-                           {"calibrate chart.toml --registers", "dark names no file"}});
+                           {"calibrate chart.toml --registers", "a/c.raw: its colour pattern is not known"}});
 }
 
 TEST(Verify, GreyCardBecomesGrey) {
@@ -151,7 +152,7 @@ TEST(Verify, GreyCardBecomesGrey) {
     // The black-level stage alone: what a dark frame keeps is noise around 0. Any suffix but .pgm is raw.
     const std::string out = run_line(
         folder.path(), "verify " + (session / "dark_1.raw").string() + values + " --stage black-level --out d");
-    EXPECT_EQ(out, "written: d (640 x 480, GRBG, 12 bits)\n");
+    EXPECT_EQ(out, "applied: black level 64 66 65 63; no mesh; gains 1.0000 and 1.0000\nwritten: d\n");
     const std::string dark = read_text(folder / "d");
     ASSERT_EQ(dark.size(), std::size_t{640} * 480 * 2);
     std::size_t zeros = 0;
@@ -161,8 +162,10 @@ TEST(Verify, GreyCardBecomesGrey) {
         zeros += dark[i] == 0 ? 1 : 0;
     }
     EXPECT_GT(zeros, dark.size() / 5);
-    expect_errors(folder, {{"verify " + grey + values + " --out o.raw",
-                            "holds white balance for 2850 K, 5000 K, 6500 K; choose one with --illuminant"}});
+    write_text(folder / "g.toml", "[sensor]\nwidth = 640\nheight = 480\npattern = \"GRBG\"\nbits = 12\n");
+    expect_errors(folder,
+                  {{"verify " + grey + replaced(values, (session / "session.toml").string(), "g.toml") + " --out o.raw",
+                    "holds white balance for 2850 K, 5000 K, 6500 K; choose one with --illuminant"}});
 }
 
 }  // namespace
