@@ -15,8 +15,6 @@
 namespace cali::test {
 namespace {
 
-using host::Measured;
-
 /// Root mean square of errors over their stated uncertainties.
 class Scatter {
 public:
@@ -71,9 +69,10 @@ TEST(Uncertainty, OfTheBlackLevel) {
 
     // Eight bits of one code: the level may lie anywhere between two.
     host::Capture coarse{"c.raw", {32, 32, 3, 8, {}}, std::vector<uint32_t>(32 * 32, 64)};
-    const Measured mean = combine({measure_dark_frame(coarse, 0, {})}, host::BlackLevelMethod::mean).mean[0];
-    EXPECT_EQ(mean.value, 64);
-    EXPECT_NEAR(mean.uncertainty, 16 / std::sqrt(12), 1.1);
+    const auto results = combine({measure_dark_frame(coarse, 0, {})}, host::BlackLevelMethod::mean);
+    EXPECT_EQ(results.mean[0].value, 64);
+    EXPECT_NEAR(results.mean[0].uncertainty, 16 / std::sqrt(12), 1.1);
+    EXPECT_EQ(describe(results).tables[0].rows[3].cells[5], "64.000");
 }
 
 TEST(Uncertainty, OfGainsFollowsTheNoiseAndNotTheShading) {
