@@ -170,12 +170,14 @@ Section describe(const BlackLevelResults& results) {
     }
     const BlackLevels& values = results.values;
     if (std::ranges::all_of(results.mean, [](const Measured& mean) { return mean.uncertainty > 0; })) {
-        Row& means = table.rows.emplace_back(Row{{"all frames", "unrounded mean"}, ""});
-        Row& spreads = table.rows.emplace_back(Row{{"", "+/-"}, ""});
+        Row means{{"all frames", "unrounded mean"}, ""};
+        Row uncertainties{{"", "+/-"}, ""};
         for (const Measured& mean : results.mean) {
             means.cells.push_back(text("%.3f", mean.value));
-            spreads.cells.push_back(text("%.4f", mean.uncertainty));
+            uncertainties.cells.push_back(text("%.4f", mean.uncertainty));
         }
+        table.rows.push_back(std::move(means));
+        table.rows.push_back(std::move(uncertainties));
     }
     table.rows.push_back({offset_row("offset", method_name(results.method), values.offset), ""});
     Row& gains = table.rows.emplace_back(Row{{"restoring gain", ""}, ""});
