@@ -34,8 +34,8 @@ void Progress::step(const std::string& name) {
     const double rate = static_cast<double>(done_) / (seconds > 1e-9 ? seconds : 1e-9);
     const auto left = std::lround(static_cast<double>(total_ - done_) / rate);
     const auto filled = static_cast<int>(kBar * done_ / (total_ == 0 ? 1 : total_));
-    (void)std::fprintf(stderr, "\r[%.*s%*s] %zu of %zu, %.1f/s, %ld:%02ld left ", filled,
-                       "########################", kBar - filled, "", done_, total_, rate, left / 60, left % 60);
+    (void)std::fprintf(stderr, "\r[%.*s%*s] %zu of %zu, %.1f/s, %ld:%02ld left ", filled, "########################",
+                       kBar - filled, "", done_, total_, rate, left / 60, left % 60);
     open_ = true;
 }
 

@@ -30,8 +30,8 @@ struct DarkFrameLevels {
     bool median_in_bounds = true;
     std::vector<Channels<uint32_t>> blocks;  ///< local means, where asked for
     DarkMeasures measures = {};
-    Channels<SampleSums> samples{};          ///< without defects
-    double step = 1;                         ///< one code of the file's own depth, in 12-bit codes
+    Channels<SampleSums> samples{};  ///< without defects
+    double step = 1;                 ///< one code of the file's own depth, in 12-bit codes
 };
 
 struct BlackLevelResults {

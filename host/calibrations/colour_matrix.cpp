@@ -15,7 +15,6 @@
 namespace cali::host {
 namespace {
 
-
 std::vector<Colour> reference_colours() {
     std::vector<Colour> linear;
     linear.reserve(kChartPatches);

@@ -39,8 +39,8 @@ struct CorrectedFlat {
                                                const ShadingSettings& settings, const LibraryOutput& output,
                                                CorrectedFlat& corrected);
 
-/// Corrects a capture of an evenly lit surface with tables that are known, and measures how even it is before and after:
-/// `shading` receives that. The capture's samples are used up. Returns the corrected frames.
+/// Corrects a capture of an evenly lit surface with tables that are known, and measures how even it is before and
+/// after: `shading` receives that. The capture's samples are used up. Returns the corrected frames.
 CorrectedFlat prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading,
                             const LibraryOutput& output);
 

@@ -93,8 +93,8 @@ PgmHeader check_header(Capture& capture, std::span<const uint8_t> head, uint64_t
         std::max(static_cast<int>(std::bit_width(static_cast<unsigned>(header.max_value))), kMinBits);
     sensor.bits = geometry.bits.value_or(header_bits);
     sensor.white_level = std::min(header.max_value, (1 << sensor.bits) - 1);
-    const uint64_t expected = static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.height) *
-                              (is_wide(header) ? 2U : 1U);
+    const uint64_t expected =
+        static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.height) * (is_wide(header) ? 2U : 1U);
     const uint64_t found = bytes - std::min<uint64_t>(header.size(), bytes);
     if (found < expected) {
         throw InputError(capture.file.string() +

@@ -53,9 +53,9 @@ Colour mean_colour(const Capture& frame, const TuningValues& values, const Windo
     Colour count{};
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const auto columns = static_cast<std::size_t>(window.width);
-        const std::size_t colour = colour_of(bayer_channel(
-            frame.sensor.pattern, static_cast<uint32_t>(window.y) + static_cast<uint32_t>(i / columns),
-            static_cast<uint32_t>(window.x) + static_cast<uint32_t>(i % columns)));
+        const std::size_t colour = colour_of(
+            bayer_channel(frame.sensor.pattern, static_cast<uint32_t>(window.y) + static_cast<uint32_t>(i / columns),
+                          static_cast<uint32_t>(window.x) + static_cast<uint32_t>(i % columns)));
         sum[colour] += samples[i];
         count[colour] += 1;
     }

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <vector>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace cali::host {
 

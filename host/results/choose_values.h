@@ -26,7 +26,9 @@ public:
     /// The gains of the nearest light; false where there are none.
     bool nearest_gains(std::optional<double> illuminant_k, TuningValues& values) const;
     /// All grey cards.
-    [[nodiscard]] std::vector<WhiteBalance> lights() const { return applicable(results_.white_balance, "white_balance"); }
+    [[nodiscard]] std::vector<WhiteBalance> lights() const {
+        return applicable(results_.white_balance, "white_balance");
+    }
     /// The matrix of a light: the only one, or that of the temperature. Throws InputError.
     [[nodiscard]] MatrixCalibration matrix(std::optional<double> illuminant_k) const;
 

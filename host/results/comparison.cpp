@@ -94,15 +94,16 @@ public:
 
     void missing(const std::string& what) {
         Judge judge(limits_, {section_, "", {}});
-        judge.say(Check::diff_missing, Severity::fail, what + (entry_.empty() ? "" : " of " + entry_) +
-                                                           " stands in one of the files only");
+        judge.say(Check::diff_missing, Severity::fail,
+                  what + (entry_.empty() ? "" : " of " + entry_) + " stands in one of the files only");
         keep(judge);
     }
 
 private:
     void add(Check check, const std::string& figure, double golden, double found, double difference) {
         Judge judge(limits_, {section_, "", {}});
-        const Severity severity = judge.hold(check, std::abs(difference), entry_.empty() ? figure : entry_ + ", " + figure);
+        const Severity severity =
+            judge.hold(check, std::abs(difference), entry_.empty() ? figure : entry_ + ", " + figure);
         keep(judge);
         comparison_.differences.push_back(
             {section_, entry_, figure, golden, found, difference, record_of(check).unit, severity});

@@ -40,8 +40,7 @@ void section(Archive& archive, const char* key, std::vector<T>& results) {
 }
 
 void output_fields(Archive& archive, std::vector<std::filesystem::path>& outputs) {
-    archive.list("outputs", outputs,
-                 [](Archive entry, std::filesystem::path& output) { entry.file("file", output); });
+    archive.list("outputs", outputs, [](Archive entry, std::filesystem::path& output) { entry.file("file", output); });
 }
 
 /// Last: a file that has it is whole.

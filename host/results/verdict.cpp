@@ -63,15 +63,15 @@ std::vector<Finding> stale_sections(const Results& results) {
                 return value.section == used.section && value.entry == used.entry && value.digest == used.digest;
             });
             if (used.given.empty() && !unchanged) {
-                stale.push_back({record_of(Check::stale).code,
-                                 Severity::warn,
-                                 {section, "", {}},
-                                 entry,
-                                 {},
-                                 "",
-                                 {},
-                                 used.section + (used.entry.empty() ? "" : " " + used.entry) +
-                                     " has changed since: run it again"});
+                stale.push_back(
+                    {record_of(Check::stale).code,
+                     Severity::warn,
+                     {section, "", {}},
+                     entry,
+                     {},
+                     "",
+                     {},
+                     used.section + (used.entry.empty() ? "" : " " + used.entry) + " has changed since: run it again"});
             }
         }
     });

@@ -135,8 +135,7 @@ private:
             Capture flat = read(lit.file);
             const SensorGeometry sensor = flat.sensor;
             CorrectedFlat corrected;
-            Step<LensShading> step =
-                flat_step(flat, lit.illuminant_k, values, session_.shading, rules_, corrected);
+            Step<LensShading> step = flat_step(flat, lit.illuminant_k, values, session_.shading, rules_, corrected);
             if (step.usable()) {
                 observer_.flat_field(*step.result, sensor, corrected);
             }
@@ -194,7 +193,8 @@ private:
         const std::vector<MatrixCalibration> matrices = results_.matrices;
         for (const MatrixCalibration& matrix : matrices) {
             if (!rules_.forced && matrix.record.standing == Standing::rejected) {
-                observer_.not_done("colour_table", matrix.file.filename().string() + ": its colour matrix was rejected");
+                observer_.not_done("colour_table",
+                                   matrix.file.filename().string() + ": its colour matrix was rejected");
                 continue;
             }
             Step<ColourTable> step = table_step(matrix, {}, rules_);
@@ -206,9 +206,8 @@ private:
         TuningValues values;
         chooser().black_level(values);
         SensorGeometry sensor;
-        Step<NoiseResults> step =
-            noise_step({session_.series, session_.geometry, values, session_.noise, sensor}, rules_,
-                       [&](const Capture& frame) { seen(frame); });
+        Step<NoiseResults> step = noise_step({session_.series, session_.geometry, values, session_.noise, sensor},
+                                             rules_, [&](const Capture& frame) { seen(frame); });
         finish(step, [](Results& made, NoiseResults result) { made.noise = std::move(result); });
     }
 
@@ -233,7 +232,8 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
     const bool gains = (asked("awb") && !session.grey.empty()) || !earlier.white_balance.empty() ||
                        session.matrix.method == MatrixMethod::joint;
     const bool charts = !session.chart.empty() && gains;
-    constexpr const char* kNoBlack = "no dark frame ([captures] dark), nor a black level by number ([black_level] offset)";
+    constexpr const char* kNoBlack =
+        "no dark frame ([captures] dark), nor a black level by number ([black_level] offset)";
     const std::vector<Need> needs = {
         {"blc", "black_level", !session.dark.empty() || session.black_level_offset.has_value(), kNoBlack},
         {"lsc", "lens_shading", black && !session.flat.empty(), black ? "no flat field ([captures] flat)" : kNoBlack},

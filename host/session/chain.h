@@ -18,9 +18,9 @@ inline constexpr std::array<const char*, 6> kChainParts = {"blc", "lsc", "awb", 
 
 /// What of a session is to be done.
 struct ChainPlan {
-    std::set<std::string> parts;                                  ///< of kChainParts
-    std::vector<std::pair<std::string, std::string>> left_out;    ///< section of the results, and what is missing
-    std::vector<std::filesystem::path> captures;                  ///< that will be read, in order
+    std::set<std::string> parts;                                ///< of kChainParts
+    std::vector<std::pair<std::string, std::string>> left_out;  ///< section of the results, and what is missing
+    std::vector<std::filesystem::path> captures;                ///< that will be read, in order
 
     [[nodiscard]] bool does(const char* part) const { return parts.count(part) != 0; }
 };
@@ -58,7 +58,7 @@ public:
 
 /// Computes; shows and writes nothing itself. `results` holds what earlier runs left, and receives what is made.
 /// Returns the text of the first input that turned out wrong on the way, if any: what does not need it was done.
-[[nodiscard]] std::optional<std::string> run_chain(const Session& session, const ChainPlan& plan, const StepRules& rules, ChainObserver& observer,
-                                                   Results& results);
+[[nodiscard]] std::optional<std::string> run_chain(const Session& session, const ChainPlan& plan,
+                                                   const StepRules& rules, ChainObserver& observer, Results& results);
 
 }  // namespace cali::host

@@ -80,8 +80,8 @@ Channels<uint32_t> read_offset(const TomlSection& section, const Geometry& geome
     const int most = (1 << geometry.bits.value_or(kLibraryBits)) - 1;
     Channels<uint32_t> offset{};
     for (std::size_t c = 0; c < offset.size(); ++c) {
-        offset[c] = static_cast<uint32_t>(
-            check_number(codes[codes.size() == 1 ? 0 : c], 0, most, section.where("offset")));
+        offset[c] =
+            static_cast<uint32_t>(check_number(codes[codes.size() == 1 ? 0 : c], 0, most, section.where("offset")));
     }
     return offset;
 }
@@ -110,8 +110,8 @@ NoiseSettings read_noise_settings(const TomlSection& section) {
 
 Session read_session(const std::filesystem::path& file) {
     const TomlSection root = TomlSection::read_file(file);
-    root.allow_only({"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix", "noise",
-                     "limits"});
+    root.allow_only(
+        {"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix", "noise", "limits"});
 
     Session session;
     session.file = file;

@@ -9,9 +9,9 @@
 #include "calibrations/colour_matrix_settings.h"
 #include "calibrations/lens_shading_settings.h"
 #include "calibrations/noise_settings.h"
+#include "captures/channels.h"
 #include "captures/frame_series.h"
 #include "captures/geometry.h"
-#include "captures/channels.h"
 #include "captures/light.h"
 #include "checks/check.h"
 

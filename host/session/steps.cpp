@@ -53,7 +53,8 @@ Step<T> carry_out(Judge judge, const StepRules& rules, std::vector<InputRecord> 
         for (Finding& finding : step.findings) {
             if (finding.severity == Severity::fail) {
                 finding.severity = Severity::warn;
-                finding.message += (finding.message.empty() ? "" : "; ") + std::string("applied all the same (--force)");
+                finding.message +=
+                    (finding.message.empty() ? "" : "; ") + std::string("applied all the same (--force)");
             }
         }
     }

@@ -144,19 +144,20 @@ std::vector<std::pair<std::string, std::array<double, 2>>> TomlSection::number_p
     if (table_ == nullptr) {
         return pairs;
     }
-    for (const auto& [key, node] : *as_table(table_)) {
+    for (const auto& [entry_key, node] : *as_table(table_)) {
+        const std::string key(entry_key.str());
         std::vector<double> numbers;
         for_each_element(&node, [&](const toml::node& element) {
             const auto number = element.value<double>();
             if (!number) {
-                fail(key.str(), &element, "two numbers, [warn, fail]");
+                fail(key, &element, "two numbers, [warn, fail]");
             }
             numbers.push_back(*number);
         });
         if (numbers.size() != 2) {
-            fail(key.str(), &node, "two numbers, [warn, fail]");
+            fail(key, &node, "two numbers, [warn, fail]");
         }
-        pairs.push_back({std::string(key.str()), {numbers[0], numbers[1]}});
+        pairs.push_back({key, {numbers[0], numbers[1]}});
     }
     return pairs;
 }
@@ -164,7 +165,8 @@ std::vector<std::pair<std::string, std::array<double, 2>>> TomlSection::number_p
 double TomlSection::light(std::string_view key) const {
     const double kelvin = *number(key);
     if (!(kelvin >= kLeastLightK && kelvin <= kMostLightK)) {
-        throw InputError(where(key) + host::text(" is %g, expected %g to %g kelvin", kelvin, kLeastLightK, kMostLightK));
+        throw InputError(where(key) +
+                         host::text(" is %g, expected %g to %g kelvin", kelvin, kLeastLightK, kMostLightK));
     }
     return kelvin;
 }
