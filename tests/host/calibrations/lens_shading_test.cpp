@@ -5,6 +5,7 @@
 
 #include "base/error.h"
 #include "core/channel.h"
+#include "library/front_end.h"
 #include "results/results_file.h"
 #include "simulation/sensor.h"
 #include "support/program.h"
@@ -116,6 +117,15 @@ TEST(Flatness, IsReckonedFromTheCentre) {
 TEST(LensShading, TinyFramesAreRefused) {
     host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000), {}};
     host::CorrectedFlat corrected;
+    EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}, corrected), host::InputError);
+}
+
+TEST(LensShading, BlocksTakeFramesOfTheirSizeAlone) {
+    host::Capture wide{"wide", {8193, 16, 3, 12, {}}, std::vector<uint32_t>(8193 * 16, 2000)};
+    host::CorrectedFlat corrected;
+    EXPECT_THROW((void)calibrate_flat_field(wide, {}, {}, {}, corrected), host::InputError);
+    EXPECT_THROW((void)host::apply_front_end(wide, {}, {}), host::InputError);
+    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000)};
     EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}, corrected), host::InputError);
 }
 

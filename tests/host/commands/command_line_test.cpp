@@ -155,6 +155,12 @@ TEST_F(CommandLine, TheLibrarysOutputStaysApart) {
     EXPECT_LT(mean, gains);
 }
 
+TEST_F(CommandLine, ProgressCountsEveryFrame) {
+    const ProgramRun run =
+        run_program(folder_.path(), words("noise --session s.toml --level dark.raw --level grey.raw --progress"));
+    EXPECT_NE(run.err.find("1 of 2: dark.raw\n2 of 2: grey.raw\n"), std::string::npos) << run.err;
+}
+
 /// A run that fails its checks leaves results that say so, and nothing else; forced, they are applied.
 TEST_F(CommandLine, FailedChecksEndWithStatus1AndAreNotApplied) {
     const ProgramRun bright = run_program(folder_.path(), words("blc grey.raw --session s.toml"));

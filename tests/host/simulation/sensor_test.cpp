@@ -73,6 +73,9 @@ TEST(Sensor, ShadingFallsOffFromTheAxisByColour) {
     const double r2 = (109.5 * 109.5 + 49.5 * 49.5) / (100.0 * 100 + 50 * 50);
     EXPECT_NEAR(at(0, 0), 0.9 * 4095 * (1 - 0.38 * r2 - 0.1 * r2 * r2), 1);
     EXPECT_GT(at(1, 0), at(0, 0));
+    sensor.axis_y = 10;  // downward
+    const auto lower = host::expose(sensor, {true, {{0.9, 0.9, 0.9}}}, 1, 0);
+    EXPECT_GT(lower[99 * 200 + 110], frame[99 * 200 + 110] + 50);
 }
 
 TEST(Sensor, ChartShowsEveryPatchInItsPlace) {
