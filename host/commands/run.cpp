@@ -225,6 +225,12 @@ int Run::finish(Results whole, Severity severity) {
         report_.written(file);
         whole.outputs.push_back(file);
     }
+    // What earlier runs wrote and this one did not stays known for its own.
+    for (const std::filesystem::path& file : earlier_outputs_) {
+        if (is_there(file) && std::ranges::find(whole.outputs, file) == whole.outputs.end()) {
+            whole.outputs.push_back(file);
+        }
+    }
     {
         const FileLock lock(options_.results);
         write_results(options_.results, whole);

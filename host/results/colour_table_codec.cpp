@@ -20,6 +20,7 @@ void fields(Archive& archive, ColourTable& table) {
         figures.field("after_worst", table.after.worst);
         figures.field("leave_one_out_mean", table.leave_one_out);
         figures.field("grey_movement", table.grey_movement);
+        figures.derived("gain", table.gain());
     });
     archive.field("table", table.value);
     const auto nodes = static_cast<std::size_t>(settings.nodes);

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "base/error.h"
+#include "base/text.h"
 #include "checks/chart_checks.h"
 #include "checks/curve_checks.h"
 #include "checks/dark_checks.h"
@@ -357,6 +358,21 @@ TEST(Limits, OutsideThemAndNoNumberFail) {
     EXPECT_THROW((void)host::parse_fault("tilt=x", "the test"), host::InputError);
     EXPECT_THROW((void)host::parse_fault("tilt=101", "the test"), host::InputError);
     EXPECT_THROW((void)host::parse_fault("tlit", "the test"), host::InputError);
+}
+
+/// What users read is what is in force.
+TEST(Limits, StandInTheDocs) {
+    const std::string docs = read_text(std::filesystem::path(CALI_DOCS) / "limits.md");
+    for (std::size_t i = 0; i < host::kChecks; ++i) {
+        const host::CheckRecord& record = record_of(static_cast<Check>(i));
+        const std::size_t row = docs.find(std::string("| `") + record.code + "` |");
+        ASSERT_NE(row, std::string::npos) << record.code;
+        const std::string text = docs.substr(row, docs.find('\n', row) - row);
+        const std::string limits = host::text("| %g / %g |", record.limit.warn, record.limit.fail);
+        if (text.find(" / ", text.rfind("| ", text.size() - 3)) != std::string::npos) {
+            EXPECT_EQ(text.substr(text.rfind("| ", text.size() - 3)), limits) << record.code;
+        }
+    }
 }
 
 }  // namespace
