@@ -79,6 +79,14 @@ double spread_of(std::span<const MeasuredLevel> levels, double full_scale, const
     return spread;
 }
 
+/// Within twice its uncertainty: far from zero light, the line's end is not well known.
+double largest_read_noise(const NoiseResults& noise, std::size_t channel) {
+    const auto& [value, uncertainty] = noise.weighted[channel].intercept;
+    const double squared =
+        uncertainty > 0 ? value + 2 * uncertainty : static_cast<double>(noise.variance[channel].intercept);
+    return std::sqrt(std::max(squared, 0.0));
+}
+
 }  // namespace
 
 SeriesFrame measure_series_frame(const Capture& frame, const Window& window, const BlackLevels& black_level) {
@@ -123,10 +131,12 @@ void check_noise(const NoiseResults& noise, const SensorGeometry& sensor, Judge&
     const auto worst = std::ranges::max_element(noise.variance, {}, &NoiseLine::residual);
     judge.hold(Check::noise_residual, worst->residual * 100,
                kChannelKeys[static_cast<std::size_t>(worst - noise.variance.begin())]);
-    const auto least = std::ranges::min_element(noise.variance, {}, &NoiseLine::intercept);
-    judge.hold(Check::noise_read_noise,
-               std::sqrt(std::max(static_cast<double>(least->intercept), 0.0)) / code_step(sensor.bits),
-               kChannelKeys[static_cast<std::size_t>(least - noise.variance.begin())]);
+    Channels<double> read_noise{};
+    for (std::size_t c = 0; c < read_noise.size(); ++c) {
+        read_noise[c] = largest_read_noise(noise, c) / code_step(sensor.bits);
+    }
+    const auto least = std::ranges::min_element(read_noise);
+    judge.hold(Check::noise_read_noise, *least, kChannelKeys[static_cast<std::size_t>(least - read_noise.begin())]);
     const auto rounding = [&](const NoiseLevel& level) { return sum_rounding(level, noise.window); };
     if (!noise.levels.empty()) {
         const NoiseLevel& level = *std::ranges::max_element(noise.levels, {}, rounding);
