@@ -189,12 +189,16 @@ void Run::take_findings(const std::vector<Finding>& findings) {
     made_.findings.insert(made_.findings.end(), findings.begin(), findings.end());
 }
 
-void Run::count_library_lines() {
+int Run::conclude(const Results& all, Severity severity) {
+    report_.written(options_.results);
     const LibraryOutput::Lines& lines = output_->lines();
     if (lines.warn > 0) {
         report_.note(text("the library printed %zu lines, %zu of them WARN: -v shows them, --log keeps them", lines.all,
                           lines.warn));
     }
+    report_.verdict(all);
+    report_.finish();
+    return options_.report.status(severity);
 }
 
 int Run::finish() {
@@ -213,11 +217,7 @@ int Run::finish() {
         merge(all, std::move(made_));
         write_results(options_.results, all);
     }
-    report_.written(options_.results);
-    count_library_lines();
-    report_.verdict(all);
-    report_.finish();
-    return options_.report.status(severity);
+    return conclude(all, severity);
 }
 
 int Run::finish(Results whole, Severity severity) {
@@ -235,11 +235,7 @@ int Run::finish(Results whole, Severity severity) {
         const FileLock lock(options_.results);
         write_results(options_.results, whole);
     }
-    report_.written(options_.results);
-    count_library_lines();
-    report_.verdict(whole);
-    report_.finish();
-    return options_.report.status(severity);
+    return conclude(whole, severity);
 }
 
 void ValueOptions::add_to(Command& command, std::initializer_list<Kind> kinds) {
@@ -311,7 +307,8 @@ Results ValueOptions::values(const Results& earlier, const SensorGeometry& senso
     if (!values.black_level) {
         run.report().warn("no black level is known: none is subtracted");
     }
-    values.file = values.file.empty() ? std::filesystem::path("--values") : values.file;
+    // Whose lack of a light messages speak of.
+    values.file = values_.empty() ? values.file : std::filesystem::path(values_.front());
     return values;
 }
 

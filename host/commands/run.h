@@ -94,7 +94,7 @@ private:
     }
     void show(const WhiteBalance& result) { report_.section(describe(std::vector{result})); }
     void take_findings(const std::vector<Finding>& findings);
-    void count_library_lines();
+    [[nodiscard]] int conclude(const Results& all, Severity severity);
 
     const RunOptions& options_;
     Invocation invocation_;
