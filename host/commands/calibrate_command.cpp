@@ -56,13 +56,35 @@ std::string list_of(const ChainPlan& plan) {
     return names;
 }
 
+/// Made for the outputs; goes again where nothing was written.
+class OutputFolder {
+public:
+    explicit OutputFolder(const std::filesystem::path& folder) : folder_(folder) {
+        std::error_code error;
+        made_ = !folder.empty() && !std::filesystem::exists(folder, error);
+        if (!folder.empty()) {
+            make_folder(folder);
+        }
+    }
+    ~OutputFolder() {
+        std::error_code not_empty;
+        if (made_) {
+            std::filesystem::remove(folder_, not_empty);
+        }
+    }
+    OutputFolder(const OutputFolder&) = delete;
+    OutputFolder& operator=(const OutputFolder&) = delete;
+
+private:
+    const std::filesystem::path& folder_;
+    bool made_ = false;
+};
+
 int act(const CalibrateOptions& options, const Invocation& invocation) {
     const Session session = read_session(options.session);
     const std::filesystem::path folder =
         options.folder.empty() ? session.file.parent_path() : std::filesystem::path(options.folder);
-    if (!folder.empty()) {
-        make_folder(folder);
-    }
+    const OutputFolder made(folder);
     RunOptions run_options = options.run;
     run_options.results = (folder / "results.json").string();
     run_options.fresh = options.only.empty();

@@ -102,7 +102,7 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
          {"clut none.json --domain lab", "--domain"},
          {"verify grey.raw --session s.toml --results none.json --out o.pgm", "none.json: holds no black level"},
          {"calibrate gone.toml", "gone.toml: no such session file"},
-         {"calibrate missing.toml", "gone.raw: no such file"},
+         {"calibrate missing.toml --out new", "gone.raw: no such file"},
          {"calibrate empty.toml", "empty.toml: nothing can be calibrated: no dark frame"},
          {"noise --session s.toml", "no series is given"},
          {"noise --session s.toml --level grey.raw", "the noise series has 1 level, expected two or more"},
