@@ -128,6 +128,8 @@ TEST(OutputFile, NoTemporaryFileOutlivesASignal) {
         ASSERT_EQ(pipe(ready.data()), 0);
         const pid_t child = fork();
         if (child == 0) {
+            std::signal(signal, SIG_DFL);  // what runs in the background may ignore it
+            alarm(30);
             host::system_file::clean_up_on_signals();
             host::PendingFiles files;
             files.add_text(folder / "a", "1");
