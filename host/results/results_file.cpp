@@ -55,8 +55,7 @@ void output_fields(Archive& archive, std::vector<std::filesystem::path>& outputs
     if (!archive.reading()) {
         outputs = each_once(outputs);
     }
-    archive.list("outputs", outputs,
-                 [](Archive entry, std::filesystem::path& output) { entry.file("file", output); });
+    archive.list("outputs", outputs, [](Archive entry, std::filesystem::path& output) { entry.file("file", output); });
 }
 
 /// Last: a file that has it is whole.
