@@ -91,13 +91,15 @@ TEST(Reproducibility, TheSameSessionGivesTheSameBytesInAnyFolder) {
     std::filesystem::copy(one.path(), two / "deep", std::filesystem::copy_options::recursive);
     const std::string asked = " --registers --pictures --tables --force";
     run_line(one.path(), "calibrate session.toml" + asked);
-    const std::string elsewhere = "calibrate " + (two / "deep/session.toml").string() + asked;
+    const std::string elsewhere =
+        "calibrate " + (two / "deep/session.toml").string() + " --out " + (two / "out").string() + asked;
     run_line("/", elsewhere);
     const std::string results = read_text(one / "results.json");
-    EXPECT_EQ(results, read_text(two / "deep/results.json"));
+    // Not EXPECT_EQ: to show the difference of two such long texts takes all memory.
+    EXPECT_TRUE(results == read_text(two / "out/results.json"));
     EXPECT_EQ(results.find("\"/"), std::string::npos);
     run_line("/", elsewhere);  // it begins afresh, whatever is there
-    EXPECT_EQ(results, read_text(two / "deep/results.json"));
+    EXPECT_TRUE(results == read_text(two / "out/results.json"));
     // Part of it again adds nothing twice.
     run_line(one.path(), "calibrate session.toml --only lsc" + asked);
     const nlohmann::json again = read_json(one / "results.json");
