@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
+#include <set>
 #include <sstream>
 
 #include "base/error.h"
@@ -39,7 +41,20 @@ void section(Archive& archive, const char* key, std::vector<T>& results) {
     archive.list(key, results, [](Archive entry, T& result) { fields(entry, result); });
 }
 
+/// A later run may have written one again, or named it in another way.
+std::vector<std::filesystem::path> each_once(const std::vector<std::filesystem::path>& files) {
+    std::vector<std::filesystem::path> kept;
+    std::set<std::filesystem::path> seen;
+    std::ranges::copy_if(files, std::back_inserter(kept), [&](const std::filesystem::path& file) {
+        return seen.insert(std::filesystem::absolute(file).lexically_normal()).second;
+    });
+    return kept;
+}
+
 void output_fields(Archive& archive, std::vector<std::filesystem::path>& outputs) {
+    if (!archive.reading()) {
+        outputs = each_once(outputs);
+    }
     archive.list("outputs", outputs, [](Archive entry, std::filesystem::path& output) { entry.file("file", output); });
 }
 
