@@ -136,7 +136,7 @@ void expose(const Capture& chart, const ChartWindows& windows, TuningValues& val
     result.reference = reference_colours();
     result.exposure = grey_sum(result.reference, 1) / grey_sum(raw, 1);
     if (!std::isfinite(result.exposure) || result.exposure <= 0) {
-        throw CalibrationError(chart.file.string() + ": the chart's greys show no light above black");
+        throw CalibrationError(chart.file.filename().string() + ": the chart's greys show no light above black");
     }
     scale_exposure(values, result.exposure);
     values.gains = gains;

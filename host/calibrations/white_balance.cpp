@@ -100,7 +100,7 @@ WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const 
     result.window = {even_below(window.x), even_below(window.y), even_below(window.width), even_below(window.height)};
     result.gains = exports::awb_calc(grey, values.black_level, values.grids, window, output);
     if (result.gains.red == 0 || result.gains.blue == 0) {
-        throw CalibrationError(grey.file.string() +
+        throw CalibrationError(grey.file.filename().string() +
                                ": red or blue has no signal above black in the window, expected a lit grey target");
     }
     result.unrounded = unrounded_gains(grey, values, result.window);

@@ -54,8 +54,7 @@ void probe_raw(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, 
                          ", which is not read; expected 16-bit little-endian samples or binary PGM");
     }
     throw InputError(capture.file.string() + ": " + (bytes < 2 * count ? "truncated: " : "") +
-                     text("%llu bytes, expected %llu for ", static_cast<unsigned long long>(bytes),
-                          static_cast<unsigned long long>(2 * count)) +
+                     text("%llu bytes, expected %llu for ", static_cast<unsigned long long>(bytes), 2ULL * count) +
                      by(sensor.width, sensor.height) + " samples of 16 bits, the size by " + geometry.source);
 }
 

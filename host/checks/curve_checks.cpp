@@ -13,6 +13,12 @@ constexpr std::size_t kLeastLights = 4;
 }  // namespace
 
 void check_curve(const CurveResult& curve, Judge& judge) {
+    const auto unknown =
+        std::ranges::find_if(curve.points, [](const CurvePoint& point) { return !std::isfinite(point.fitted_y); });
+    if (unknown != curve.points.end()) {
+        judge.hold(Check::curve_distance, unknown->fitted_y, text("%.0f K", unknown->illuminant_k));
+        return;
+    }
     if (curve.points.size() < kLeastLights) {
         return;
     }

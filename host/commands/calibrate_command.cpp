@@ -84,7 +84,7 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     const Session session = read_session(options.session);
     const std::filesystem::path folder =
         options.folder.empty() ? session.file.parent_path() : std::filesystem::path(options.folder);
-    const OutputFolder made(folder);
+    const OutputFolder output_folder(folder);
     RunOptions run_options = options.run;
     run_options.results = (folder / "results.json").string();
     run_options.fresh = options.only.empty();
@@ -93,8 +93,7 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
         run.files().input(capture, "capture");
     }
     run.start();
-    Results results = run.earlier();
-    const ChainPlan plan = plan_chain(session, options.only, results);
+    const ChainPlan plan = plan_chain(session, options.only, run.earlier());
     for (const std::filesystem::path& name : ChainFiles::names(session, plan, folder, options.files)) {
         run.own_output(name);
     }
@@ -106,9 +105,11 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
         run.report().not_done(section, why);
     }
     ChainFiles files(folder, options.files, plan.captures.size(), run.report(), run.outputs());
-    const std::optional<std::string> stopped = run_chain(session, plan, run.rules(), files, results);
-    files.add_from(results);
-    const int status = run.finish(std::move(results), files.severity());
+    Results made;
+    const std::optional<std::string> stopped = run_chain(session, plan, run.rules(), files, run.earlier(), made);
+    files.add_from(made);
+    run.take(std::move(made));
+    const int status = run.finish();
     if (stopped) {
         throw InputError(*stopped);
     }

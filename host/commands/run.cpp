@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <utility>
 
 #include "base/error.h"
@@ -157,7 +158,8 @@ void Run::require_sensor(const SensorGeometry& sensor, const std::filesystem::pa
     if (!known || same_sensor(before, sensor)) {
         return;
     }
-    const std::string message = file.string() + ": " + to_text(sensor) + "; " + options_.results +
+    const auto name = [](const std::filesystem::path& path) { return path.filename().string(); };
+    const std::string message = name(file) + ": " + to_text(sensor) + "; " + name(options_.results) +
                                 (earlier_.file.empty() ? ", or what is applied" : "") + ": " + to_text(before);
     if (!options_.force) {
         throw InputError(message + ": expected one sensor; --new starts the results afresh, --force applies them");
@@ -184,6 +186,11 @@ CaptureRead Run::reader() {
     return [this](const Capture& capture) { require_sensor(capture.sensor, capture.file); };
 }
 
+void Run::take(Results made) {
+    made_.sensor = made.sensor.width != 0 ? made.sensor : made_.sensor;
+    merge(made_, std::move(made));
+}
+
 void Run::take_findings(const std::vector<Finding>& findings) {
     report_.findings(findings);
     made_.findings.insert(made_.findings.end(), findings.begin(), findings.end());
@@ -207,6 +214,8 @@ int Run::finish() {
     for (const std::filesystem::path& file : made_.outputs) {
         report_.written(file);
     }
+    // What earlier runs wrote and this one did not stays known for its own.
+    std::ranges::copy_if(earlier_outputs_, std::back_inserter(made_.outputs), is_there);
     Results all;
     {
         // Another step may have added to the file since it was read.
@@ -218,24 +227,6 @@ int Run::finish() {
         write_results(options_.results, all);
     }
     return conclude(all, severity);
-}
-
-int Run::finish(Results whole, Severity severity) {
-    for (const std::filesystem::path& file : outputs_.commit()) {
-        report_.written(file);
-        whole.outputs.push_back(file);
-    }
-    // What earlier runs wrote and this one did not stays known for its own.
-    for (const std::filesystem::path& file : earlier_outputs_) {
-        if (is_there(file) && std::ranges::find(whole.outputs, file) == whole.outputs.end()) {
-            whole.outputs.push_back(file);
-        }
-    }
-    {
-        const FileLock lock(options_.results);
-        write_results(options_.results, whole);
-    }
-    return conclude(whole, severity);
 }
 
 void ValueOptions::add_to(Command& command, std::initializer_list<Kind> kinds) {

@@ -79,13 +79,14 @@ public:
         take_findings(step.findings);
     }
 
+    /// What a chain of steps made; it was shown already.
+    void take(Results made);
+
     /// A file that appears with the others when the run is finished.
     [[nodiscard]] PendingFiles& outputs() { return outputs_; }
 
     /// Writes all files, the results last, shows the verdict, and returns the exit status.
     [[nodiscard]] int finish();
-    /// The same with results of the whole chain in place of those that were taken.
-    [[nodiscard]] int finish(Results whole, Severity severity);
 
 private:
     template <typename T>

@@ -14,7 +14,8 @@ template <typename Export>
 int run(const char* name, const Call& call, Export&& invoke) {
     const int status = call.output.call(name, invoke);
     if (status < 0) {
-        throw CalibrationError(call.file.string() + ": " + name + " rejected the capture (its reason stands above)");
+        throw CalibrationError(call.file.filename().string() + ": " + name +
+                               " rejected the capture (its reason stands above)");
     }
     return status;
 }

@@ -81,7 +81,6 @@ void ChainFiles::section(const Section& section) {
 void ChainFiles::findings(const std::vector<Finding>& findings) {
     progress_.finish();
     report_.findings(findings);
-    severity_ = std::max(severity_, worst(findings));
 }
 
 void ChainFiles::not_done(const std::string& section, const std::string& why) {

@@ -37,8 +37,6 @@ public:
 
     /// What follows from the results.
     void add_from(const Results& results);
-    /// Of all findings.
-    [[nodiscard]] Severity severity() const { return severity_; }
 
 private:
     std::filesystem::path folder_;
@@ -46,7 +44,6 @@ private:
     RunReport& report_;
     PendingFiles& files_;
     Progress progress_;
-    Severity severity_ = Severity::pass;
 };
 
 }  // namespace cali::host

@@ -37,6 +37,16 @@ std::string subject_name(const Finding& finding) {
 }  // namespace
 
 void merge(Results& results, Results step) {
+    // A light whose last capture gave no values has none that may be applied.
+    for (const Finding& finding : step.findings) {
+        if (finding.code == record_of(Check::not_computed).code && finding.severity == Severity::fail) {
+            for_each_record(results, [&](const char* section, const std::string& entry, Record& record) {
+                if (subject_name(finding) == std::string(section) + "/" + entry) {
+                    record.standing = Standing::rejected;
+                }
+            });
+        }
+    }
     put(results.black_level, step.black_level);
     put(results.lens_shading, step.lens_shading);
     put(results.white_balance, step.white_balance);

@@ -35,8 +35,8 @@ void require_one_per_light(const std::vector<LitCapture>& captures, const std::s
 class Chain {
 public:
     Chain(const Session& session, const ChainPlan& plan, const StepRules& rules, ChainObserver& observer,
-          Results& results)
-        : session_(session), plan_(plan), rules_(rules), observer_(observer), results_(results) {}
+          const Results& earlier, Results& made)
+        : session_(session), plan_(plan), rules_(rules), observer_(observer), results_(earlier), made_(made) {}
 
     std::optional<std::string> run() {
         if (plan_.does("blc")) {
@@ -69,6 +69,12 @@ private:
             carry_out();
         } catch (const CalibrationError& problem) {
             observer_.not_done(section, problem.what());
+            if (plan_.asked) {
+                Judge judge(rules_.limits, {section, "", {}});
+                judge.say(Check::not_computed, Severity::fail, problem.what());
+                observer_.findings(judge.findings());
+                made_.findings.push_back(judge.findings().front());
+            }
         } catch (const InputError& problem) {
             observer_.not_done(section, problem.what());
             stopped_ = stopped_.value_or(problem.what());
@@ -105,7 +111,8 @@ private:
             keep(made, std::move(*step.result));
         }
         observer_.findings(step.findings);
-        merge(results_, std::move(made));
+        merge(results_, made);
+        merge(made_, std::move(made));
     }
 
     template <typename T>
@@ -215,7 +222,8 @@ private:
     const ChainPlan& plan_;
     const StepRules& rules_;
     ChainObserver& observer_;
-    Results& results_;
+    Results results_;  ///< what is known so far
+    Results& made_;
     bool sensor_known_ = false;
     std::optional<std::string> stopped_;
 };
@@ -246,6 +254,7 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
         {"noise", "noise", black && !session.series.empty(), black ? "no series ([captures] series)" : kNoBlack},
     };
     ChainPlan plan;
+    plan.asked = !all;
     for (const Need& need : needs) {
         if (!asked(need.part)) {
             continue;
@@ -305,9 +314,9 @@ std::vector<std::pair<std::filesystem::path, SensorGeometry>> check_captures(con
 }
 
 std::optional<std::string> run_chain(const Session& session, const ChainPlan& plan, const StepRules& rules,
-                                     ChainObserver& observer, Results& results) {
-    results.limits = rules.limits;
-    return Chain(session, plan, rules, observer, results).run();
+                                     ChainObserver& observer, const Results& earlier, Results& made) {
+    made.limits = rules.limits;
+    return Chain(session, plan, rules, observer, earlier, made).run();
 }
 
 }  // namespace cali::host

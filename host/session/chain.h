@@ -21,6 +21,7 @@ struct ChainPlan {
     std::set<std::string> parts;                                ///< of kChainParts
     std::vector<std::pair<std::string, std::string>> left_out;  ///< section of the results, and what is missing
     std::vector<std::filesystem::path> captures;                ///< that will be read, in order
+    bool asked = false;  ///< for these parts alone: one that cannot be done is a failure
 
     [[nodiscard]] bool does(const char* part) const { return parts.count(part) != 0; }
 };
@@ -56,9 +57,11 @@ public:
     }
 };
 
-/// Computes; shows and writes nothing itself. `results` holds what earlier runs left, and receives what is made.
-/// Returns the text of the first input that turned out wrong on the way, if any: what does not need it was done.
+/// Computes; shows and writes nothing itself. `earlier` holds what earlier runs left, which is applied where the plan
+/// does not make it anew; `made` receives what is made. Returns the text of the first input that turned out wrong on
+/// the way, if any: what does not need it was done.
 [[nodiscard]] std::optional<std::string> run_chain(const Session& session, const ChainPlan& plan,
-                                                   const StepRules& rules, ChainObserver& observer, Results& results);
+                                                   const StepRules& rules, ChainObserver& observer,
+                                                   const Results& earlier, Results& made);
 
 }  // namespace cali::host

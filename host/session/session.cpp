@@ -109,7 +109,7 @@ NoiseSettings read_noise_settings(const TomlSection& section) {
 }  // namespace
 
 Session read_session(const std::filesystem::path& file) {
-    const TomlSection root = TomlSection::read_file(file);
+    const TomlSection root = TomlSection::read_file(file, "session file");
     root.allow_only(
         {"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix", "noise", "limits"});
 
@@ -144,7 +144,7 @@ Session read_session(const std::filesystem::path& file) {
 }
 
 void read_limits(const std::filesystem::path& file, Limits& limits) {
-    const TomlSection root = TomlSection::read_file(file);
+    const TomlSection root = TomlSection::read_file(file, "file of limits");
     root.allow_only({"limits", "diff"});
     set_limits(root.section("limits"), limits);
     const TomlSection diff = root.section("diff");

@@ -57,10 +57,10 @@ std::string description(const toml::node& node) {
     return text.str();
 }
 
-toml::table parse(const std::filesystem::path& file) {
+toml::table parse(const std::filesystem::path& file, const char* what) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(file, error)) {
-        throw InputError(file.string() + ": no such session file");
+        throw InputError(file.string() + ": no such " + what);
     }
     try {
         return toml::parse_file(file.string());
@@ -82,8 +82,8 @@ TomlSection::TomlSection(std::shared_ptr<const Document> document, const void* t
                          std::filesystem::path folder)
     : document_(std::move(document)), table_(table), name_(std::move(name)), folder_(std::move(folder)) {}
 
-TomlSection TomlSection::read_file(const std::filesystem::path& file) {
-    const auto document = std::make_shared<const Document>(Document{parse(file)});
+TomlSection TomlSection::read_file(const std::filesystem::path& file, const char* what) {
+    const auto document = std::make_shared<const Document>(Document{parse(file, what)});
     return {document, &document->root, file.string(), file.parent_path()};
 }
 

@@ -21,8 +21,8 @@ namespace cali::host {
 /// folder.
 class TomlSection {
 public:
-    /// The file's root table. Throws InputError where it cannot be read as TOML.
-    static TomlSection read_file(const std::filesystem::path& file);
+    /// The file's root table. Throws InputError, which calls the file `what`, where it cannot be read as TOML.
+    static TomlSection read_file(const std::filesystem::path& file, const char* what);
 
     [[nodiscard]] bool holds(std::string_view key) const;
 

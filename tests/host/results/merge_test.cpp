@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "captures/raw_file.h"
+#include "results/merge.h"
 #include "support/program.h"
 
 namespace cali::test {
@@ -105,6 +106,19 @@ TEST(Reproducibility, TheSameSessionGivesTheSameBytesInAnyFolder) {
     const nlohmann::json again = read_json(one / "results.json");
     EXPECT_EQ(again["outputs"], json::parse(results)["outputs"]);
     EXPECT_EQ(again["lens_shading"].size(), 1U);
+}
+
+/// The last capture of a light gave nothing: what an earlier one gave is not applied any more.
+TEST(Merge, ACaptureWithoutValuesRejectsItsLight) {
+    host::Results results;
+    for (const double kelvin : {5000.0, 6500.0}) {
+        results.white_balance.emplace_back().illuminant_k = kelvin;
+    }
+    host::Results step;
+    step.findings = {{"not_computed", host::Severity::fail, {"white_balance", "g.raw", 5000}, "", {}, "", {}, "dark"}};
+    merge(results, step);
+    EXPECT_EQ(results.white_balance[0].record.standing, host::Standing::rejected);
+    EXPECT_EQ(results.white_balance[1].record.standing, host::Standing::passed);
 }
 
 }  // namespace
