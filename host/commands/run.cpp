@@ -36,6 +36,17 @@ bool is_there(const std::filesystem::path& file) {
     return !is_passed_on(file) && std::filesystem::exists(file, error);
 }
 
+/// Standard output is for one of them.
+RunReport report_of(const RunOptions& options, const Invocation& invocation) {
+    if (!is_standard_output(options.results)) {
+        return options.report.report(invocation.command);
+    }
+    if (options.report.json) {
+        throw InputError("--json and --results " + options.results + " both write to standard output, expected one");
+    }
+    return {invocation.command, RunReport::Style::silent};
+}
+
 /// Before any work: that it will be a file.
 void require_writable(const std::filesystem::path& file) {
     std::error_code error;
@@ -108,7 +119,7 @@ void RunOptions::add_rules_to(Command& command) {
 }
 
 Run::Run(const RunOptions& options, Invocation invocation, const std::optional<Session>& session)
-    : options_(options), invocation_(std::move(invocation)), report_(options.report.report(invocation_.command)) {
+    : options_(options), invocation_(std::move(invocation)), report_(report_of(options, invocation_)) {
     if (session) {
         limits_ = session->limits;
         files_.input(session->file, "session");

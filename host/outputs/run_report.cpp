@@ -53,9 +53,8 @@ std::string deciding_number(const Finding& finding) {
 }  // namespace
 
 void RunReport::section(const Section& section) {
-    if (json()) {
-        sections_.push_back(section);
-    } else {
+    sections_.push_back(section);
+    if (prints()) {
         print(section);
     }
 }
@@ -77,15 +76,14 @@ void RunReport::findings(const std::vector<Finding>& findings) {
 
 void RunReport::not_done(const std::string& section, const std::string& why) {
     not_done_.emplace_back(section, why);
-    if (!json()) {
+    if (prints()) {
         std::printf("%s: not done: %s\n", section.c_str(), why.c_str());
     }
 }
 
 void RunReport::note(const std::string& text) {
-    if (json()) {
-        notes_.push_back(text);
-    } else {
+    notes_.push_back(text);
+    if (prints()) {
         std::printf("%s\n", text.c_str());
     }
 }
@@ -101,14 +99,14 @@ void RunReport::warn(const std::string& text) {
 
 void RunReport::written(const std::filesystem::path& file) {
     written_.push_back(file);
-    if (!json()) {
+    if (prints()) {
         print_written(file);
     }
 }
 
 void RunReport::verdict(const Results& results) {
     results_ = results;
-    if (json()) {
+    if (!prints()) {
         return;
     }
     Section table;
@@ -131,7 +129,7 @@ void RunReport::verdict(const Results& results) {
 }
 
 void RunReport::closing(bool judged) {
-    if (judged && !json()) {
+    if (judged && prints()) {
         std::printf("verdict: %s\n", severity_name(worst(findings_)));
     }
 }

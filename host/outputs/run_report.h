@@ -14,7 +14,8 @@ namespace cali::host {
 
 class RunReport {
 public:
-    enum class Style { text, verbose, json };
+    /// `silent`: standard output is taken by a file of the run.
+    enum class Style { text, verbose, json, silent };
 
     RunReport(std::string command, Style style) : command_(std::move(command)), style_(style) {}
 
@@ -40,6 +41,7 @@ public:
 
 private:
     [[nodiscard]] bool json() const { return style_ == Style::json; }
+    [[nodiscard]] bool prints() const { return style_ == Style::text || style_ == Style::verbose; }
 
     std::string command_;
     Style style_;

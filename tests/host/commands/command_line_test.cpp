@@ -57,6 +57,7 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
          {"blc dark.raw --session s.toml --method best", "--method is 'best', expected median"},
          {"blc dark.raw --session s.toml --results no/such/r.json",
           "no/such/r.json: cannot be written: there is no folder such"},
+         {"blc dark.raw --session s.toml --json --results -", "both write to standard output"},
          {"blc dark.raw --session s.toml --results dark.raw", "is also the dark frame dark.raw"},
          {"blc dark.raw --session s.toml --results grey.pgm", "grey.pgm: no results file of cali"},
          {"blc dark.raw --session s.toml --new --results s.toml", "is also the session s.toml"},

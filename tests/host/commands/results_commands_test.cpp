@@ -13,7 +13,8 @@ using nlohmann::json;
 TEST(Show, PrintsWhatCalibratePrinted) {
     const TemporaryFolder folder;
     const std::string session = (simulated_session() / "session.toml").string();
-    const std::string printed = run_line(folder.path(), "calibrate " + session + " --out .");
+    const std::string printed =
+        run_line(folder.path(), "calibrate " + session + " --out . --only blc,lsc,awb,ccm,noise");
     const std::string shown = run_line(folder.path(), "show results.json");
     std::istringstream lines(shown);
     std::size_t count = 0;
@@ -110,8 +111,8 @@ TEST(Verify, ProvesCapturesWithNumbers) {
 TEST(Json, IsTheWholeRun) {
     const TemporaryFolder folder;
     const TemporaryFolder& session = simulated_session();
-    const ProgramRun run =
-        run_program(folder.path(), words("calibrate " + (session / "session.toml").string() + " --out . --json"));
+    const ProgramRun run = run_program(
+        folder.path(), words("calibrate " + (session / "session.toml").string() + " --out . --json --only blc,lsc"));
     EXPECT_EQ(run.status, 0);
     const json document = json::parse(run.out);
     EXPECT_EQ(document["command"], "calibrate");
@@ -119,6 +120,8 @@ TEST(Json, IsTheWholeRun) {
     EXPECT_EQ(document["calibrations"].size(), 7U);
     EXPECT_EQ(document["findings"], read_json(folder / "results.json")["findings"]);
     EXPECT_EQ(document["sections"][0]["figures"][0]["name"], "mean_rr");
+    const std::string dark = (session / "dark_1.raw").string() + " --session " + (session / "session.toml").string();
+    EXPECT_EQ(json::parse(run_line(folder.path(), "blc " + dark + " --results -"))["verdict"], "pass");
 }
 
 }  // namespace
