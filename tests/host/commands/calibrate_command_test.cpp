@@ -90,6 +90,10 @@ TEST(Calibrate, GivesTheSameBitsOnTheBaselineInstructionSet) {
     }
     json results = read_json(folder / "base/results.json");
     json wide = read_json(simulated_session() / "results.json");
+    for (json* const document : {&results, &wide}) {  // of other parts of the chain
+        (*document)["noise"].erase("made");
+        (*document)["white_balance_curve"].erase("made");
+    }
     EXPECT_EQ(results["noise"], wide["noise"]);
     EXPECT_EQ(results["white_balance_curve"], wide["white_balance_curve"]);
     for (std::size_t i = 0; i < 3; ++i) {
