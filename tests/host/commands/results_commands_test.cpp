@@ -25,6 +25,18 @@ TEST(Show, PrintsWhatCalibratePrinted) {
         at = found;
     }
     EXPECT_GT(count, 60U);
+
+    json found = read_json(folder / "results.json");
+    found["findings"].push_back({{"code", "dark_spread"},
+                                 {"severity", "fail"},
+                                 {"calibration", "black_level"},
+                                 {"place", ""},
+                                 {"unit", "codes"},
+                                 {"message", "a fault of an earlier run"}});
+    write_text(folder / "found.json", found.dump());
+    const ProgramRun run = run_program(folder.path(), {"show", "found.json"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("a fault of an earlier run"), std::string::npos) << run.err;
 }
 
 TEST(Diff, EveryFigureAndTableIsHeldAgainstItsLimit) {
