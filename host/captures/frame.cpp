@@ -42,12 +42,22 @@ std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples) {
     return codes;
 }
 
-void fill_samples(Capture& capture, std::span<const uint8_t> bytes, const SampleForm& form) {
+Capture to_capture(FileFrame frame) {
+    Capture capture = std::move(frame.capture);
+    const int bits = capture.sensor.bits;
+    capture.samples.resize(frame.codes.size());
+    std::ranges::transform(frame.codes, capture.samples.begin(),
+                           [bits](uint16_t code) { return to_library_scale(code, bits); });
+    return capture;
+}
+
+void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form) {
+    const Capture& capture = frame.capture;
     const int bits = capture.sensor.bits;
     const auto columns = static_cast<std::size_t>(capture.sensor.width);
     const std::size_t count = columns * static_cast<std::size_t>(capture.sensor.height);
     const uint32_t most = (1U << static_cast<unsigned>(bits)) - 1U;
-    capture.samples.resize(count);
+    frame.codes.resize(count);
     for (std::size_t i = 0; i < count; ++i) {
         const uint32_t sample = sample_at(bytes.data(), i, form);
         if (sample > most) {
@@ -55,7 +65,7 @@ void fill_samples(Capture& capture, std::span<const uint8_t> bytes, const Sample
                                                           "%u (%d bits)",
                                                           i % columns, i / columns, sample, most, bits));
         }
-        capture.samples[i] = to_library_scale(sample, bits);
+        frame.codes[i] = static_cast<uint16_t>(sample);
     }
 }
 

@@ -21,9 +21,20 @@ struct Capture {
     SensorGeometry sensor;
     std::vector<uint32_t> samples;  ///< row-major
     InputRecord input = {};         ///< of the file it was read from
+    CaptureMetadata metadata = {};
+    std::vector<Setting> settings = {};  ///< size, pattern, depth and what else is in force, each with its source
 
     [[nodiscard]] ConstRawFrame view() const { return {samples.data(), sensor.width, sensor.height, sensor.pattern}; }
 };
+
+/// A capture as its file has it.
+struct FileFrame {
+    Capture capture;              ///< without samples
+    std::vector<uint16_t> codes;  ///< row-major, of the sensor's depth
+};
+
+/// The frame on the library's scale.
+[[nodiscard]] Capture to_capture(FileFrame frame);
 
 /// The 12-bit code of a sample of `bits` bits: fewer are shifted up, more are rounded to nearest and end at 4095.
 [[nodiscard]] uint32_t to_library_scale(uint32_t sample, int bits);
@@ -40,8 +51,8 @@ struct SampleForm {
     bool big_endian = false;
 };
 
-/// Fills `capture.samples` for its size and depth. Throws InputError for a sample that its depth does not hold.
-void fill_samples(Capture& capture, std::span<const uint8_t> bytes, const SampleForm& form);
+/// Fills `frame.codes` for the capture's size and depth. Throws InputError for a sample that its depth does not hold.
+void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form);
 
 void write_samples(std::ostream& stream, std::span<const uint16_t> samples, const SampleForm& form);
 

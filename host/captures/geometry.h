@@ -27,6 +27,28 @@ struct SensorGeometry {
     int pattern = 0;
     int bits = kLibraryBits;         ///< of the files
     std::optional<int> white_level;  ///< largest code of the files, where they tell
+    bool mono = false;               ///< one channel at every photosite; the pattern is then RGGB
+};
+
+/// Who says how captures are to be taken, the strongest first.
+enum class Source { option, session, measured, results, metadata };
+
+/// "option", "session", "measured", "results", "metadata".
+inline constexpr std::array<const char*, 5> kSourceNames = {"option", "session", "measured", "results", "metadata"};
+
+/// Something in force, for people: {"black level", "64.25", metadata}.
+struct Setting {
+    std::string name;
+    std::string value;
+    Source source = Source::metadata;
+};
+
+/// What a file tells of its capture beside the samples. Never who took it, where, or with which unit.
+struct CaptureMetadata {
+    std::optional<double> gain;  ///< analogue, 1 = ISO 100
+    std::optional<double> exposure_ms;
+    std::optional<std::array<double, 4>> black_level;  ///< RR, GR, GB, BB in codes of the file's depth, with fractions
+    std::optional<std::array<double, 3>> neutral;      ///< as shot: what white is, R, G, B, green 1
 };
 
 /// Whether size, pattern and depth agree: values of the one may be applied to captures of the other.

@@ -111,9 +111,9 @@ void probe_pgm(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, 
     (void)check_header(capture, head, bytes, geometry);
 }
 
-void read_pgm(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry) {
-    const PgmHeader header = check_header(capture, content, content.size(), geometry);
-    fill_samples(capture, content.subspan(header.size()), {is_wide(header), true});
+void read_pgm(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
+    const PgmHeader header = check_header(frame.capture, content, content.size(), geometry);
+    fill_codes(frame, content.subspan(header.size()), {is_wide(header), true});
 }
 
 void write_pgm(std::ostream& stream, int width, int height, int bits, std::span<const uint16_t> samples) {

@@ -58,11 +58,11 @@ void probe_raw(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, 
                      by(sensor.width, sensor.height) + " samples of 16 bits, the size by " + geometry.source);
 }
 
-void read_raw(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry) {
-    probe_raw(capture, content, content.size(), geometry);
-    const std::size_t count =
-        static_cast<std::size_t>(capture.sensor.width) * static_cast<std::size_t>(capture.sensor.height);
-    fill_samples(capture, content, {content.size() == 2 * count, false});
+void read_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
+    probe_raw(frame.capture, content, content.size(), geometry);
+    const SensorGeometry& sensor = frame.capture.sensor;
+    const std::size_t count = static_cast<std::size_t>(sensor.width) * static_cast<std::size_t>(sensor.height);
+    fill_codes(frame, content, {content.size() == 2 * count, false});
 }
 
 void write_raw(const std::filesystem::path& file, std::span<const uint16_t> samples) {

@@ -41,7 +41,7 @@ Bytes read_bytes(const std::filesystem::path& file, uint64_t most) {
 struct Reader {
     bool (*recognises)(const std::filesystem::path& file, std::span<const uint8_t> content);
     void (*probe)(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry);
-    void (*read)(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry);
+    void (*read)(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
 };
 
 /// The first that recognises a file reads it; the last takes what has no form of its own.
@@ -64,20 +64,24 @@ Capture empty_capture(const std::filesystem::path& file, const Geometry& geometr
 
 }  // namespace
 
-Capture read_capture(const std::filesystem::path& file, const Geometry& geometry) {
-    Capture capture = empty_capture(file, geometry);
+FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry) {
+    FileFrame frame{empty_capture(file, geometry), {}};
     const Bytes content = read_bytes(file, std::numeric_limits<uint64_t>::max());
-    capture.input = {file, content.size(), digest_of(content)};
-    reader_of(file, content).read(capture, content, geometry);
-    return capture;
+    frame.capture.input = {file, content.size(), digest_of(content)};
+    reader_of(file, content).read(frame, content, geometry);
+    return frame;
 }
 
-SensorGeometry probe_capture(const std::filesystem::path& file, const Geometry& geometry) {
+Capture read_capture(const std::filesystem::path& file, const Geometry& geometry) {
+    return to_capture(read_frame(file, geometry));
+}
+
+Capture probe_capture(const std::filesystem::path& file, const Geometry& geometry) {
     constexpr uint64_t kHead = 4096;  // more than any header
     Capture capture = empty_capture(file, geometry);
     const Bytes head = read_bytes(file, kHead);
     reader_of(file, head).probe(capture, head, std::filesystem::file_size(file), geometry);
-    return capture.sensor;
+    return capture;
 }
 
 }  // namespace cali::host

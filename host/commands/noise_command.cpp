@@ -53,7 +53,7 @@ void describe(Command& command, NoiseOptions& options) {
 SensorGeometry first_sensor(const std::vector<SeriesLevel>& series, const Geometry& geometry) {
     for (const SeriesLevel& level : series) {
         if (!level.files.empty()) {
-            return probe_capture(level.files.front(), geometry);
+            return probe_capture(level.files.front(), geometry).sensor;
         }
     }
     return {};

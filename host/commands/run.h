@@ -63,7 +63,6 @@ public:
 
     /// Throws InputError where the capture, or values, are of another sensor than `earlier`; a finding with --force.
     void require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file);
-    void require_sensor(const Results& values);
     /// Another results file, or the one that grows where it is that. Throws InputError.
     [[nodiscard]] Results read_values(const std::string& file);
     /// For steps: refuses captures of another sensor.

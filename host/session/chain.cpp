@@ -299,9 +299,7 @@ std::vector<std::pair<std::filesystem::path, SensorGeometry>> check_captures(con
         return std::ranges::find(captures, file, &LitCapture::file) != captures.end();
     };
     for (const std::filesystem::path& file : plan.captures) {
-        Capture capture;
-        capture.file = file;
-        capture.sensor = probe_capture(file, session.geometry);
+        const Capture capture = probe_capture(file, session.geometry);
         if (plan.does("ccm") && is_one_of(session.chart, file)) {
             (void)chart_windows(session.matrix.place, capture);
         }
