@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "base/conditions.h"
+
 namespace cali::host {
 
 enum class Severity { pass, warn, fail };
@@ -16,9 +18,9 @@ enum class Severity { pass, warn, fail };
 
 /// What a check looked at.
 struct Subject {
-    std::string calibration;             ///< key of its section in the results: "black_level"
-    std::filesystem::path capture;       ///< empty where it is of several
-    std::optional<double> illuminant_k;  ///< of the capture
+    std::string calibration;        ///< key of its section in the results: "black_level"
+    std::filesystem::path capture;  ///< empty where it is of several
+    Conditions taken;               ///< of the capture
 };
 
 struct Finding {

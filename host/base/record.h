@@ -1,6 +1,7 @@
 /// What a section of results was made of.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -24,6 +25,19 @@ struct ValueRecord {
     std::string given;  ///< the option or file that it came from instead of the results themselves; else empty
 };
 
+/// Who says how captures are to be taken, the strongest first.
+enum class Source { option, session, measured, results, metadata };
+
+/// "option", "session", "measured", "results", "metadata".
+inline constexpr std::array<const char*, 5> kSourceNames = {"option", "session", "measured", "results", "metadata"};
+
+/// Something in force, for people: {"black level", "64.25", metadata}.
+struct Setting {
+    std::string name;
+    std::string value;
+    Source source = Source::metadata;
+};
+
 /// Whether the checks let a section's values be applied.
 enum class Standing {
     passed,
@@ -40,6 +54,9 @@ struct Record {
     OptionRecord options;
     std::vector<InputRecord> inputs;
     std::vector<ValueRecord> values;
+    std::vector<Setting> in_force;     ///< size, pattern, depth, black level and so on of the first capture
+    bool mono = false;                 ///< of a sensor with one channel: figures are shown once
+    Source source = Source::measured;  ///< of the values: in this run, unless said otherwise. Not kept
     /// Of values that come from an option or another file than the run's own results: its name. Not kept.
     std::string given;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <numeric>
 
 #include "base/choice.h"
 #include "base/text.h"
@@ -97,6 +98,13 @@ Measured mean_over(const std::vector<DarkFrameLevels>& frames, std::size_t chann
     return {sum / count, std::hypot(std::sqrt(variance / count), rounding_bias(variance, step))};
 }
 
+Channels<double> on_library_scale(Channels<double> codes, int bits) {
+    for (double& code : codes) {
+        code = std::ldexp(code, kLibraryBits - bits);
+    }
+    return codes;
+}
+
 std::vector<std::string> offset_row(const std::string& first, const char* second, const Channels<uint32_t>& offset) {
     std::vector<std::string> cells = {first, second};
     for (const uint32_t code : offset) {
@@ -132,33 +140,63 @@ DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const Library
     return result;
 }
 
-BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method) {
-    BlackLevelResults results{method, {}, std::move(frames), {}, {}};
-    for (std::size_t c = 0; c < results.values.offset.size(); ++c) {
+BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method, bool mono) {
+    BlackLevelResults results{method, {}, std::move(frames), {}, {}, {}};
+    Channels<double> levels{};
+    for (std::size_t c = 0; c < levels.size(); ++c) {
         results.mean[c] = mean_over(results.frames, c);
-        double sum = 0;
         for (const DarkFrameLevels& frame : results.frames) {
-            sum += frame.by_method[static_cast<std::size_t>(method)].offset[c];
+            levels[c] += frame.by_method[static_cast<std::size_t>(method)].offset[c] /
+                         static_cast<double>(results.frames.size());
         }
-        results.values.offset[c] = static_cast<uint32_t>(std::lround(sum / static_cast<double>(results.frames.size())));
+    }
+    if (mono) {
+        levels.fill(std::accumulate(levels.begin(), levels.end(), 0.0) / 4);
+        Measured all;
+        for (const Measured& mean : results.mean) {
+            all.value += mean.value / 4;
+            all.uncertainty = std::hypot(all.uncertainty, mean.uncertainty / 4);
+        }
+        results.mean.fill(all);
+    }
+    for (std::size_t c = 0; c < levels.size(); ++c) {
+        results.values.offset[c] = static_cast<uint32_t>(std::lround(levels[c]));
         results.values.gain[c] = restoring_gain(static_cast<int32_t>(results.values.offset[c]));
     }
     return results;
 }
 
-BlackLevelResults given_black_level(const Channels<uint32_t>& codes, int bits) {
-    BlackLevelResults results{BlackLevelMethod::given, {}, {}, {}, {}};
+std::optional<Channels<double>> stated_black_level(const Capture& capture) {
+    return capture.metadata.black_level
+               ? std::optional(on_library_scale(*capture.metadata.black_level, capture.sensor.bits))
+               : std::nullopt;
+}
+
+BlackLevelResults given_black_level(const Channels<double>& codes, int bits, Source source) {
+    BlackLevelResults results{BlackLevelMethod::given, {}, {}, {}, {}, {}};
+    const Channels<double> scaled = on_library_scale(codes, bits);
     for (std::size_t c = 0; c < codes.size(); ++c) {
-        results.values.offset[c] = to_library_scale(codes[c], bits);
+        results.values.offset[c] = std::min(static_cast<uint32_t>(std::lround(scaled[c])), kLibraryFullScale);
         results.values.gain[c] = restoring_gain(static_cast<int32_t>(results.values.offset[c]));
     }
+    results.record.source = source;
     return results;
 }
 
 Section describe(const BlackLevelResults& results) {
-    Section section{text("Black level, in codes of %d bits", kLibraryBits), {}, {}, {}, {}, {}};
+    Section section{text("Black level%s, in codes of %d bits",
+                         results.taken.gain ? (" of " + to_text(results.taken)).c_str() : "", kLibraryBits),
+                    {},
+                    {},
+                    {},
+                    {},
+                    {}};
     Table& table = section.tables.emplace_back();
-    table.columns = {{"frame", 28, true}, {"method", 16, true}, {"RR", 8}, {"GR", 8}, {"GB", 8}, {"BB", 8}};
+    table.columns = {{"frame", 28, true}, {"method", 16, true}};
+    const bool mono = results.record.mono;
+    for (const ChannelLabel& label : channel_labels(false)) {
+        table.columns.push_back({mono ? "" : label.title, 8});
+    }
     for (const DarkFrameLevels& frame : results.frames) {
         const std::string name = frame.file.filename().string();
         for (std::size_t method = 0; method < kBlackLevelMethods; ++method) {
@@ -181,16 +219,16 @@ Section describe(const BlackLevelResults& results) {
     }
     table.rows.push_back({offset_row("offset", method_name(results.method), values.offset), ""});
     Row& gains = table.rows.emplace_back(Row{{"restoring gain", ""}, ""});
-    for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
-        gains.cells.push_back(text("%.5f", static_cast<double>(values.gain[c])));
+    for (const float gain : values.gain) {
+        gains.cells.push_back(text("%.5f", static_cast<double>(gain)));
+    }
+    for (const auto& [c, key, title] : channel_labels(mono)) {
         const Measured& mean = results.mean[c];
         const double rounded = mean.uncertainty > 0 ? with_rounding(mean.uncertainty, 1) : 0;
+        section.figures.push_back({std::string("mean_") + key, mean.value, "codes", known(mean.uncertainty)});
         section.figures.push_back(
-            {std::string("mean_") + kChannelKeys[c], mean.value, "codes", known(mean.uncertainty)});
-        section.figures.push_back(
-            {std::string("offset_") + kChannelKeys[c], static_cast<double>(values.offset[c]), "codes", known(rounded)});
-        section.figures.push_back(
-            {std::string("restoring_gain_") + kChannelKeys[c], static_cast<double>(values.gain[c]), ""});
+            {std::string("offset_") + key, static_cast<double>(values.offset[c]), "codes", known(rounded)});
+        section.figures.push_back({std::string("restoring_gain_") + key, static_cast<double>(values.gain[c]), ""});
     }
     return section;
 }

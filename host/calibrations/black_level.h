@@ -3,8 +3,10 @@
 
 #include <array>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
+#include "base/conditions.h"
 #include "base/record.h"
 #include "base/section.h"
 #include "base/uncertainty.h"
@@ -41,17 +43,23 @@ struct BlackLevelResults {
     /// Unrounded, in 12-bit codes: over all frames, without samples more than 6 robust deviations off their frame's
     /// median.
     Channels<Measured> mean{};
+    Conditions taken = {};
     Record record = {};
 };
 
 /// `blocks` 0: no local means. Throws CalibrationError.
 [[nodiscard]] DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const LibraryOutput& output);
 
-/// One method over several frames: offsets are the rounded means over the frames, one or more.
-[[nodiscard]] BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method);
+/// One method over several frames: offsets are the rounded means over the frames, one or more; with `mono` over the
+/// four positions of the cell, too.
+[[nodiscard]] BlackLevelResults combine(std::vector<DarkFrameLevels> frames, BlackLevelMethod method,
+                                        bool mono = false);
 
-/// Offsets that are known, in codes of `bits` bits.
-[[nodiscard]] BlackLevelResults given_black_level(const Channels<uint32_t>& codes, int bits);
+/// Offsets that are known and not measured, in codes of `bits` bits.
+[[nodiscard]] BlackLevelResults given_black_level(const Channels<double>& codes, int bits, Source source);
+
+/// What the capture's file states, in 12-bit codes.
+[[nodiscard]] std::optional<Channels<double>> stated_black_level(const Capture& capture);
 
 [[nodiscard]] Section describe(const BlackLevelResults& results);
 

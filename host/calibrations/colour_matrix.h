@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/conditions.h"
 #include "base/record.h"
 #include "base/section.h"
 #include "calibrations/colour_matrix_settings.h"
@@ -25,7 +26,7 @@ struct ChartDifferences {
 
 struct MatrixCalibration {
     std::filesystem::path file;
-    std::optional<double> illuminant_k;
+    Conditions taken;
     MatrixSettings settings;
     std::filesystem::path flat_field;
     GainRegisters gains;  ///< in force

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/conditions.h"
 #include "base/record.h"
 #include "base/section.h"
 #include "calibrations/colour_table_settings.h"
@@ -16,7 +17,7 @@ namespace cali::host {
 /// A chart's patches behind its matrix, and what they should be: linear, within 0..1.
 struct TableInput {
     std::filesystem::path file;
-    std::optional<double> illuminant_k;
+    Conditions taken;
     std::vector<Colour> corrected;
     std::vector<Colour> reference;
     int limited = 0;  ///< components that the matrix pushed out of 0..1

@@ -10,6 +10,15 @@ namespace {
 
 constexpr int kLeastSide = 16;  ///< of a flat field
 
+/// The others are green's but for rounding.
+void take_green(ShadingTables& tables) {
+    constexpr std::size_t kGreen = 1;
+    tables.mesh.fill(std::vector<int32_t>(tables.mesh[kGreen]));
+    for (std::size_t i = 0; i < tables.radial.size(); ++i) {
+        tables.radial[i] = tables.radial[kGreen * kRadialEntries + i % kRadialEntries];
+    }
+}
+
 }  // namespace
 
 LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level, const ShadingSettings& settings,
@@ -23,9 +32,15 @@ LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level, 
     LensShading result;
     result.file = flat.file;
     result.settings = settings;
-    result.tables =
-        exports::lsc_calc(flat, {settings.cols, settings.rows, static_cast<int32_t>(settings.type), settings.denoise},
-                          black_level, output);
+    if (sensor.mono) {
+        result.settings.type = ShadingType::luma;
+    }
+    result.tables = exports::lsc_calc(
+        flat, {settings.cols, settings.rows, static_cast<int32_t>(result.settings.type), settings.denoise}, black_level,
+        output);
+    if (sensor.mono) {
+        take_green(result.tables);
+    }
     corrected = prove_shading(flat, black_level, result, output);
     return result;
 }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/conditions.h"
 #include "base/record.h"
 #include "base/section.h"
 #include "calibrations/flatness.h"
@@ -18,7 +19,7 @@ namespace cali::host {
 
 struct LensShading {
     std::filesystem::path file;
-    std::optional<double> illuminant_k;
+    Conditions taken;
     ShadingSettings settings;
     ShadingTables tables;
     Flatness before;

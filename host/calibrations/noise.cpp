@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -103,6 +104,29 @@ Channels<LevelStatistics> exact_statistics(const std::vector<std::vector<uint32_
         statistics[c] = {n, s / n, n > 1 ? (static_cast<double>(squares[c]) - s * s / n) / (n - 1) : 0};
     }
     return statistics;
+}
+
+/// Of a sensor with one channel: the positions of the cell are samples of one.
+void pool(NoiseLevel& level) {
+    const auto mean_of = [](const Channels<float>& values) {
+        double sum = 0;
+        for (const float value : values) {
+            sum += static_cast<double>(value);
+        }
+        return static_cast<float>(sum / 4);
+    };
+    level.mean.fill(mean_of(level.mean));
+    level.variance.fill(mean_of(level.variance));
+    level.deviation.fill(std::sqrt(level.variance[0]));
+}
+void pool(Channels<LevelStatistics>& statistics) {
+    LevelStatistics all;
+    for (const LevelStatistics& one : statistics) {
+        all.count += one.count;
+        all.mean += one.mean / 4;
+        all.variance += one.variance / 4;
+    }
+    statistics.fill(all);
 }
 
 /// The variance of a sample variance of normal noise is 2 variance^2 / (n - 1) (A. Mood, F. Graybill, D. Boes,
@@ -244,6 +268,10 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
         }
         statistics.push_back(exact_statistics(frames, results.window, sensor.pattern));
         measure_level(frames, results.window, sensor.pattern, {files[0], output}, level);
+        if (sensor.mono) {
+            pool(level);
+            pool(statistics.back());
+        }
         results.levels.push_back(std::move(level));
     }
     const exports::Call call{first_file, output};
@@ -257,11 +285,21 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
 }
 
 Section describe(const NoiseResults& results) {
-    Section section{"Noise over " + to_text(results.window) + ", mean and deviation in codes", {}, {}, {}, {}, {}};
-    Table levels{{{"level", 28, true}, {"frames", 7}, {"RR", 18}, {"GR", 18}, {"GB", 18}, {"BB", 18}}, {}, true};
+    Section section{"Noise " + (results.taken.gain ? "of " + to_text(results.taken) + " " : std::string()) + "over " +
+                        to_text(results.window) + ", mean and deviation in codes",
+                    {},
+                    {},
+                    {},
+                    {},
+                    {}};
+    const std::span<const ChannelLabel> channels = channel_labels(results.record.mono);
+    Table levels{{{"level", 28, true}, {"frames", 7}}, {}, true};
+    for (const ChannelLabel& label : channels) {
+        levels.columns.push_back({label.title, 18});
+    }
     for (const NoiseLevel& level : results.levels) {
         Row& row = levels.rows.emplace_back(Row{{level.name, std::to_string(level.frames)}, ""});
-        for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
+        for (const auto& [c, key, title] : channels) {
             row.cells.push_back(
                 text("%.2f %8.3f", static_cast<double>(level.mean[c]), static_cast<double>(level.deviation[c])));
         }
@@ -274,12 +312,13 @@ Section describe(const NoiseResults& results) {
                  {"slope, level", 16}},
                 {},
                 true};
-    for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
+    for (const ChannelLabel& label : channels) {
+        const std::size_t c = label.index;
         const NoiseLine& deviation = results.deviation[c];
         const NoiseLine& variance = results.variance[c];
         const double read_noise = std::sqrt(std::max(static_cast<double>(variance.intercept), 0.0));
         lines.rows.push_back(
-            {{kChannelKeys[c],
+            {{label.key,
               text("%.6f %13.4f", static_cast<double>(deviation.slope), static_cast<double>(deviation.intercept)),
               text("%.2f %%", deviation.residual * 100),
               text("%.4f %13.3f", static_cast<double>(variance.slope), read_noise),
@@ -287,7 +326,7 @@ Section describe(const NoiseResults& results) {
               text("%d %6d", results.registers[c].slope, results.registers[c].level)},
              ""});
         const auto add = [&](const char* name, double value, const char* unit, double uncertainty = 0) {
-            section.figures.push_back({std::string(name) + "_" + kChannelKeys[c], value, unit, known(uncertainty)});
+            section.figures.push_back({std::string(name) + "_" + label.key, value, unit, known(uncertainty)});
         };
         add("deviation_slope", static_cast<double>(deviation.slope), "");
         add("deviation_intercept", static_cast<double>(deviation.intercept), "codes");

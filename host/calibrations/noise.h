@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/conditions.h"
 #include "base/record.h"
 #include "base/section.h"
 #include "base/uncertainty.h"
@@ -48,6 +49,7 @@ struct NoiseResults {
     Channels<exports::LineRegisters> registers{};  ///< of the deviation's line
     exports::LineRegisters luma_registers;
     Channels<WeightedLine> weighted{};
+    Conditions taken = {};
     Record record = {};
 };
 

@@ -114,8 +114,8 @@ Section describe(const std::vector<WhiteBalance>& results) {
     for (const WhiteBalance& result : results) {
         const std::string name = result.file.filename().string();
         const auto gain = [](uint16_t q10) { return text("%5u (%6.4f)", q10, q10 / kGainUnity); };
-        table.rows.push_back({{name, result.illuminant_k ? text("%.0f K", *result.illuminant_k) : "-",
-                               gain(result.gains.red), gain(result.gains.green), gain(result.gains.blue)},
+        table.rows.push_back({{name, result.taken == Conditions{} ? "-" : to_text(result.taken), gain(result.gains.red),
+                               gain(result.gains.green), gain(result.gains.blue)},
                               ""});
         const auto add = [&](const char* colour, uint16_t q10, const Measured& unrounded) {
             const double rounded = unrounded.uncertainty > 0 ? with_rounding(unrounded.uncertainty, 1 / kGainUnity) : 0;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/conditions.h"
 #include "base/record.h"
 #include "base/section.h"
 #include "base/uncertainty.h"
@@ -23,7 +24,7 @@ struct UnroundedGains {
 
 struct WhiteBalance {
     std::filesystem::path file;
-    std::optional<double> illuminant_k;
+    Conditions taken;
     std::filesystem::path flat_field;  ///< whose mesh was applied; empty: unity grids
     Window window;
     GainRegisters gains;

@@ -29,8 +29,11 @@ struct CurveResult {
 inline constexpr std::size_t kLeastCurveLights = 3;
 inline constexpr std::size_t kMostCurveLights = 7;
 
-/// The entries whose light is known. x is the red gain, y the blue gain, each over that of the reference light. Throws
-/// InputError where there are fewer than three or more than seven.
+/// Those whose light is known, one of each light: with the least gain.
+[[nodiscard]] std::vector<WhiteBalance> curve_lights(const std::vector<WhiteBalance>& entries);
+
+/// Through `curve_lights` of the entries. x is the red gain, y the blue gain, each over that of the reference light.
+/// Throws InputError where there are fewer than three or more than seven.
 [[nodiscard]] CurveResult fit_curve(const std::vector<WhiteBalance>& entries, const std::filesystem::path& file,
                                     const LibraryOutput& output);
 

@@ -21,6 +21,12 @@ uint32_t sample_at(const uint8_t* data, std::size_t i, const SampleForm& form) {
 
 }  // namespace
 
+uint32_t mean_on_library_scale(uint64_t sum, uint32_t count, int bits) {
+    const uint64_t scaled = sum << static_cast<unsigned>(std::max(kLibraryBits - bits, 0));
+    const uint64_t divisor = uint64_t{count} << static_cast<unsigned>(std::max(bits - kLibraryBits, 0));
+    return static_cast<uint32_t>(std::min<uint64_t>((scaled + divisor / 2) / divisor, kLibraryFullScale));
+}
+
 uint32_t to_library_scale(uint32_t sample, int bits) {
     if (bits <= kLibraryBits) {
         return sample << static_cast<unsigned>(kLibraryBits - bits);
@@ -33,6 +39,12 @@ uint32_t full_scale_code(const SensorGeometry& sensor) {
     // A container's white level may exceed the depth that the user states.
     const int most = (1 << sensor.bits) - 1;
     return to_library_scale(static_cast<uint32_t>(std::min(sensor.white_level.value_or(most), most)), sensor.bits);
+}
+
+void require_colours(const Capture& capture, const char* what) {
+    if (capture.sensor.mono) {
+        throw InputError(capture.file.string() + ": is of a MONO sensor, " + what + " needs colours");
+    }
 }
 
 std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples) {

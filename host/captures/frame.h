@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "base/conditions.h"
 #include "base/record.h"
 #include "captures/geometry.h"
 #include "core/frame.h"
@@ -15,12 +16,20 @@ namespace cali::host {
 
 inline constexpr uint32_t kLibraryFullScale = 4095;
 
+/// A frame that differs from the others of its burst.
+struct LeftOutFrame {
+    std::filesystem::path file;
+    double difference = 0;  ///< of its mean from the burst's median, as a share
+};
+
 /// A frame on the library's 12-bit scale.
 struct Capture {
     std::filesystem::path file;
     SensorGeometry sensor;
-    std::vector<uint32_t> samples;  ///< row-major
-    InputRecord input = {};         ///< of the file it was read from
+    std::vector<uint32_t> samples;         ///< row-major
+    std::vector<InputRecord> inputs = {};  ///< of the file, or the frames of a burst
+    Conditions taken = {};
+    std::vector<LeftOutFrame> left_out = {};  ///< of a burst
     CaptureMetadata metadata = {};
     std::vector<Setting> settings = {};  ///< size, pattern, depth and what else is in force, each with its source
 
@@ -38,9 +47,14 @@ struct FileFrame {
 
 /// The 12-bit code of a sample of `bits` bits: fewer are shifted up, more are rounded to nearest and end at 4095.
 [[nodiscard]] uint32_t to_library_scale(uint32_t sample, int bits);
+/// That of the mean of `count` samples whose sum is known, rounded once.
+[[nodiscard]] uint32_t mean_on_library_scale(uint64_t sum, uint32_t count, int bits);
 
 /// Library samples as a file of 12 bits takes them: what exceeds 4095 becomes 4095.
 [[nodiscard]] std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples);
+
+/// Throws InputError where the sensor has one channel; `what` needs colours.
+void require_colours(const Capture& capture, const char* what);
 
 /// What a saturated sample of the sensor is on the library's scale.
 [[nodiscard]] uint32_t full_scale_code(const SensorGeometry& sensor);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace cali::host {
@@ -9,6 +10,7 @@ namespace cali::host {
 /// Frames of the same flat patch.
 struct SeriesLevel {
     std::vector<std::filesystem::path> files;
+    std::optional<double> gain = {};  ///< analogue; else what the files tell
 };
 
 /// Levels of a folder: its subfolders, or else its files grouped by their names up to the last '_', dark to bright by

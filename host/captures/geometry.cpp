@@ -30,12 +30,12 @@ std::string to_text(const Window& window) {
 }
 
 bool same_sensor(const SensorGeometry& a, const SensorGeometry& b) {
-    return a.width == b.width && a.height == b.height && a.pattern == b.pattern && a.bits == b.bits;
+    return a.width == b.width && a.height == b.height && a.pattern == b.pattern && a.mono == b.mono && a.bits == b.bits;
 }
 
 std::string to_text(const SensorGeometry& sensor) {
     return by(sensor.width, sensor.height) +
-           cali::host::text(", %s, %d bits", pattern_name(sensor.pattern), sensor.bits);
+           cali::host::text(", %s, %d bits", sensor.mono ? kMonoPattern : pattern_name(sensor.pattern), sensor.bits);
 }
 
 void require_same_sensor(const SensorGeometry& found, const std::string& file, const SensorGeometry& expected,

@@ -8,6 +8,8 @@
 #include <string>
 #include <utility>
 
+#include "base/record.h"
+
 namespace cali::host {
 
 inline constexpr int kMinBits = 8;
@@ -20,6 +22,9 @@ inline constexpr int kLibraryBits = 12;
 /// Pattern names in the library's numbering.
 inline constexpr std::array<const char*, 4> kPatternNames = {"BGGR", "GBRG", "GRBG", "RGGB"};
 
+/// Of a sensor without colours.
+inline constexpr const char* kMonoPattern = "MONO";
+
 /// What a sensor's captures have in common.
 struct SensorGeometry {
     int width = 0;
@@ -28,19 +33,6 @@ struct SensorGeometry {
     int bits = kLibraryBits;         ///< of the files
     std::optional<int> white_level;  ///< largest code of the files, where they tell
     bool mono = false;               ///< one channel at every photosite; the pattern is then RGGB
-};
-
-/// Who says how captures are to be taken, the strongest first.
-enum class Source { option, session, measured, results, metadata };
-
-/// "option", "session", "measured", "results", "metadata".
-inline constexpr std::array<const char*, 5> kSourceNames = {"option", "session", "measured", "results", "metadata"};
-
-/// Something in force, for people: {"black level", "64.25", metadata}.
-struct Setting {
-    std::string name;
-    std::string value;
-    Source source = Source::metadata;
 };
 
 /// What a file tells of its capture beside the samples. Never who took it, where, or with which unit.

@@ -67,7 +67,7 @@ Capture empty_capture(const std::filesystem::path& file, const Geometry& geometr
 FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry) {
     FileFrame frame{empty_capture(file, geometry), {}};
     const Bytes content = read_bytes(file, std::numeric_limits<uint64_t>::max());
-    frame.capture.input = {file, content.size(), digest_of(content)};
+    frame.capture.inputs = {{file, content.size(), digest_of(content)}};
     reader_of(file, content).read(frame, content, geometry);
     return frame;
 }

@@ -356,7 +356,7 @@ DarkMeasures check_dark(const Capture& dark, Judge& judge) {
     for (std::size_t c = 0; c < found.level.size(); ++c) {
         levels.add(found.level[c], c);
     }
-    judge.hold(Check::dark_level, levels.most_level, kChannelKeys[levels.most]);
+    judge.hold(Check::dark_level, levels.most_level, channel_key(levels.most, dark.sensor.mono));
     judge.hold(Check::dark_spread, levels.span());
     judge.hold(Check::dark_blocks, found.block_range);
     judge.hold(Check::dark_zero, found.zero);

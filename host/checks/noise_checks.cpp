@@ -130,13 +130,14 @@ void check_series(std::span<const MeasuredLevel> levels, const SensorGeometry& s
 void check_noise(const NoiseResults& noise, const SensorGeometry& sensor, Judge& judge) {
     const auto worst = std::ranges::max_element(noise.variance, {}, &NoiseLine::residual);
     judge.hold(Check::noise_residual, worst->residual * 100,
-               kChannelKeys[static_cast<std::size_t>(worst - noise.variance.begin())]);
+               channel_key(static_cast<std::size_t>(worst - noise.variance.begin()), sensor.mono));
     Channels<double> read_noise{};
     for (std::size_t c = 0; c < read_noise.size(); ++c) {
         read_noise[c] = largest_read_noise(noise, c) / code_step(sensor.bits);
     }
     const auto least = std::ranges::min_element(read_noise);
-    judge.hold(Check::noise_read_noise, *least, kChannelKeys[static_cast<std::size_t>(least - read_noise.begin())]);
+    judge.hold(Check::noise_read_noise, *least,
+               channel_key(static_cast<std::size_t>(least - read_noise.begin()), sensor.mono));
     const auto rounding = [&](const NoiseLevel& level) { return sum_rounding(level, noise.window); };
     if (!noise.levels.empty()) {
         const NoiseLevel& level = *std::ranges::max_element(noise.levels, {}, rounding);

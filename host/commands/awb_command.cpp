@@ -47,14 +47,16 @@ int act(const AwbOptions& options, const Invocation& invocation) {
     options.values.name_files(run.files());
     run.start();
     Capture grey = read_capture(options.frame, options.geometry.geometry());
+    grey.taken.illuminant_k = options.light.kelvin();
+    require_colours(grey, "white balance");
     run.require_sensor(grey.sensor, grey.file);
     const Results known = options.values.values(run.earlier(), grey.sensor, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;
-    (void)chooser.black_level(values);
-    chooser.grids(options.light.kelvin(), values);
+    (void)chooser.black_level(grey.taken, values);
+    chooser.grids(grey.taken, values);
     const Window window = choose_window(options, grey.sensor);
-    Step<WhiteBalance> step = grey_step(grey, options.light.kelvin(), values, window, run.rules());
+    Step<WhiteBalance> step = grey_step(grey, values, window, run.rules());
     run.take(step, [](Results& made, WhiteBalance& result) { made.white_balance.push_back(result); });
     return run.finish();
 }

@@ -1,3 +1,4 @@
+#include "captures/burst.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 
@@ -28,16 +29,21 @@ void describe(Command& command, BlcOptions& options) {
 }
 
 int act(const BlcOptions& options, const Invocation& invocation) {
-    BlackLevelRequest request{
-        {options.frames.begin(), options.frames.end()}, parse_method(options.method, "--method"), options.blocks};
+    const BlackLevelMethod method = parse_method(options.method, "--method");
     const Geometry geometry = options.geometry.geometry();
     Run run(options.run, invocation, options.geometry.session());
-    for (const std::filesystem::path& file : request.files) {
+    std::vector<CaptureEntry> entries;
+    for (const std::filesystem::path file : options.frames) {
         run.files().input(file, "dark frame");
+        entries.push_back({{file}, {}, {}});
     }
     run.start();
-    Step<BlackLevelResults> step = black_level_step(request, geometry, run.rules(), run.reader());
-    run.take(step, [](Results& made, BlackLevelResults& result) { made.black_level = result; });
+    for (const auto& [taken, of_gain] :
+         by_gain(entries, [&](const CaptureEntry& dark) { return conditions_of(dark, geometry).gain; })) {
+        Step<BlackLevelResults> step =
+            black_level_step({of_gain, method, options.blocks, taken}, geometry, run.rules(), run.reader());
+        run.take(step, [](Results& made, BlackLevelResults& result) { made.black_level.push_back(result); });
+    }
     return run.finish();
 }
 

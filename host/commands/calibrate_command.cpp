@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iterator>
 
 #include "base/error.h"
 #include "commands/commands.h"
@@ -38,13 +37,12 @@ void describe(Command& command, CalibrateOptions& options) {
 }
 
 std::vector<std::filesystem::path> captures_of(const Session& session) {
-    std::vector<std::filesystem::path> files = session.dark;
-    for (const std::vector<LitCapture>* const captures : {&session.flat, &session.grey, &session.chart}) {
-        std::ranges::transform(*captures, std::back_inserter(files), &LitCapture::file);
+    std::vector<std::filesystem::path> files;
+    const auto add = [&](const auto& entry) { files.insert(files.end(), entry.files.begin(), entry.files.end()); };
+    for (const auto* const captures : {&session.dark, &session.flat, &session.grey, &session.chart}) {
+        std::ranges::for_each(*captures, add);
     }
-    for (const SeriesLevel& level : session.series) {
-        files.insert(files.end(), level.files.begin(), level.files.end());
-    }
+    std::ranges::for_each(session.series, add);
     return files;
 }
 
@@ -100,11 +98,12 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     for (const auto& [file, sensor] : check_captures(session, plan)) {
         run.require_sensor(sensor, file);
     }
-    run.report().note("calibrating " + list_of(plan) + ": " + std::to_string(plan.captures.size()) + " captures");
+    const std::size_t captures = plan.captures().size();
+    run.report().note("calibrating " + list_of(plan) + ": " + std::to_string(captures) + " captures");
     for (const auto& [section, why] : plan.left_out) {
         run.report().not_done(section, why);
     }
-    ChainFiles files(folder, options.files, plan.captures.size(), run.report(), run.outputs());
+    ChainFiles files(folder, options.files, captures, run.report(), run.outputs());
     Results made;
     const std::optional<std::string> stopped = run_chain(session, plan, run.rules(), files, run.earlier(), made);
     files.add_from(made);

@@ -76,18 +76,20 @@ int act(const CcmOptions& options, const Invocation& invocation) {
     }
     run.start();
     Capture chart = read_capture(options.chart, options.geometry.geometry());
+    chart.taken.illuminant_k = options.light.kelvin();
+    require_colours(chart, "a colour matrix");
     run.require_sensor(chart.sensor, chart.file);
     const Results known = options.values.values(run.earlier(), chart.sensor, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;
-    (void)chooser.black_level(values);
-    chooser.grids(options.light.kelvin(), values);
+    (void)chooser.black_level(chart.taken, values);
+    chooser.grids(chart.taken, values);
     if (settings.method != MatrixMethod::joint && !known.white_balance.empty()) {
-        chooser.gains(options.light.kelvin(), values);
+        chooser.gains(chart.taken, values);
     } else if (settings.method != MatrixMethod::joint) {
         run.report().warn("no white balance is known: gains of 1");
     }
-    Step<MatrixCalibration> step = chart_step(chart, options.light.kelvin(), values, settings, run.rules());
+    Step<MatrixCalibration> step = chart_step(chart, values, settings, run.rules());
     if (step.usable() && !options.picture.empty()) {
         const MatrixCalibration& matrix = *step.result;
         run.outputs().add_text(options.picture, patch_picture({matrix.measured, matrix.corrected, matrix.reference}));

@@ -10,6 +10,7 @@ namespace {
 struct ClutOptions {
     std::string source;
     LightOption light;
+    std::optional<double> gain;
     std::string domain = "rgb";
     ColourTableSettings settings;
     std::string cube;
@@ -20,6 +21,7 @@ struct ClutOptions {
 void describe(Command& command, ClutOptions& options) {
     command.option("RESULTS", options.source, "results file with a colour matrix; default: the one that grows");
     options.light.add_to(command, "light whose matrix is meant, in kelvin");
+    command.option("--gain", options.gain, "analogue gain whose matrix is meant").range(kLeastGain, kMostGain);
     command.option("--domain", options.domain, "rgb, or hsv").one_of({"rgb", "hsv"}).show_default();
     command.option("--nodes", options.settings.nodes, "nodes per axis").whole_range(2, 65).show_default();
     command.option("--strength", options.settings.strength, "share of the correction; default: by leave-one-out")
@@ -52,7 +54,8 @@ int act(const ClutOptions& options, const Invocation& invocation) {
     }
     run.start();
     const Results known = run.read_values(source);
-    const MatrixCalibration matrix = ValueChooser(known, options.run.force).matrix(options.light.kelvin());
+    const MatrixCalibration matrix =
+        ValueChooser(known, options.run.force).matrix({options.light.kelvin(), options.gain});
     Step<ColourTable> step = table_step(matrix, settings, run.rules());
     if (step.usable() && step.result->needed && !options.cube.empty()) {
         run.outputs().add_text(options.cube, cube_text(*step.result));

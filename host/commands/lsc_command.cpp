@@ -59,13 +59,14 @@ int act(const LscOptions& options, const Invocation& invocation) {
         run.own_output(file);
     }
     Capture flat = read_capture(options.frame, options.geometry.geometry());
+    flat.taken.illuminant_k = options.light.kelvin();
     run.require_sensor(flat.sensor, flat.file);
     const Results known = options.values.values(run.earlier(), flat.sensor, run);
     TuningValues values;
-    (void)ValueChooser(known, options.run.force).black_level(values);
+    (void)ValueChooser(known, options.run.force).black_level(flat.taken, values);
     const SensorGeometry sensor = flat.sensor;
     CorrectedFlat corrected;
-    Step<LensShading> step = flat_step(flat, options.light.kelvin(), values, settings, run.rules(), corrected);
+    Step<LensShading> step = flat_step(flat, values, settings, run.rules(), corrected);
     if (step.usable()) {
         add_shading_files(run.outputs(), folder, *step.result, sensor, corrected, options.files);
     }

@@ -49,11 +49,13 @@ void describe(Command& command, NoiseOptions& options) {
         "  cali noise --level 'l1_*.pgm' --level 'l2_*.pgm' --pattern RGGB --slope-format U2.10");
 }
 
-/// For a black level by number.
-SensorGeometry first_sensor(const std::vector<SeriesLevel>& series, const Geometry& geometry) {
+/// For a black level by number, and for its gain.
+Capture first_frame(const std::vector<SeriesLevel>& series, const Geometry& geometry) {
     for (const SeriesLevel& level : series) {
         if (!level.files.empty()) {
-            return probe_capture(level.files.front(), geometry).sensor;
+            Capture frame = probe_capture(level.files.front(), geometry);
+            frame.taken.gain = level.gain ? level.gain : frame.metadata.gain;
+            return frame;
         }
     }
     return {};
@@ -109,11 +111,12 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
     }
     run.start();
     SensorGeometry sensor;
-    const Results known = options.values.values(run.earlier(), first_sensor(series, geometry), run);
+    const Capture first = first_frame(series, geometry);
+    const Results known = options.values.values(run.earlier(), first.sensor, run);
     TuningValues values;
-    (void)ValueChooser(known, options.run.force).black_level(values);
+    (void)ValueChooser(known, options.run.force).black_level(first.taken, values);
     Progress progress(frame_count(series), options.progress ? Progress::Lines::all : Progress::Lines::none);
-    Step<NoiseResults> step = noise_step({series, geometry, values, settings, sensor}, run.rules(),
+    Step<NoiseResults> step = noise_step({series, geometry, values, settings, sensor, first.taken}, run.rules(),
                                          [&, check = run.reader()](const Capture& frame) {
                                              check(frame);
                                              progress.step(frame.file.filename().string());
@@ -122,7 +125,7 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
     if (step.usable() && !options.plot.empty()) {
         run.outputs().add_text(options.plot, noise_plot(*step.result));
     }
-    run.take(step, [](Results& made, NoiseResults& result) { made.noise = result; });
+    run.take(step, [](Results& made, NoiseResults& result) { made.noise.push_back(result); });
     return run.finish();
 }
 

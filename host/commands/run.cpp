@@ -78,6 +78,25 @@ void replace(std::vector<T>& section, std::vector<T>& other) {
     }
 }
 
+/// "size 640x480 (session), pattern RGGB (metadata)": what differs between captures stands there several times.
+std::string settings_in_force(const Results& made) {
+    std::vector<std::string> seen;
+    for_each_record(made, [&](const char*, const std::string&, const Record& record) {
+        for (const Setting& setting : record.in_force) {
+            const std::string words = setting.name + " " + setting.value + " (" +
+                                      kSourceNames[static_cast<std::size_t>(setting.source)] + ")";
+            if (std::ranges::find(seen, words) == seen.end()) {
+                seen.push_back(words);
+            }
+        }
+    });
+    std::string line;
+    for (const std::string& words : seen) {
+        line += (line.empty() ? "" : ", ") + words;
+    }
+    return line;
+}
+
 void require_section(bool there, const std::string& file, const char* what, const char* expected) {
     if (!there) {
         throw InputError(file + ": holds no " + what + ", expected results of " + expected);
@@ -221,6 +240,9 @@ int Run::conclude(const Results& all, Severity severity) {
 
 int Run::finish() {
     const Severity severity = worst(made_.findings);
+    if (const std::string settings = settings_in_force(made_); !settings.empty()) {
+        report_.note("in force: " + settings);
+    }
     made_.outputs = outputs_.commit();
     for (const std::filesystem::path& file : made_.outputs) {
         report_.written(file);
@@ -284,9 +306,7 @@ Results ValueOptions::values(const Results& earlier, const SensorGeometry& senso
     for (const std::string& file : values_) {
         merge(others, run.read_values(file));
     }
-    if (others.black_level) {
-        values.black_level = others.black_level;
-    }
+    replace(values.black_level, others.black_level);
     replace(values.lens_shading, others.lens_shading);
     replace(values.white_balance, others.white_balance);
     if (!lens_shading_.empty()) {
@@ -299,14 +319,16 @@ Results ValueOptions::values(const Results& earlier, const SensorGeometry& senso
         for (const uint32_t code : *codes) {
             check_number(code, 0, most, "--black-level");
         }
-        values.black_level = given_black_level(*codes, sensor.bits);
-        values.black_level->record.given = black_level_;
+        Channels<double> exact{};
+        std::ranges::copy(*codes, exact.begin());
+        values.black_level = {given_black_level(exact, sensor.bits, Source::option)};
+        values.black_level.front().record.given = black_level_;
     } else if (!black_level_.empty()) {
         Results other = run.read_values(black_level_);
-        require_section(other.black_level.has_value(), black_level_, "black level", "cali blc or cali calibrate");
+        require_section(!other.black_level.empty(), black_level_, "black level", "cali blc or cali calibrate");
         values.black_level = std::move(other.black_level);
     }
-    if (!values.black_level) {
+    if (values.black_level.empty()) {
         run.report().warn("no black level is known: none is subtracted");
     }
     // Whose lack of a light messages speak of.

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "commands/run.h"
+#include "results/gain_model.h"
 #include "results/results_file.h"
 #include "results/sections.h"
 #include "results/verdict.h"
@@ -32,6 +33,9 @@ int act(const ShowOptions& options, const Invocation& invocation) {
     const Results results = read_results(options.results);
     RunReport report = options.report.report(invocation.command);
     for_each_section(results, [&](const char*, const auto& section) { show(report, section); });
+    if (const auto model = gain_model(results)) {
+        report.section(describe(*model));
+    }
     std::vector<Finding> findings = results.findings;
     std::ranges::move(stale_sections(results), std::back_inserter(findings));
     report.findings(findings);

@@ -56,13 +56,13 @@ void describe(Command& command, VerifyOptions& options) {
 /// What the session says of the capture, where it names it.
 std::optional<ProofKind> kind_in(const Session& session, const std::filesystem::path& frame,
                                  std::optional<double>& illuminant_k) {
-    const std::pair<ProofKind, const std::vector<LitCapture>*> lists[] = {
+    const std::pair<ProofKind, const std::vector<CaptureEntry>*> lists[] = {
         {ProofKind::flat, &session.flat}, {ProofKind::grey, &session.grey}, {ProofKind::chart, &session.chart}};
     for (const auto& [kind, captures] : lists) {
-        for (const LitCapture& lit : *captures) {
+        for (const CaptureEntry& lit : *captures) {
             std::error_code error;
-            if (std::filesystem::equivalent(lit.file, frame, error)) {
-                illuminant_k = illuminant_k ? illuminant_k : lit.illuminant_k;
+            if (std::filesystem::equivalent(lit.file(), frame, error)) {
+                illuminant_k = illuminant_k ? illuminant_k : lit.taken.illuminant_k;
                 return kind;
             }
         }
@@ -120,6 +120,7 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     }
     const Results stored = read_results(options.results);
     Capture frame = read_capture(options.frame, options.geometry.geometry());
+    frame.taken.illuminant_k = light;
     RunReport report = options.report.report(invocation.command);
     const LibraryOutput output = options.report.output.output();
     const StepRules rules{output, limits, invocation.command, invocation.options, options.force};
@@ -134,21 +135,21 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     }
     const ValueChooser chooser(stored, options.force);
     TuningValues values;
-    if (!chooser.black_level(values)) {
+    if (!chooser.black_level(frame.taken, values)) {
         throw InputError(options.results + ": holds no black level, expected results of cali blc or cali calibrate");
     }
     const bool whole_front_end = options.stage == "white-balance";
     if (kind ? *kind != ProofKind::flat : whole_front_end) {
-        chooser.gains(light, values);
+        chooser.gains(frame.taken, values);
     }
     if (kind || whole_front_end) {
-        chooser.grids(light ? light : values.gains_k, values);
+        chooser.grids({light ? light : values.gains_k, frame.taken.gain}, values);
     }
     report.note(applied_values(values));
     if (kind) {
         const SessionPlaces places{session ? session->white_balance_window : std::nullopt,
                                    session ? session->matrix.place : ChartPlace{}};
-        Proof proof = prove(*kind, frame, light, stored, values, places, rules);
+        Proof proof = prove(*kind, frame, stored, values, places, rules);
         report.section(proof.section);
         findings.insert(findings.end(), proof.findings.begin(), proof.findings.end());
     }

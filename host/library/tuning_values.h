@@ -37,6 +37,7 @@ struct GainRegisters {
 /// What the front end applies.
 struct TuningValues {
     BlackLevels black_level;
+    Source black_source = Source::results;  ///< of the black level
     ShadingGrids grids;
     std::filesystem::path flat_field;  ///< whose mesh the grids are; empty: unity grids
     GainRegisters gains;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/error.h"
+#include "base/text.h"
 #include "outputs/cube_file.h"
 #include "outputs/noise_plot.h"
 #include "outputs/patch_picture.h"
@@ -10,17 +11,19 @@
 namespace cali::host {
 namespace {
 
-constexpr const char* kNoisePlot = "noise.svg";
+std::filesystem::path plot_of(const Conditions& taken) {
+    return taken.gain ? text("noise_gain_%g.svg", *taken.gain) : "noise.svg";
+}
 
 std::filesystem::path picture_of(const std::filesystem::path& chart) { return chart.stem().string() + "_patches.png"; }
 std::filesystem::path cube_of(const std::filesystem::path& chart) { return chart.stem().string() + ".cube"; }
 
-void require_distinct_names(const std::vector<LitCapture>& captures, const char* options) {
+void require_distinct_names(const std::vector<CaptureEntry>& captures, const char* options) {
     for (std::size_t i = 0; i < captures.size(); ++i) {
         for (std::size_t k = 0; k < i; ++k) {
-            if (captures[i].file.stem() == captures[k].file.stem()) {
-                throw InputError(captures[i].file.string() + " and " + captures[k].file.string() +
-                                 ": both would give files named " + captures[i].file.stem().string() +
+            if (captures[i].file().stem() == captures[k].file().stem()) {
+                throw InputError(captures[i].file().string() + " and " + captures[k].file().string() +
+                                 ": both would give files named " + captures[i].file().stem().string() +
                                  ", expected distinct names for " + options);
             }
         }
@@ -49,8 +52,8 @@ std::vector<std::filesystem::path> ChainFiles::names(const Session& session, con
     std::vector<std::filesystem::path> names;
     if (plan.does("lsc") && (choice.shading.registers || choice.shading.corrected)) {
         require_distinct_names(session.flat, "--registers and --corrected");
-        for (const LitCapture& flat : session.flat) {
-            const auto more = shading_file_names(folder, flat.file, choice.shading);
+        for (const CaptureEntry& flat : session.flat) {
+            const auto more = shading_file_names(folder, flat.file(), choice.shading);
             names.insert(names.end(), more.begin(), more.end());
         }
     }
@@ -59,16 +62,18 @@ std::vector<std::filesystem::path> ChainFiles::names(const Session& session, con
     if (pictures || tables) {
         require_distinct_names(session.chart, "--pictures and --tables");
     }
-    for (const LitCapture& chart : session.chart) {
+    for (const CaptureEntry& chart : session.chart) {
         if (pictures) {
-            names.push_back(folder / picture_of(chart.file));
+            names.push_back(folder / picture_of(chart.file()));
         }
         if (tables) {
-            names.push_back(folder / cube_of(chart.file));
+            names.push_back(folder / cube_of(chart.file()));
         }
     }
-    if (choice.pictures && plan.does("noise")) {
-        names.push_back(folder / kNoisePlot);
+    if (choice.pictures) {
+        for (const auto& [taken, levels] : plan.series) {
+            names.push_back(folder / plot_of(taken));
+        }
     }
     return names;
 }
@@ -107,8 +112,10 @@ void ChainFiles::add_from(const Results& results) {
                             patch_picture({matrix.measured, matrix.corrected, matrix.reference}));
         }
     }
-    if (choice_.pictures && results.noise && usable(*results.noise)) {
-        files_.add_text(folder_ / kNoisePlot, noise_plot(*results.noise));
+    for (const NoiseResults& noise : results.noise) {
+        if (choice_.pictures && usable(noise)) {
+            files_.add_text(folder_ / plot_of(noise.taken), noise_plot(noise));
+        }
     }
 }
 

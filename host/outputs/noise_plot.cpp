@@ -68,7 +68,8 @@ std::string channel_curves(const Scale& scale, const NoiseResults& results, std:
     };
     svg += curve([&](double mean) { return line(results.deviation[c], mean); }, "none");
     svg += curve([&](double mean) { return std::sqrt(std::max(line(results.variance[c], mean), 0.0)); }, "5 4");
-    return svg + label(kMargin + 15, kMargin + 20 + 18 * static_cast<double>(c), "start", kChannelKeys[c], kColours[c]);
+    return svg + label(kMargin + 15, kMargin + 20 + 18 * static_cast<double>(c), "start",
+                       channel_key(c, results.record.mono), kColours[c]);
 }
 
 }  // namespace
@@ -87,8 +88,8 @@ std::string noise_plot(const NoiseResults& results) {
         "fill=\"white\"/>\n",
         kWidth, kHeight);
     svg += axes(scale);
-    for (std::size_t c = 0; c < kColours.size(); ++c) {
-        svg += channel_curves(scale, results, c);
+    for (const ChannelLabel& channel : channel_labels(results.record.mono)) {
+        svg += channel_curves(scale, results, channel.index);
     }
     return svg + "</svg>\n";
 }

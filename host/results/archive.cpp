@@ -42,10 +42,10 @@ std::string excerpt(const Json& json) {
 }  // namespace
 
 void Archive::file(const char* key, std::filesystem::path& value) {
-    std::string name = reading() ? "" : relative_name(value, folder_);
+    std::string name = reading() ? "" : relative_name(value, context_.folder);
     field(key, name);
     if (reading()) {
-        value = named_file(name, folder_);
+        value = named_file(name, context_.folder);
     }
 }
 

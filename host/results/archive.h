@@ -20,12 +20,16 @@ class Archive {
 public:
     /// File names are written relative to `folder` where they lie below it.
     static Archive writer(Json& object, const std::filesystem::path& folder) {
-        return Archive(&object, nullptr, folder, "");
+        return Archive(&object, nullptr, {folder}, "");
     }
     /// Relative file names are taken to lie in `folder`.
     static Archive reader(const Json& object, const std::filesystem::path& folder) {
-        return Archive(nullptr, &object, folder, "");
+        return Archive(nullptr, &object, {folder}, "");
     }
+
+    /// Whether the results are of a sensor with one channel; holds for what is walked from here on.
+    [[nodiscard]] bool mono() const { return context_.mono; }
+    void set_mono(bool mono) { context_.mono = mono; }
 
     [[nodiscard]] bool reading() const { return from_ != nullptr; }
     /// Whether there is a member to read.
@@ -89,13 +93,13 @@ public:
     template <typename Fields>
     void object(const char* key, Fields fields) {
         if (reading()) {
-            fields(Archive(nullptr, &object_member(key), folder_, where(key)));
+            fields(Archive(nullptr, &object_member(key), context_, where(key)));
         } else {
             Json& made = (*into_)[key];
             if (made.as<Json::Object>() == nullptr) {
                 made = Json::object();
             }
-            fields(Archive(&made, nullptr, folder_, where(key)));
+            fields(Archive(&made, nullptr, context_, where(key)));
         }
     }
 
@@ -107,13 +111,13 @@ public:
             entries.resize(count);
             for (std::size_t i = 0; i < count; ++i) {
                 const std::string name = where(key) + "[" + std::to_string(i) + "]";
-                fields(Archive(nullptr, &require_object(elements(key)[i], name), folder_, name), entries[i]);
+                fields(Archive(nullptr, &require_object(elements(key)[i], name), context_, name), entries[i]);
             }
             return;
         }
         for (Entry& entry : entries) {
             Json made = Json::object();
-            fields(Archive(&made, nullptr, folder_, ""), entry);
+            fields(Archive(&made, nullptr, context_, ""), entry);
             (*into_)[key].push_back(std::move(made));
         }
     }
@@ -125,8 +129,13 @@ public:
     [[noreturn]] void fail(const char* key, const std::string& found, const std::string& expected) const;
 
 private:
-    Archive(Json* into, const Json* from, std::filesystem::path folder, std::string where)
-        : into_(into), from_(from), folder_(std::move(folder)), where_(std::move(where)) {}
+    struct Context {
+        std::filesystem::path folder;
+        bool mono = false;
+    };
+
+    Archive(Json* into, const Json* from, Context context, std::string where)
+        : into_(into), from_(from), context_(std::move(context)), where_(std::move(where)) {}
 
     [[nodiscard]] const Json& member(const char* key) const;
     [[nodiscard]] const Json& object_member(const char* key) const { return require_object(member(key), where(key)); }
@@ -169,7 +178,7 @@ private:
 
     Json* into_;
     const Json* from_;
-    std::filesystem::path folder_;
+    Context context_;
     std::string where_;
 };
 

@@ -51,9 +51,10 @@ void measure_fields(Archive& archive, DarkMeasures& measures) {
     archive.list("worst_defects", measures.worst_defects, [](Archive entry, DefectPixel& defect) {
         entry.field("column", defect.column, 0, kMaxSide);
         entry.field("row", defect.row, 0, kMaxSide);
-        std::string channel = kChannelKeys[defect.channel];
+        std::string channel = channel_key(defect.channel, entry.mono());
         entry.field("channel", channel);
-        defect.channel = parse_choice<std::size_t>(kChannelKeys, channel, entry.where("channel"));
+        defect.channel = entry.mono() ? kMonoLabels[0].index
+                                      : parse_choice<std::size_t>(kChannelKeys, channel, entry.where("channel"));
         entry.field("code", defect.code);
     });
     archive.list("lines", measures.lines, [](Archive entry, DefectLine& line) {
@@ -66,15 +67,15 @@ void measure_fields(Archive& archive, DarkMeasures& measures) {
 }  // namespace
 
 void fields(Archive& archive, BlackLevelResults& results) {
+    condition_fields(archive, results.taken);
     archive.named("method", results.method, method_name, [](const std::string& text, const std::string& where) {
         return text == method_name(BlackLevelMethod::given) ? BlackLevelMethod::given : parse_method(text, where);
     });
     archive.derived("scale_bits", kLibraryBits);
     level_fields(archive, results.values);
     archive.object("mean_codes", [&](Archive channels) {
-        for (std::size_t c = 0; c < results.mean.size(); ++c) {
-            measured_fields(channels, kChannelKeys[c], results.mean[c]);
-        }
+        for_each_channel(channels, results.mean,
+                         [&](const char* name, Measured& mean) { measured_fields(channels, name, mean); });
     });
     archive.derived("frames", Json::array());
     archive.list("frames", results.frames, [](Archive entry, DarkFrameLevels& frame) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/error.h"
-#include "captures/light.h"
+#include "captures/capture_entry.h"
 #include "results/sections.h"
 #include "results/value_digest.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 void take_gains(const WhiteBalance& entry, TuningValues& values) {
     values.gains = entry.gains;
-    values.gains_k = entry.illuminant_k;
+    values.gains_k = entry.taken.illuminant_k;
     values.origin.push_back(value_record(entry));
 }
 
@@ -40,49 +40,48 @@ std::vector<T> ValueChooser::applicable(const std::vector<T>& entries, const cha
     return chosen;
 }
 
-bool ValueChooser::black_level(TuningValues& values) const {
-    if (!results_.black_level) {
-        return false;
+bool ValueChooser::black_level(const Conditions& taken, TuningValues& values) const {
+    const std::vector<BlackLevelResults> levels = applicable(results_.black_level, "black_level");
+    const BlackLevelResults* const nearest = nearest_entry(levels, taken);
+    if (nearest != nullptr) {
+        values.black_level = nearest->values;
+        values.black_source = nearest->record.source;
+        values.origin.push_back(value_record(*nearest));
     }
-    if (!forced_ && results_.black_level->record.standing == Standing::rejected) {
-        refuse("black_level", "");
-    }
-    values.black_level = results_.black_level->values;
-    values.origin.push_back(value_record(*results_.black_level));
-    return true;
+    return nearest != nullptr;
 }
 
-void ValueChooser::grids(std::optional<double> illuminant_k, TuningValues& values) const {
+void ValueChooser::grids(const Conditions& taken, TuningValues& values) const {
     const std::vector<LensShading> shading = applicable(results_.lens_shading, "lens_shading");
-    if (const LensShading* const nearest = nearest_light(shading, illuminant_k)) {
+    if (const LensShading* const nearest = nearest_entry(shading, taken)) {
         values.grids = grids_of(*nearest);
         values.flat_field = nearest->file;
         values.origin.push_back(value_record(*nearest));
     }
 }
 
-void ValueChooser::gains(std::optional<double> illuminant_k, TuningValues& values) const {
-    take_gains(choose_by_light(lights(), illuminant_k, results_.file, "white balance",
-                               "results of cali awb, or of cali calibrate with a grey card"),
+void ValueChooser::gains(const Conditions& taken, TuningValues& values) const {
+    take_gains(choose_entry(lights(), taken, results_.file, "white balance",
+                            "results of cali awb, or of cali calibrate with a grey card"),
                values);
 }
 
-bool ValueChooser::nearest_gains(std::optional<double> illuminant_k, TuningValues& values) const {
+bool ValueChooser::nearest_gains(const Conditions& taken, TuningValues& values) const {
     const std::vector<WhiteBalance> entries = lights();
-    const WhiteBalance* const nearest = nearest_light(entries, illuminant_k);
+    const WhiteBalance* const nearest = nearest_entry(entries, taken);
     if (nearest != nullptr) {
         take_gains(*nearest, values);
     }
     return nearest != nullptr;
 }
 
-MatrixCalibration ValueChooser::matrix(std::optional<double> illuminant_k) const {
-    return choose_by_light(applicable(results_.matrices, "colour_matrix"), illuminant_k, results_.file, "colour matrix",
-                           "results of cali ccm, or of cali calibrate with a chart");
+MatrixCalibration ValueChooser::matrix(const Conditions& taken) const {
+    return choose_entry(applicable(results_.matrices, "colour_matrix"), taken, results_.file, "colour matrix",
+                        "results of cali ccm, or of cali calibrate with a chart");
 }
 
 TableInput table_input(const MatrixCalibration& matrix) {
-    return {matrix.file, matrix.illuminant_k, matrix.corrected, matrix.reference, matrix.limited};
+    return {matrix.file, matrix.taken, matrix.corrected, matrix.reference, matrix.limited};
 }
 
 }  // namespace cali::host

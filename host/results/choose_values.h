@@ -2,10 +2,10 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "base/conditions.h"
 #include "library/tuning_values.h"
 #include "results/results.h"
 
@@ -17,20 +17,20 @@ class ValueChooser {
 public:
     ValueChooser(const Results& results, bool forced) : results_(results), forced_(forced) {}
 
-    /// False where there is none: then nothing is subtracted.
-    bool black_level(TuningValues& values) const;
+    /// That of the nearest gain; false where there is none: then nothing is subtracted.
+    bool black_level(const Conditions& taken, TuningValues& values) const;
     /// The mesh of the nearest light; unity grids where there is none.
-    void grids(std::optional<double> illuminant_k, TuningValues& values) const;
+    void grids(const Conditions& taken, TuningValues& values) const;
     /// The gains of a light: the only ones, or those of that temperature. Throws InputError.
-    void gains(std::optional<double> illuminant_k, TuningValues& values) const;
+    void gains(const Conditions& taken, TuningValues& values) const;
     /// The gains of the nearest light; false where there are none.
-    bool nearest_gains(std::optional<double> illuminant_k, TuningValues& values) const;
+    bool nearest_gains(const Conditions& taken, TuningValues& values) const;
     /// All grey cards.
     [[nodiscard]] std::vector<WhiteBalance> lights() const {
         return applicable(results_.white_balance, "white_balance");
     }
     /// The matrix of a light: the only one, or that of the temperature. Throws InputError.
-    [[nodiscard]] MatrixCalibration matrix(std::optional<double> illuminant_k) const;
+    [[nodiscard]] MatrixCalibration matrix(const Conditions& taken) const;
 
 private:
     template <typename T>

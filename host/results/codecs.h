@@ -8,17 +8,27 @@
 
 namespace cali::host {
 
+/// Calls `use(key, value)` for every channel that the file has.
+template <typename T, typename Use>
+void for_each_channel(const Archive& archive, Channels<T>& values, Use use) {
+    for (const ChannelLabel& label : channel_labels(archive.mono())) {
+        use(label.key, values[label.index]);
+    }
+    if (archive.mono() && archive.reading()) {
+        values.fill(T(values[kMonoLabels[0].index]));
+    }
+}
 template <typename T>
 void channel_fields(Archive& archive, const char* key, Channels<T>& values) {
     archive.object(key, [&](Archive channels) {
-        for (std::size_t c = 0; c < values.size(); ++c) {
-            channels.field(kChannelKeys[c], values[c]);
-        }
+        for_each_channel(channels, values, [&](const char* name, T& value) { channels.field(name, value); });
     });
 }
 /// A figure with its standard uncertainty.
 void measured_fields(Archive& archive, const char* key, Measured& measured);
 void window_fields(Archive& archive, const char* key, Window& window);
+/// Light and gain, each absent where it is not known.
+void condition_fields(Archive& archive, Conditions& conditions);
 /// How the section came about.
 void record_fields(Archive& archive, Record& record);
 void limit_fields(Archive& archive, Limits& limits);

@@ -45,7 +45,7 @@ void patch_field(Archive& patches, const char* key, std::vector<Colour>& colours
 
 void fields(Archive& archive, MatrixCalibration& result) {
     archive.file("file", result.file);
-    archive.field("illuminant_k", result.illuminant_k);
+    condition_fields(archive, result.taken);
     archive.named("method", result.settings.method, matrix_method_name, parse_matrix_method);
     archive.named("white_point", result.settings.white_point, white_point_name, parse_white_point);
     archive.field("saturation", result.settings.saturation);

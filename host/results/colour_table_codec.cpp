@@ -5,7 +5,7 @@ namespace cali::host {
 void fields(Archive& archive, ColourTable& table) {
     ColourTableSettings& settings = table.settings;
     archive.file("file", table.input.file);
-    archive.field("illuminant_k", table.input.illuminant_k);
+    condition_fields(archive, table.input.taken);
     archive.named("domain", settings.domain, table_domain_name, parse_table_domain);
     archive.field("nodes", settings.nodes, 2, 65);
     archive.field("strength", settings.strength);

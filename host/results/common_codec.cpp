@@ -9,6 +9,11 @@ void measured_fields(Archive& archive, const char* key, Measured& measured) {
     });
 }
 
+void condition_fields(Archive& archive, Conditions& conditions) {
+    archive.field("illuminant_k", conditions.illuminant_k);
+    archive.field("analogue_gain", conditions.gain);
+}
+
 void window_fields(Archive& archive, const char* key, Window& window) {
     archive.object(key, [&](Archive sides) {
         sides.field("x", window.x, 0, kMaxSide);

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "results/codecs.h"
 #include "stages/grid_placement.h"
 
@@ -5,6 +7,8 @@ namespace cali::host {
 namespace {
 
 constexpr std::array<const char*, 4> kColourKeys = {"red", "green", "blue", "infrared"};
+constexpr std::size_t kGreen = 1;
+constexpr const char* kMonoKey = "y";
 
 void flatness_fields(Archive& archive, const char* key, Flatness& flatness) {
     archive.object(key, [&](Archive figures) {
@@ -30,12 +34,20 @@ void mesh_fields(Archive& mesh, ShadingSettings& settings, ShadingTables& tables
         mesh.derived("imgy0", y.origin);
     }
     mesh.object("gain_q9", [&](Archive gains) {
-        for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
-            gains.field(kColourKeys[i], tables.mesh[i]);
-            const auto nodes = static_cast<std::size_t>(tables.cols) * static_cast<std::size_t>(tables.rows);
-            if (tables.mesh[i].size() != nodes) {
-                gains.fail(kColourKeys[i], std::to_string(tables.mesh[i].size()) + " gains", std::to_string(nodes));
+        const auto table = [&](const char* key, std::vector<int32_t>& nodes) {
+            gains.field(key, nodes);
+            const auto expected = static_cast<std::size_t>(tables.cols) * static_cast<std::size_t>(tables.rows);
+            if (nodes.size() != expected) {
+                gains.fail(key, std::to_string(nodes.size()) + " gains", std::to_string(expected));
             }
+        };
+        if (gains.mono()) {
+            table(kMonoKey, tables.mesh[kGreen]);
+            tables.mesh.fill(std::vector<int32_t>(tables.mesh[kGreen]));
+            return;
+        }
+        for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
+            table(kColourKeys[i], tables.mesh[i]);
         }
     });
 }
@@ -45,12 +57,20 @@ void radial_fields(Archive& radial, ShadingTables& tables) {
     radial.field("center_y", tables.center_y);
     radial.field("norm", tables.norm);
     radial.object("gain_q9", [&](Archive gains) {
+        std::array<int32_t, kRadialEntries> table{};
+        const auto first_of = [&](std::size_t colour) {
+            return tables.radial.begin() + static_cast<std::ptrdiff_t>(colour * kRadialEntries);
+        };
         for (std::size_t i = 0; i < kColourKeys.size(); ++i) {
-            std::array<int32_t, kRadialEntries> table{};
-            auto* const first = tables.radial.data() + i * kRadialEntries;
-            std::copy_n(first, table.size(), table.begin());
-            gains.field(kColourKeys[i], table);
-            std::copy(table.begin(), table.end(), first);
+            if (gains.mono() && i != kGreen) {
+                continue;
+            }
+            std::copy_n(first_of(i), table.size(), table.begin());
+            gains.field(gains.mono() ? kMonoKey : kColourKeys[i], table);
+            std::ranges::copy(table, first_of(i));
+        }
+        for (std::size_t i = 0; gains.mono() && i < kColourKeys.size(); ++i) {
+            std::ranges::copy(table, first_of(i));
         }
     });
 }
@@ -59,7 +79,7 @@ void radial_fields(Archive& radial, ShadingTables& tables) {
 
 void fields(Archive& archive, LensShading& result) {
     archive.file("file", result.file);
-    archive.field("illuminant_k", result.illuminant_k);
+    condition_fields(archive, result.taken);
     archive.named("type", result.settings.type, shading_type_name, parse_shading_type);
     archive.field("denoise", result.settings.denoise);
     archive.field("width", result.tables.width, 1, kMaxSide);

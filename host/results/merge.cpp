@@ -31,7 +31,7 @@ std::string subject_name(const Finding& finding) {
     const Subject& subject = finding.subject;
     const bool single = subject.calibration == "black_level" || subject.calibration == "white_balance_curve" ||
                         subject.calibration == "noise";
-    return subject.calibration + "/" + (single ? "" : entry_name(subject.illuminant_k, subject.capture));
+    return subject.calibration + "/" + entry_name(subject.taken, single ? std::filesystem::path() : subject.capture);
 }
 
 }  // namespace

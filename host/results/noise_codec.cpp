@@ -5,19 +5,20 @@ namespace {
 
 void line_fields(Archive& archive, const char* key, Channels<NoiseLine>& lines) {
     archive.object(key, [&](Archive channels) {
-        for (std::size_t c = 0; c < lines.size(); ++c) {
-            channels.object(kChannelKeys[c], [&](Archive line) {
-                line.field("slope", lines[c].slope);
-                line.field("intercept", lines[c].intercept);
-                line.field("relative_residual_rms", lines[c].residual);
+        for_each_channel(channels, lines, [&](const char* name, NoiseLine& fitted) {
+            channels.object(name, [&](Archive line) {
+                line.field("slope", fitted.slope);
+                line.field("intercept", fitted.intercept);
+                line.field("relative_residual_rms", fitted.residual);
             });
-        }
+        });
     });
 }
 
 }  // namespace
 
 void fields(Archive& archive, NoiseResults& results) {
+    condition_fields(archive, results.taken);
     window_fields(archive, "window", results.window);
     archive.list("levels", results.levels, [](Archive entry, NoiseLevel& level) {
         entry.field("name", level.name);
@@ -29,12 +30,12 @@ void fields(Archive& archive, NoiseResults& results) {
     line_fields(archive, "deviation_line", results.deviation);
     line_fields(archive, "variance_line", results.variance);
     archive.object("weighted_variance_line", [&](Archive channels) {
-        for (std::size_t c = 0; c < results.weighted.size(); ++c) {
-            channels.object(kChannelKeys[c], [&](Archive line) {
-                measured_fields(line, "slope", results.weighted[c].slope);
-                measured_fields(line, "intercept", results.weighted[c].intercept);
+        for_each_channel(channels, results.weighted, [&](const char* name, WeightedLine& fitted) {
+            channels.object(name, [&](Archive line) {
+                measured_fields(line, "slope", fitted.slope);
+                measured_fields(line, "intercept", fitted.intercept);
             });
-        }
+        });
     });
     archive.object("registers", [&](Archive registers) {
         registers.field("slope_format", results.settings.slope_format);

@@ -10,6 +10,11 @@ Standing parse_standing(const std::string& text, const std::string& where) {
     return parse_choice<Standing>(kStandingNames, text, where);
 }
 
+const char* source_name(Source source) { return kSourceNames[static_cast<std::size_t>(source)]; }
+Source parse_source(const std::string& text, const std::string& where) {
+    return parse_choice<Source>(kSourceNames, text, where);
+}
+
 void option_fields(Archive& archive, OptionRecord& options) {
     archive.list("options", options, [](Archive entry, std::pair<std::string, std::string>& option) {
         entry.field("name", option.first);
@@ -28,6 +33,11 @@ void record_fields(Archive& archive, Record& record) {
             entry.file("file", input.file);
             entry.field("bytes", input.bytes);
             entry.field("xxh3_128", input.digest);
+        });
+        made.list("in_force", record.in_force, [](Archive entry, Setting& setting) {
+            entry.field("name", setting.name);
+            entry.field("value", setting.value);
+            entry.named("source", setting.source, source_name, parse_source);
         });
         made.list("values", record.values, [](Archive entry, ValueRecord& value) {
             entry.field("section", value.section);
@@ -48,7 +58,7 @@ void fields(Archive& archive, Finding& finding) {
     }
     archive.file("capture", capture);
     finding.subject.capture = capture.value_or("");
-    archive.field("illuminant_k", finding.subject.illuminant_k);
+    condition_fields(archive, finding.subject.taken);
     archive.field("place", finding.place);
     archive.field("value", finding.value);
     archive.field("unit", finding.unit);

@@ -17,15 +17,15 @@
 namespace cali::host {
 
 struct Results {
-    std::filesystem::path file;  ///< that they were read from
-    SensorGeometry sensor;       ///< of the first capture measured
-    std::optional<BlackLevelResults> black_level;
+    std::filesystem::path file;                  ///< that they were read from
+    SensorGeometry sensor;                       ///< of the first capture measured
+    std::vector<BlackLevelResults> black_level;  ///< one for a gain
     std::vector<LensShading> lens_shading;
     std::vector<WhiteBalance> white_balance;
     std::optional<CurveResult> curve;
     std::vector<MatrixCalibration> matrices;
     std::vector<ColourTable> tables;
-    std::optional<NoiseResults> noise;
+    std::vector<NoiseResults> noise;  ///< likewise
     std::vector<Finding> findings;
     Limits limits;                               ///< in force in the run that wrote them
     std::vector<std::filesystem::path> outputs;  ///< other files that runs wrote

@@ -10,18 +10,22 @@
 #include "base/output_file.h"
 #include "base/text.h"
 #include "results/codecs.h"
+#include "results/gain_model.h"
 #include "results/sections.h"
 #include "results/verdict.h"
 
 namespace cali::host {
 namespace {
 
-constexpr int kSchema = 2;
+constexpr int kSchema = 3;
 
 void sensor_fields(Archive& sensor, SensorGeometry& geometry) {
     sensor.field("width", geometry.width, 0, kMaxSide);
     sensor.field("height", geometry.height, 0, kMaxSide);
-    sensor.named("pattern", geometry.pattern, pattern_name, parse_pattern);
+    std::string pattern = geometry.mono ? kMonoPattern : pattern_name(geometry.pattern);
+    sensor.field("pattern", pattern);
+    geometry.mono = pattern == kMonoPattern;
+    geometry.pattern = geometry.mono ? 3 : parse_pattern(pattern, sensor.where("pattern"));
     sensor.field("bits", geometry.bits, kMinBits, kMaxBits);
     sensor.field("white_level", geometry.white_level);
 }
@@ -73,7 +77,13 @@ void verdict_fields(Archive& archive, const Results& results) {
 
 void fields(Archive& archive, Results& results) {
     archive.object("sensor", [&](Archive sensor) { sensor_fields(sensor, results.sensor); });
+    archive.set_mono(results.sensor.mono);
     for_each_section(results, [&](const char* key, auto& entries) { section(archive, key, entries); });
+    if (!archive.reading()) {
+        if (const std::optional<GainModel> model = gain_model(results)) {
+            archive.derived("gain_model", to_json(*model));
+        }
+    }
     limit_fields(archive, results.limits);
     section(archive, "findings", results.findings);
     output_fields(archive, results.outputs);
@@ -129,6 +139,10 @@ Results read_results(const std::filesystem::path& file) {
         Results results;
         results.file = file;
         fields(archive, results);
+        for_each_record(results, [&](const char*, const std::string&, Record& record) {
+            record.source = Source::results;
+            record.mono = results.sensor.mono;
+        });
         return results;
     } catch (const InputError& problem) {
         throw InputError(file.string() + ": " + problem.what());

@@ -21,15 +21,15 @@ void for_each_section_name(Use use) {
 }
 
 /// Light or capture of an entry; empty for what a file has once.
-[[nodiscard]] inline std::string entry_of(const BlackLevelResults&) { return ""; }
+[[nodiscard]] inline std::string entry_of(const BlackLevelResults& results) { return entry_name(results.taken, {}); }
 [[nodiscard]] inline std::string entry_of(const CurveResult&) { return ""; }
-[[nodiscard]] inline std::string entry_of(const NoiseResults&) { return ""; }
+[[nodiscard]] inline std::string entry_of(const NoiseResults& results) { return entry_name(results.taken, {}); }
 [[nodiscard]] inline std::string entry_of(const ColourTable& table) {
-    return entry_name(table.input.illuminant_k, table.input.file);
+    return entry_name(table.input.taken, table.input.file);
 }
 template <typename Lit>
 [[nodiscard]] std::string entry_of(const Lit& entry) {
-    return entry_name(entry.illuminant_k, entry.file);
+    return entry_name(entry.taken, entry.file);
 }
 
 /// Calls `use(key, section)` with every section: an optional, or a vector of entries.

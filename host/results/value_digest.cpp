@@ -21,15 +21,18 @@ ValueRecord record(const char* section, std::string entry, const std::string& va
 
 }  // namespace
 
-std::string entry_name(const std::optional<double>& illuminant_k, const std::filesystem::path& capture) {
-    return illuminant_k ? text("%g K", *illuminant_k) : capture.filename().generic_string();
+std::string entry_name(const Conditions& taken, const std::filesystem::path& capture) {
+    const std::string name = to_text(taken);
+    return taken.illuminant_k ? name
+           : capture.empty()  ? name
+                              : capture.filename().generic_string() + (name.empty() ? "" : " at ") + name;
 }
 
 ValueRecord value_record(const BlackLevelResults& results) {
     std::string values;
     add(values, results.values.offset);
     add(values, results.values.gain);
-    return record("black_level", "", values, results.record);
+    return record("black_level", entry_name(results.taken, {}), values, results.record);
 }
 
 ValueRecord value_record(const LensShading& result) {
@@ -37,13 +40,13 @@ ValueRecord value_record(const LensShading& result) {
     for (const std::vector<int32_t>& mesh : result.tables.mesh) {
         add(values, mesh);
     }
-    return record("lens_shading", entry_name(result.illuminant_k, result.file), values, result.record);
+    return record("lens_shading", entry_name(result.taken, result.file), values, result.record);
 }
 
 ValueRecord value_record(const WhiteBalance& result) {
     std::string values;
     add(values, std::array{result.gains.red, result.gains.green, result.gains.blue});
-    return record("white_balance", entry_name(result.illuminant_k, result.file), values, result.record);
+    return record("white_balance", entry_name(result.taken, result.file), values, result.record);
 }
 
 ValueRecord value_record(const MatrixCalibration& result) {
@@ -51,7 +54,7 @@ ValueRecord value_record(const MatrixCalibration& result) {
     for (const Colour& colour : result.corrected) {
         add(values, colour);
     }
-    return record("colour_matrix", entry_name(result.illuminant_k, result.file), values, result.record);
+    return record("colour_matrix", entry_name(result.taken, result.file), values, result.record);
 }
 
 }  // namespace cali::host

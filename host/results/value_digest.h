@@ -10,7 +10,8 @@ namespace cali::host {
 [[nodiscard]] ValueRecord value_record(const WhiteBalance& result);
 [[nodiscard]] ValueRecord value_record(const MatrixCalibration& result);
 
-/// "5000 K", or the capture's name where no light is given: what tells the entries of a section apart.
-[[nodiscard]] std::string entry_name(const std::optional<double>& illuminant_k, const std::filesystem::path& capture);
+/// "5000 K at gain 2"; the capture's name in place of a light that is not given: what tells the entries of a section
+/// apart. Sections whose captures have no light pass no capture.
+[[nodiscard]] std::string entry_name(const Conditions& taken, const std::filesystem::path& capture);
 
 }  // namespace cali::host

@@ -50,9 +50,7 @@ std::vector<CalibrationVerdict> verdicts(const Results& results) {
 std::vector<Finding> stale_sections(const Results& results) {
     std::vector<ValueRecord> present;
     const auto add = [&](const auto& entry) { present.push_back(value_record(entry)); };
-    if (results.black_level) {
-        add(*results.black_level);
-    }
+    std::ranges::for_each(results.black_level, add);
     std::ranges::for_each(results.lens_shading, add);
     std::ranges::for_each(results.white_balance, add);
     std::ranges::for_each(results.matrices, add);

@@ -5,7 +5,7 @@ namespace cali::host {
 void fields(Archive& archive, WhiteBalance& result) {
     constexpr double kGainUnity = 1024.0;
     archive.file("file", result.file);
-    archive.field("illuminant_k", result.illuminant_k);
+    condition_fields(archive, result.taken);
     archive.file_or_unity("lens_shading", result.flat_field);
     window_fields(archive, "window", result.window);
     gain_fields(archive, result.gains);

@@ -4,8 +4,10 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "captures/burst.h"
 #include "captures/read_capture.h"
 #include "results/choose_values.h"
+#include "results/gain_model.h"
 #include "results/merge.h"
 #include "results/sections.h"
 
@@ -20,16 +22,66 @@ struct Need {
     const char* missing;
 };
 
-void require_one_per_light(const std::vector<LitCapture>& captures, const std::string& kind, const Session& session) {
-    for (std::size_t i = 0; i < captures.size(); ++i) {
-        for (std::size_t k = 0; k < i; ++k) {
-            if (captures[i].illuminant_k && captures[i].illuminant_k == captures[k].illuminant_k) {
-                throw InputError(session.file.string() + ": captures: " + kind + ": " + captures[k].file.string() +
-                                 " and " + captures[i].file.string() +
-                                 text(" are both of %g K, expected one for a light", *captures[i].illuminant_k));
+void require_one_each(const std::vector<CaptureEntry>& captures, const std::string& kind, const Session& session) {
+    std::vector<std::pair<Conditions, std::filesystem::path>> seen;
+    for (const CaptureEntry& capture : captures) {
+        const Conditions taken = conditions_of(capture, session.geometry);
+        if (!taken.illuminant_k) {
+            continue;
+        }
+        for (const auto& [other, file] : seen) {
+            if (other == taken) {
+                throw InputError(session.file.string() + ": captures: " + kind + ": " + file.string() + " and " +
+                                 capture.file().string() + " are both of " + to_text(taken) +
+                                 ", expected one for a light and gain, or a burst: files = [...]");
             }
         }
+        seen.emplace_back(taken, capture.file());
     }
+}
+
+/// Everything but dark frames.
+std::vector<CaptureEntry> lit_captures(const Session& session) {
+    std::vector<CaptureEntry> captures;
+    for (const auto* const entries : {&session.flat, &session.grey, &session.chart}) {
+        captures.insert(captures.end(), entries->begin(), entries->end());
+    }
+    for (const SeriesLevel& level : session.series) {
+        if (!level.files.empty()) {
+            captures.push_back({level.files, {{}, level.gain}, {}});
+        }
+    }
+    return captures;
+}
+
+bool is_mono(const Session& session) {
+    std::vector<CaptureEntry> captures = lit_captures(session);
+    captures.insert(captures.end(), session.dark.begin(), session.dark.end());
+    const auto first = captures.empty() ? std::nullopt : try_probe(captures.front(), session.geometry);
+    return first && first->sensor.mono;
+}
+
+/// By the session, or else by the files themselves, one for a gain; none where dark frames tell.
+std::vector<BlackLevelResults> given_black_levels(const Session& session) {
+    const std::vector<CaptureEntry> captures = lit_captures(session);
+    if (session.black_level_offset) {
+        const auto first = captures.empty() ? std::nullopt : try_probe(captures.front(), session.geometry);
+        const int bits = session.geometry.bits.value_or(first ? first->sensor.bits : kLibraryBits);
+        return {given_black_level(*session.black_level_offset, bits, Source::session)};
+    }
+    std::vector<BlackLevelResults> given;
+    if (!session.dark.empty()) {
+        return given;
+    }
+    for (const auto& [taken, entries] :
+         by_gain(captures, [&](const CaptureEntry& entry) { return conditions_of(entry, session.geometry).gain; })) {
+        const std::optional<Capture> capture = try_probe(entries.front(), session.geometry);
+        if (capture && capture->metadata.black_level) {
+            given.push_back(given_black_level(*capture->metadata.black_level, capture->sensor.bits, Source::metadata));
+            given.back().taken = taken;
+        }
+    }
+    return given;
 }
 
 class Chain {
@@ -57,6 +109,9 @@ public:
         }
         if (plan_.does("noise")) {
             each("noise", [&] { noise(); });
+        }
+        if (const auto model = gain_model(results_); model && (plan_.does("blc") || plan_.does("noise"))) {
+            observer_.section(describe(*model));
         }
         return stopped_;
     }
@@ -91,8 +146,8 @@ private:
         observer_.capture_read(capture);
     }
 
-    [[nodiscard]] Capture read(const std::filesystem::path& file) {
-        Capture capture = read_capture(file, session_.geometry);
+    [[nodiscard]] Capture read(const CaptureEntry& entry) {
+        Capture capture = read_entry(entry, session_.geometry, rules_.most_burst_difference());
         seen(capture);
         return capture;
     }
@@ -122,27 +177,28 @@ private:
     void show(const WhiteBalance& result) { observer_.section(describe(std::vector{result})); }
 
     void black_level() {
-        if (session_.black_level_offset) {
-            const int bits = session_.geometry.bits.value_or(kLibraryBits);
-            Step<BlackLevelResults> step{given_black_level(*session_.black_level_offset, bits), {}};
+        for (const BlackLevelResults& given : plan_.given) {
+            Step<BlackLevelResults> step{given, {}};
             step.result->record.command = rules_.command;
-            finish(step, [](Results& made, BlackLevelResults result) { made.black_level = std::move(result); });
-            return;
+            finish(step,
+                   [](Results& made, BlackLevelResults result) { made.black_level.push_back(std::move(result)); });
         }
-        Step<BlackLevelResults> step =
-            black_level_step({session_.dark, session_.black_level_method, 0}, session_.geometry, rules_,
-                             [&](const Capture& dark) { seen(dark); });
-        finish(step, [](Results& made, BlackLevelResults result) { made.black_level = std::move(result); });
+        for (const auto& [taken, entries] : plan_.dark) {
+            Step<BlackLevelResults> step =
+                black_level_step({entries, session_.black_level_method, 0, taken}, session_.geometry, rules_, read_);
+            finish(step,
+                   [](Results& made, BlackLevelResults result) { made.black_level.push_back(std::move(result)); });
+        }
     }
 
     void lens_shading() {
-        for (const LitCapture& lit : session_.flat) {
+        for (const CaptureEntry& entry : session_.flat) {
+            Capture flat = read(entry);
             TuningValues values;
-            chooser().black_level(values);
-            Capture flat = read(lit.file);
+            chooser().black_level(flat.taken, values);
             const SensorGeometry sensor = flat.sensor;
             CorrectedFlat corrected;
-            Step<LensShading> step = flat_step(flat, lit.illuminant_k, values, session_.shading, rules_, corrected);
+            Step<LensShading> step = flat_step(flat, values, session_.shading, rules_, corrected);
             if (step.usable()) {
                 observer_.flat_field(*step.result, sensor, corrected);
             }
@@ -152,13 +208,13 @@ private:
 
     void white_balance() {
         std::vector<WhiteBalance> cards;  // one table for all
-        for (const LitCapture& lit : session_.grey) {
+        for (const CaptureEntry& entry : session_.grey) {
+            Capture grey = read(entry);
             TuningValues values;
-            chooser().black_level(values);
-            chooser().grids(lit.illuminant_k, values);
-            Capture grey = read(lit.file);
+            chooser().black_level(grey.taken, values);
+            chooser().grids(grey.taken, values);
             const Window window = session_.white_balance_window.value_or(default_window(grey.sensor));
-            Step<WhiteBalance> step = grey_step(grey, lit.illuminant_k, values, window, rules_);
+            Step<WhiteBalance> step = grey_step(grey, values, window, rules_);
             if (step.result) {
                 cards.push_back(*step.result);
             }
@@ -173,8 +229,7 @@ private:
 
     void curve() {
         const std::vector<WhiteBalance> lights = chooser().lights();
-        const auto known_lights = static_cast<std::size_t>(
-            std::ranges::count_if(lights, [](const WhiteBalance& entry) { return entry.illuminant_k.has_value(); }));
+        const std::size_t known_lights = curve_lights(lights).size();
         if (known_lights >= kLeastCurveLights && known_lights <= kMostCurveLights) {
             Step<CurveResult> step = curve_step(lights, session_.file, rules_);
             finish(step, [](Results& made, CurveResult result) { made.curve = std::move(result); });
@@ -183,15 +238,15 @@ private:
 
     /// Charts, each behind the values of the nearest lights.
     void matrices() {
-        for (const LitCapture& lit : session_.chart) {
+        for (const CaptureEntry& entry : session_.chart) {
+            Capture chart = read(entry);
             TuningValues values;
-            chooser().black_level(values);
-            chooser().grids(lit.illuminant_k, values);
-            if (session_.matrix.method != MatrixMethod::joint && !chooser().nearest_gains(lit.illuminant_k, values)) {
+            chooser().black_level(chart.taken, values);
+            chooser().grids(chart.taken, values);
+            if (session_.matrix.method != MatrixMethod::joint && !chooser().nearest_gains(chart.taken, values)) {
                 throw CalibrationError("no white balance is known");
             }
-            Capture chart = read(lit.file);
-            Step<MatrixCalibration> step = chart_step(chart, lit.illuminant_k, values, session_.matrix, rules_);
+            Step<MatrixCalibration> step = chart_step(chart, values, session_.matrix, rules_);
             finish(step, [](Results& made, MatrixCalibration result) { made.matrices.push_back(std::move(result)); });
         }
     }
@@ -210,12 +265,14 @@ private:
     }
 
     void noise() {
-        TuningValues values;
-        chooser().black_level(values);
-        SensorGeometry sensor;
-        Step<NoiseResults> step = noise_step({session_.series, session_.geometry, values, session_.noise, sensor},
-                                             rules_, [&](const Capture& frame) { seen(frame); });
-        finish(step, [](Results& made, NoiseResults result) { made.noise = std::move(result); });
+        for (const auto& [taken, levels] : plan_.series) {
+            TuningValues values;
+            chooser().black_level(taken, values);
+            SensorGeometry sensor;
+            Step<NoiseResults> step =
+                noise_step({levels, session_.geometry, values, session_.noise, sensor, taken}, rules_, read_);
+            finish(step, [](Results& made, NoiseResults result) { made.noise.push_back(std::move(result)); });
+        }
     }
 
     const Session& session_;
@@ -226,34 +283,44 @@ private:
     Results& made_;
     bool sensor_known_ = false;
     std::optional<std::string> stopped_;
+    const CaptureRead read_ = [this](const Capture& capture) { seen(capture); };
 };
 
 }  // namespace
 
 ChainPlan plan_chain(const Session& session, const std::vector<std::string>& only, const Results& earlier) {
-    require_one_per_light(session.flat, "flat", session);
-    require_one_per_light(session.grey, "grey", session);
-    require_one_per_light(session.chart, "chart", session);
     const bool all = only.empty();
     const auto asked = [&](const char* part) { return all || std::ranges::find(only, part) != only.end(); };
-    const bool black = !session.dark.empty() || session.black_level_offset || (!all && earlier.black_level);
+    ChainPlan plan;
+    const bool known = !all && !earlier.black_level.empty();
+    if (session.black_level_offset || !known) {
+        plan.given = given_black_levels(session);
+    }
+    const bool made_here = !session.dark.empty() || !plan.given.empty();
+    const bool black = made_here || known;
     const bool gains = (asked("awb") && !session.grey.empty()) || !earlier.white_balance.empty() ||
                        session.matrix.method == MatrixMethod::joint;
     const bool charts = !session.chart.empty() && gains;
     constexpr const char* kNoBlack =
         "no dark frame ([captures] dark), nor a black level by number ([black_level] offset)";
+    const bool mono = is_mono(session);
+    constexpr const char* kMono = "the sensor is MONO: it has no colours";
     const std::vector<Need> needs = {
-        {"blc", "black_level", !session.dark.empty() || session.black_level_offset.has_value(), kNoBlack},
+        {"blc", "black_level", made_here, kNoBlack},
         {"lsc", "lens_shading", black && !session.flat.empty(), black ? "no flat field ([captures] flat)" : kNoBlack},
-        {"awb", "white_balance", black && !session.grey.empty(), black ? "no grey card ([captures] grey)" : kNoBlack},
-        {"ccm", "colour_matrix", black && charts,
-         !black                  ? kNoBlack
+        {"awb", "white_balance", black && !mono && !session.grey.empty(),
+         mono    ? kMono
+         : black ? "no grey card ([captures] grey)"
+                 : kNoBlack},
+        {"ccm", "colour_matrix", black && charts && !mono,
+         mono                    ? kMono
+         : !black                ? kNoBlack
          : session.chart.empty() ? "no chart ([captures] chart)"
                                  : "no grey card ([captures] grey), nor the colour matrix's method joint"},
-        {"clut", "colour_table", (asked("ccm") && black && charts) || !earlier.matrices.empty(), "no colour matrix"},
+        {"clut", "colour_table", !mono && ((asked("ccm") && black && charts) || !earlier.matrices.empty()),
+         mono ? kMono : "no colour matrix"},
         {"noise", "noise", black && !session.series.empty(), black ? "no series ([captures] series)" : kNoBlack},
     };
-    ChainPlan plan;
     plan.asked = !all;
     for (const Need& need : needs) {
         if (!asked(need.part)) {
@@ -270,35 +337,54 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
     if (plan.parts.empty()) {
         throw InputError(session.file.string() + ": nothing can be calibrated: " + plan.left_out.front().second);
     }
-    const auto add = [&](const std::vector<LitCapture>& captures) {
-        for (const LitCapture& lit : captures) {
-            plan.captures.push_back(lit.file);
-        }
-    };
-    if (plan.does("blc") && !session.black_level_offset) {
-        plan.captures = session.dark;
+    if (plan.does("blc") && plan.given.empty()) {
+        plan.dark =
+            by_gain(session.dark, [&](const CaptureEntry& dark) { return conditions_of(dark, session.geometry).gain; });
     }
     for (const auto& [part, captures] :
          {std::pair("lsc", &session.flat), std::pair("awb", &session.grey), std::pair("ccm", &session.chart)}) {
         if (plan.does(part)) {
-            add(*captures);
+            require_one_each(*captures,
+                             captures == &session.flat   ? "flat"
+                             : captures == &session.grey ? "grey"
+                                                         : "chart",
+                             session);
+            plan.lit.insert(plan.lit.end(), captures->begin(), captures->end());
         }
     }
     if (plan.does("noise")) {
-        for (const SeriesLevel& level : session.series) {
-            plan.captures.insert(plan.captures.end(), level.files.begin(), level.files.end());
-        }
+        plan.series = by_gain(session.series, [&](const SeriesLevel& level) {
+            return level.files.empty() ? level.gain
+                                       : conditions_of({level.files, {{}, level.gain}, {}}, session.geometry).gain;
+        });
     }
     return plan;
+}
+
+std::vector<std::filesystem::path> ChainPlan::captures() const {
+    std::vector<std::filesystem::path> files;
+    const auto add = [&](const std::vector<std::filesystem::path>& more) {
+        files.insert(files.end(), more.begin(), more.end());
+    };
+    for (const auto& [taken, entries] : dark) {
+        std::ranges::for_each(entries, add, &CaptureEntry::files);
+    }
+    std::ranges::for_each(lit, add, &CaptureEntry::files);
+    for (const auto& [taken, levels] : series) {
+        std::ranges::for_each(levels, add, &SeriesLevel::files);
+    }
+    return files;
 }
 
 std::vector<std::pair<std::filesystem::path, SensorGeometry>> check_captures(const Session& session,
                                                                              const ChainPlan& plan) {
     std::vector<std::pair<std::filesystem::path, SensorGeometry>> found;
-    const auto is_one_of = [](const std::vector<LitCapture>& captures, const std::filesystem::path& file) {
-        return std::ranges::find(captures, file, &LitCapture::file) != captures.end();
+    const auto is_one_of = [](const std::vector<CaptureEntry>& captures, const std::filesystem::path& file) {
+        return std::ranges::any_of(captures, [&](const CaptureEntry& entry) {
+            return std::ranges::find(entry.files, file) != entry.files.end();
+        });
     };
-    for (const std::filesystem::path& file : plan.captures) {
+    for (const std::filesystem::path& file : plan.captures()) {
         const Capture capture = probe_capture(file, session.geometry);
         if (plan.does("ccm") && is_one_of(session.chart, file)) {
             (void)chart_windows(session.matrix.place, capture);

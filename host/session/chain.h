@@ -20,9 +20,14 @@ inline constexpr std::array<const char*, 6> kChainParts = {"blc", "lsc", "awb", 
 struct ChainPlan {
     std::set<std::string> parts;                                ///< of kChainParts
     std::vector<std::pair<std::string, std::string>> left_out;  ///< section of the results, and what is missing
-    std::vector<std::filesystem::path> captures;                ///< that will be read, in order
+    std::vector<BlackLevelResults> given;                       ///< black levels that are not measured
+    std::vector<std::pair<Conditions, std::vector<CaptureEntry>>> dark;   ///< by gain
+    std::vector<std::pair<Conditions, std::vector<SeriesLevel>>> series;  ///< likewise
+    std::vector<CaptureEntry> lit;                                        ///< flat fields, grey cards and charts
     bool asked = false;  ///< for these parts alone: one that cannot be done is a failure
 
+    /// All files that will be read, in order.
+    [[nodiscard]] std::vector<std::filesystem::path> captures() const;
     [[nodiscard]] bool does(const char* part) const { return parts.count(part) != 0; }
 };
 

@@ -2,7 +2,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "captures/light.h"
+#include "captures/capture_entry.h"
 #include "checks/chart_checks.h"
 #include "checks/flat_checks.h"
 #include "checks/grey_checks.h"
@@ -13,13 +13,12 @@
 namespace cali::host {
 namespace {
 
-Proof prove_flat(const Capture& capture, std::optional<double> illuminant_k, const Results& stored,
-                 const TuningValues& values, const StepRules& rules) {
-    const LensShading* const shading = nearest_light(stored.lens_shading, illuminant_k);
+Proof prove_flat(const Capture& capture, const Results& stored, const TuningValues& values, const StepRules& rules) {
+    const LensShading* const shading = nearest_entry(stored.lens_shading, capture.taken);
     if (shading == nullptr) {
         throw InputError(stored.file.string() + ": holds no lens shading to prove, expected results of cali lsc");
     }
-    Judge judge(rules.limits, {"lens_shading", capture.file, illuminant_k});
+    Judge judge(rules.limits, {"lens_shading", capture.file, capture.taken});
     check_flat(capture, values.black_level, judge);
     LensShading proved = *shading;
     proved.file = capture.file;
@@ -29,11 +28,11 @@ Proof prove_flat(const Capture& capture, std::optional<double> illuminant_k, con
     return {describe(proved), judge.take()};
 }
 
-Proof prove_grey(const Capture& capture, std::optional<double> illuminant_k, const TuningValues& values,
-                 const SessionPlaces& places, const StepRules& rules) {
+Proof prove_grey(const Capture& capture, const TuningValues& values, const SessionPlaces& places,
+                 const StepRules& rules) {
     const Window window = places.grey.value_or(default_window(capture.sensor));
     require_grey_window(capture, window);
-    Judge judge(rules.limits, {"white_balance", capture.file, illuminant_k});
+    Judge judge(rules.limits, {"white_balance", capture.file, capture.taken});
     check_grey(capture, values, window, judge);
     const Colour mean = mean_colour(capture, values, window);
     const Colour neutral = {mean[1], mean[1], mean[1]};
@@ -50,12 +49,12 @@ Proof prove_grey(const Capture& capture, std::optional<double> illuminant_k, con
     return {section, judge.take()};
 }
 
-Proof prove_chart(const Capture& capture, std::optional<double> illuminant_k, const Results& stored,
-                  const TuningValues& values, const SessionPlaces& places, const StepRules& rules) {
-    Judge judge(rules.limits, {"colour_matrix", capture.file, illuminant_k});
+Proof prove_chart(const Capture& capture, const Results& stored, const TuningValues& values,
+                  const SessionPlaces& places, const StepRules& rules) {
+    Judge judge(rules.limits, {"colour_matrix", capture.file, capture.taken});
     check_chart(capture, values, chart_windows(places.chart, capture), judge);
-    check_chart_light(illuminant_k, values.gains_k, judge);
-    const MatrixCalibration matrix = ValueChooser(stored, rules.forced).matrix(illuminant_k);
+    check_chart_light(capture.taken.illuminant_k, values.gains_k, judge);
+    const MatrixCalibration matrix = ValueChooser(stored, rules.forced).matrix(capture.taken);
     const MatrixCalibration proved = prove_matrix(capture, values, matrix, places.chart);
     check_matrix(proved, std::nullopt, judge);
     Section section = describe(proved);
@@ -71,12 +70,12 @@ Proof prove_chart(const Capture& capture, std::optional<double> illuminant_k, co
 
 }  // namespace
 
-Proof prove(ProofKind kind, const Capture& capture, std::optional<double> illuminant_k, const Results& stored,
-            const TuningValues& values, const SessionPlaces& places, const StepRules& rules) {
+Proof prove(ProofKind kind, const Capture& capture, const Results& stored, const TuningValues& values,
+            const SessionPlaces& places, const StepRules& rules) {
     switch (kind) {
-        case ProofKind::flat: return prove_flat(capture, illuminant_k, stored, values, rules);
-        case ProofKind::grey: return prove_grey(capture, illuminant_k, values, places, rules);
-        default: return prove_chart(capture, illuminant_k, stored, values, places, rules);
+        case ProofKind::flat: return prove_flat(capture, stored, values, rules);
+        case ProofKind::grey: return prove_grey(capture, values, places, rules);
+        default: return prove_chart(capture, stored, values, places, rules);
     }
 }
 

@@ -29,9 +29,8 @@ struct Proof {
 /// A flat field before and after mesh and radial shading, the channels of a grey card, or the patches of a chart behind
 /// the matrix of the light, each judged by the limits of its calibration. `values` is what the front end applies.
 /// Throws InputError, CalibrationError.
-[[nodiscard]] Proof prove(ProofKind kind, const Capture& capture, std::optional<double> illuminant_k,
-                          const Results& stored, const TuningValues& values, const SessionPlaces& places,
-                          const StepRules& rules);
+[[nodiscard]] Proof prove(ProofKind kind, const Capture& capture, const Results& stored, const TuningValues& values,
+                          const SessionPlaces& places, const StepRules& rules);
 
 /// One line on what is applied.
 [[nodiscard]] std::string applied_values(const TuningValues& values);

@@ -75,13 +75,12 @@ MatrixSettings read_matrix_settings(const TomlSection& section) {
 }
 
 /// One code for all channels, or one each in the order of kChannelKeys.
-Channels<uint32_t> read_offset(const TomlSection& section, const Geometry& geometry) {
+Channels<double> read_offset(const TomlSection& section, const Geometry& geometry) {
     const auto codes = section.codes("offset");
     const int most = (1 << geometry.bits.value_or(kLibraryBits)) - 1;
-    Channels<uint32_t> offset{};
+    Channels<double> offset{};
     for (std::size_t c = 0; c < offset.size(); ++c) {
-        offset[c] =
-            static_cast<uint32_t>(check_number(codes[codes.size() == 1 ? 0 : c], 0, most, section.where("offset")));
+        offset[c] = check_number(codes[codes.size() == 1 ? 0 : c], 0, most, section.where("offset"));
     }
     return offset;
 }
@@ -119,7 +118,7 @@ Session read_session(const std::filesystem::path& file) {
 
     const TomlSection captures = root.section("captures");
     captures.allow_only({"dark", "flat", "grey", "chart", "series"});
-    session.dark = captures.files("dark");
+    session.dark = captures.dark_captures("dark");
     session.flat = captures.lit_captures("flat");
     session.grey = captures.lit_captures("grey");
     session.chart = captures.lit_captures("chart");

@@ -9,10 +9,10 @@
 #include "calibrations/colour_matrix_settings.h"
 #include "calibrations/lens_shading_settings.h"
 #include "calibrations/noise_settings.h"
+#include "captures/capture_entry.h"
 #include "captures/channels.h"
 #include "captures/frame_series.h"
 #include "captures/geometry.h"
-#include "captures/light.h"
 #include "checks/check.h"
 
 namespace cali::host {
@@ -20,13 +20,13 @@ namespace cali::host {
 struct Session {
     std::filesystem::path file;
     Geometry geometry;
-    std::vector<std::filesystem::path> dark;
-    std::vector<LitCapture> flat;
-    std::vector<LitCapture> grey;
-    std::vector<LitCapture> chart;
+    std::vector<CaptureEntry> dark;
+    std::vector<CaptureEntry> flat;
+    std::vector<CaptureEntry> grey;
+    std::vector<CaptureEntry> chart;
     std::vector<SeriesLevel> series;
     BlackLevelMethod black_level_method = BlackLevelMethod::median;
-    std::optional<Channels<uint32_t>> black_level_offset;  ///< known, in codes of the captures' depth
+    std::optional<Channels<double>> black_level_offset;  ///< known, in codes of the captures' depth
     std::optional<Window> white_balance_window;
     ShadingSettings shading;
     MatrixSettings matrix;

@@ -6,7 +6,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "captures/read_capture.h"
+#include "captures/burst.h"
 #include "checks/chart_checks.h"
 #include "checks/curve_checks.h"
 #include "checks/dark_checks.h"
@@ -26,10 +26,33 @@ void take_warnings(Judge& judge, const LibraryOutput& output) {
     }
 }
 
+void check_burst(const Capture& capture, Judge& judge) {
+    for (const LeftOutFrame& frame : capture.left_out) {
+        judge.hold(Check::burst_frame, frame.difference * 100, frame.file.filename().string());
+    }
+}
+
+/// What comes of a capture behind values: its inputs and what is in force.
+Record made_of(const Capture& capture, const TuningValues* values) {
+    Record made;
+    made.inputs = capture.inputs;
+    made.mono = capture.sensor.mono;
+    made.in_force = capture.settings;
+    if (values != nullptr) {
+        made.values = values->origin;
+        const auto& offset = values->black_level.offset;
+        std::erase_if(made.in_force, [](const Setting& setting) { return setting.name == "black level"; });
+        made.in_force.push_back(
+            {"black level",
+             text("%u %u %u %u codes of %d bits", offset[kRR], offset[kGR], offset[kGB], offset[kBB], kLibraryBits),
+             values->black_source});
+    }
+    return made;
+}
+
 /// Computes, judges what came out, and settles whether it may be applied. A capture that gives no values is a finding.
 template <typename T, typename Compute, typename Check>
-Step<T> carry_out(Judge judge, const StepRules& rules, std::vector<InputRecord> inputs, std::vector<ValueRecord> values,
-                  Compute compute, Check check) {
+Step<T> carry_out(Judge judge, const StepRules& rules, Record made, Compute compute, Check check) {
     Step<T> step;
     try {
         step.result = compute(judge);
@@ -43,11 +66,10 @@ Step<T> carry_out(Judge judge, const StepRules& rules, std::vector<InputRecord> 
     const bool failed = worst(step.findings) == Severity::fail;
     if (step.result) {
         Record& record = step.result->record;
+        record = std::move(made);
         record.standing = !failed ? Standing::passed : rules.forced ? Standing::forced : Standing::rejected;
         record.command = rules.command;
         record.options = rules.options;
-        record.inputs = std::move(inputs);
-        record.values = std::move(values);
     }
     if (failed && rules.forced && step.result) {
         for (Finding& finding : step.findings) {
@@ -67,12 +89,14 @@ Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const
                                          const StepRules& rules, const CaptureRead& read) {
     std::vector<DarkFrameLevels> frames;
     std::vector<DarkMeasures> measures;
-    std::vector<InputRecord> inputs;
+    Record made;
+    std::optional<Channels<double>> stated;
     std::vector<Finding> findings;
-    for (const std::filesystem::path& file : request.files) {
-        Capture dark = read_capture(file, geometry);
+    for (const CaptureEntry& entry : request.entries) {
+        Capture dark = read_entry(entry, geometry, rules.most_burst_difference());
         read(dark);
-        Judge judge(rules.limits, {"black_level", file, {}});
+        Judge judge(rules.limits, {"black_level", entry.file(), request.taken});
+        check_burst(dark, judge);
         measures.push_back(check_dark(dark, judge));
         try {
             frames.push_back(measure_dark_frame(dark, request.blocks, rules.output));
@@ -81,51 +105,67 @@ Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const
         }
         take_warnings(judge, rules.output);
         std::ranges::move(judge.take(), std::back_inserter(findings));
-        inputs.push_back(std::move(dark.input));
+        if (made.inputs.empty()) {
+            made = made_of(dark, nullptr);
+            stated = stated_black_level(dark);
+        } else {
+            std::ranges::move(dark.inputs, std::back_inserter(made.inputs));
+        }
     }
-    Judge judge(rules.limits, {"black_level", {}, {}});
+    const bool mono = made.mono;
+    Judge judge(rules.limits, {"black_level", {}, request.taken});
     judge.add(std::move(findings));
     check_dark_frames(measures, judge);
     return carry_out<BlackLevelResults>(
-        std::move(judge), rules, std::move(inputs), {},
+        std::move(judge), rules, std::move(made),
         [&](Judge&) {
-            if (frames.size() != request.files.size()) {
+            if (frames.size() != request.entries.size()) {
                 throw CalibrationError("a dark frame gave no levels");
             }
-            BlackLevelResults results = combine(std::move(frames), request.method);
+            BlackLevelResults results = combine(std::move(frames), request.method, mono);
             for (std::size_t i = 0; i < measures.size(); ++i) {
                 results.frames[i].measures = std::move(measures[i]);
             }
+            results.taken = request.taken;
             return results;
         },
-        [](const BlackLevelResults&, Judge&) {});
+        [&](const BlackLevelResults& results, Judge& own) {
+            if (stated) {
+                double worst = 0;
+                for (std::size_t c = 0; c < stated->size(); ++c) {
+                    worst = std::max(worst, std::abs(results.mean[c].value - (*stated)[c]));
+                }
+                own.hold(Check::stated_black, worst);
+            }
+        });
 }
 
-Step<LensShading> flat_step(Capture& flat, std::optional<double> illuminant_k, const TuningValues& values,
-                            const ShadingSettings& settings, const StepRules& rules, CorrectedFlat& corrected) {
-    Judge judge(rules.limits, {"lens_shading", flat.file, illuminant_k});
+Step<LensShading> flat_step(Capture& flat, const TuningValues& values, const ShadingSettings& settings,
+                            const StepRules& rules, CorrectedFlat& corrected) {
+    Judge judge(rules.limits, {"lens_shading", flat.file, flat.taken});
+    check_burst(flat, judge);
     check_flat(flat, values.black_level, judge);
     const SensorGeometry sensor = flat.sensor;
     return carry_out<LensShading>(
-        std::move(judge), rules, {flat.input}, values.origin,
+        std::move(judge), rules, made_of(flat, &values),
         [&](Judge&) {
             LensShading shading = calibrate_flat_field(flat, values.black_level, settings, rules.output, corrected);
-            shading.illuminant_k = illuminant_k;
+            shading.taken = flat.taken;
             return shading;
         },
         [&](const LensShading& shading, Judge& own) { check_flattened(shading, sensor, own); });
 }
 
-Step<WhiteBalance> grey_step(Capture& grey, std::optional<double> illuminant_k, const TuningValues& values,
-                             const Window& window, const StepRules& rules) {
-    Judge judge(rules.limits, {"white_balance", grey.file, illuminant_k});
+Step<WhiteBalance> grey_step(Capture& grey, const TuningValues& values, const Window& window, const StepRules& rules) {
+    Judge judge(rules.limits, {"white_balance", grey.file, grey.taken});
+    check_burst(grey, judge);
     require_grey_window(grey, window);
     check_grey(grey, values, window, judge);
     return carry_out<WhiteBalance>(
-        std::move(judge), rules, {grey.input}, values.origin,
+        std::move(judge), rules, made_of(grey, &values),
         [&](Judge&) {
             WhiteBalance balance = measure_grey_card(grey, values, window, rules.output);
-            balance.illuminant_k = illuminant_k;
+            balance.taken = grey.taken;
             return balance;
         },
         [](const WhiteBalance&, Judge&) {});
@@ -133,27 +173,28 @@ Step<WhiteBalance> grey_step(Capture& grey, std::optional<double> illuminant_k, 
 
 Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
                              const StepRules& rules) {
-    std::vector<ValueRecord> values;
-    std::ranges::transform(lights, std::back_inserter(values),
+    Record made;
+    std::ranges::transform(lights, std::back_inserter(made.values),
                            [](const WhiteBalance& light) { return value_record(light); });
     return carry_out<CurveResult>(
-        Judge(rules.limits, {"white_balance_curve", {}, {}}), rules, {}, std::move(values),
+        Judge(rules.limits, {"white_balance_curve", {}, {}}), rules, std::move(made),
         [&](Judge&) { return fit_curve(lights, file, rules.output); },
         [](const CurveResult& curve, Judge& own) { check_curve(curve, own); });
 }
 
-Step<MatrixCalibration> chart_step(Capture& chart, std::optional<double> illuminant_k, const TuningValues& values,
-                                   const MatrixSettings& settings, const StepRules& rules) {
-    Judge judge(rules.limits, {"colour_matrix", chart.file, illuminant_k});
+Step<MatrixCalibration> chart_step(Capture& chart, const TuningValues& values, const MatrixSettings& settings,
+                                   const StepRules& rules) {
+    Judge judge(rules.limits, {"colour_matrix", chart.file, chart.taken});
+    check_burst(chart, judge);
     check_chart(chart, values, chart_windows(settings.place, chart), judge);
     if (settings.method != MatrixMethod::joint) {
-        check_chart_light(illuminant_k, values.gains_k, judge);
+        check_chart_light(chart.taken.illuminant_k, values.gains_k, judge);
     }
     return carry_out<MatrixCalibration>(
-        std::move(judge), rules, {chart.input}, values.origin,
+        std::move(judge), rules, made_of(chart, &values),
         [&](Judge&) {
             MatrixCalibration matrix = calibrate_matrix(chart, values, settings, rules.output);
-            matrix.illuminant_k = illuminant_k;
+            matrix.taken = chart.taken;
             return matrix;
         },
         [](const MatrixCalibration& matrix, Judge& own) { check_matrix(matrix, matrix.leave_one_out, own); });
@@ -161,15 +202,17 @@ Step<MatrixCalibration> chart_step(Capture& chart, std::optional<double> illumin
 
 Step<ColourTable> table_step(const MatrixCalibration& matrix, const ColourTableSettings& settings,
                              const StepRules& rules) {
+    Record made;
+    made.values = {value_record(matrix)};
     return carry_out<ColourTable>(
-        Judge(rules.limits, {"colour_table", matrix.file, matrix.illuminant_k}), rules, {}, {value_record(matrix)},
+        Judge(rules.limits, {"colour_table", matrix.file, matrix.taken}), rules, std::move(made),
         [&](Judge&) { return calibrate_table(table_input(matrix), settings, rules.output); },
         [](const ColourTable& table, Judge& own) { check_table(table, own); });
 }
 
 Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rules, const CaptureRead& read) {
-    Judge judge(rules.limits, {"noise", {}, {}});
-    std::vector<InputRecord> inputs;
+    Judge judge(rules.limits, {"noise", {}, request.taken});
+    Record made;
     std::vector<MeasuredLevel> levels;
     const auto measure = [&](std::size_t level, const Capture& frame, const Window& window) {
         read(frame);
@@ -177,16 +220,21 @@ Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rule
             levels.push_back({text("level %zu", level + 1), {}});
         }
         levels[level].frames.push_back(measure_series_frame(frame, window, request.values.black_level));
-        inputs.push_back(frame.input);
+        if (made.inputs.empty()) {
+            made = made_of(frame, &request.values);
+        } else {
+            std::ranges::copy(frame.inputs, std::back_inserter(made.inputs));
+        }
     };
     // The inputs are known once the series was read.
     Step<NoiseResults> step = carry_out<NoiseResults>(
-        std::move(judge), rules, {}, request.values.origin,
+        std::move(judge), rules, {},
         [&](Judge& own) {
             const auto check = [&] { check_series(levels, request.sensor, request.values.black_level, own); };
             try {
                 NoiseResults noise = calibrate_noise(request.levels, request.geometry, request.values.black_level,
                                                      request.settings, rules.output, measure, request.sensor);
+                noise.taken = request.taken;
                 check();
                 return noise;
             } catch (const CalibrationError&) {
@@ -196,7 +244,11 @@ Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rule
         },
         [&](const NoiseResults& noise, Judge& own) { check_noise(noise, request.sensor, own); });
     if (step.result) {
-        step.result->record.inputs = std::move(inputs);
+        Record& record = step.result->record;
+        record.inputs = std::move(made.inputs);
+        record.values = std::move(made.values);
+        record.in_force = std::move(made.in_force);
+        record.mono = made.mono;
     }
     return step;
 }

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "captures/capture_entry.h"
 #include "captures/frame_series.h"
-#include "captures/light.h"
 #include "checks/check.h"
 #include "library/library_call.h"
 #include "results/results.h"
@@ -21,6 +21,9 @@ struct StepRules {
     std::string command;
     OptionRecord options;
     bool forced = false;  ///< what fails its checks is applied and written all the same
+
+    /// Share of its mean by which a frame of a burst may differ before it is left out.
+    [[nodiscard]] double most_burst_difference() const { return limits[Check::burst_frame].warn / 100; }
 };
 
 /// A calibration's result and what its checks found. Without a result where no values came out; a rejected one is kept
@@ -35,9 +38,10 @@ struct Step {
 };
 
 struct BlackLevelRequest {
-    std::vector<std::filesystem::path> files;
+    std::vector<CaptureEntry> entries;
     BlackLevelMethod method = BlackLevelMethod::median;
     uint32_t blocks = 0;
+    Conditions taken = {};  ///< the gain that the entries have in common
 };
 
 // All throw InputError for what no check can judge: files that cannot be read, windows outside the frame. `read` is
@@ -48,20 +52,18 @@ using CaptureRead = std::function<void(const Capture&)>;
                                                        const StepRules& rules, const CaptureRead& read);
 
 /// Uses up the capture; `corrected` is filled where there is a result.
-[[nodiscard]] Step<LensShading> flat_step(Capture& flat, std::optional<double> illuminant_k, const TuningValues& values,
-                                          const ShadingSettings& settings, const StepRules& rules,
-                                          CorrectedFlat& corrected);
+[[nodiscard]] Step<LensShading> flat_step(Capture& flat, const TuningValues& values, const ShadingSettings& settings,
+                                          const StepRules& rules, CorrectedFlat& corrected);
 
-[[nodiscard]] Step<WhiteBalance> grey_step(Capture& grey, std::optional<double> illuminant_k,
-                                           const TuningValues& values, const Window& window, const StepRules& rules);
+[[nodiscard]] Step<WhiteBalance> grey_step(Capture& grey, const TuningValues& values, const Window& window,
+                                           const StepRules& rules);
 
 /// `file` stands for the grey cards in messages.
 [[nodiscard]] Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
                                            const StepRules& rules);
 
-[[nodiscard]] Step<MatrixCalibration> chart_step(Capture& chart, std::optional<double> illuminant_k,
-                                                 const TuningValues& values, const MatrixSettings& settings,
-                                                 const StepRules& rules);
+[[nodiscard]] Step<MatrixCalibration> chart_step(Capture& chart, const TuningValues& values,
+                                                 const MatrixSettings& settings, const StepRules& rules);
 
 [[nodiscard]] Step<ColourTable> table_step(const MatrixCalibration& matrix, const ColourTableSettings& settings,
                                            const StepRules& rules);
@@ -72,6 +74,7 @@ struct NoiseRequest {
     const TuningValues& values;
     const NoiseSettings& settings;
     SensorGeometry& sensor;  ///< receives that of the first frame
+    Conditions taken = {};   ///< the gain that the levels have in common
 };
 [[nodiscard]] Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rules,
                                             const CaptureRead& read);

@@ -162,13 +162,13 @@ std::vector<std::pair<std::string, std::array<double, 2>>> TomlSection::number_p
     return pairs;
 }
 
-double TomlSection::light(std::string_view key) const {
-    const double kelvin = *number(key);
-    if (!(kelvin >= kLeastLightK && kelvin <= kMostLightK)) {
-        throw InputError(where(key) +
-                         host::text(" is %g, expected %g to %g kelvin", kelvin, kLeastLightK, kMostLightK));
+std::optional<double> TomlSection::number_within(std::string_view key, double least, double most,
+                                                 const char* unit) const {
+    const std::optional<double> found = number(key);
+    if (found && !(*found >= least && *found <= most)) {
+        throw InputError(where(key) + host::text(" is %g, expected %g to %g%s", *found, least, most, unit));
     }
-    return kelvin;
+    return found;
 }
 
 template <typename T>
@@ -208,26 +208,44 @@ std::vector<std::filesystem::path> TomlSection::files(std::string_view key) cons
     return files;
 }
 
-std::vector<LitCapture> TomlSection::lit_captures(std::string_view key) const {
-    std::vector<LitCapture> captures;
+std::vector<std::filesystem::path> TomlSection::files_or_glob() const {
+    std::vector<std::filesystem::path> found = files("files");
+    if (const auto pattern = text("glob")) {
+        const auto matched = matching_files(folder_ / *pattern);
+        found.insert(found.end(), matched.begin(), matched.end());
+    }
+    return found;
+}
+
+std::vector<CaptureEntry> TomlSection::entries(std::string_view key, bool lit) const {
+    std::vector<CaptureEntry> captures;
     for_each_element(find(table_, key), [&](const toml::node& element) {
         if (const auto name = element.value_exact<std::string>()) {
-            captures.push_back({folder_ / *name, {}});
+            captures.push_back({{folder_ / *name}, {}, {}});
             return;
         }
         if (!element.is_table()) {
-            fail(key, &element, "file names or tables such as { file = \"grey.raw\", illuminant_k = 5000 }");
+            fail(key, &element,
+                 lit ? "file names or tables such as { file = \"grey.raw\", illuminant_k = 5000 }"
+                     : "file names or tables such as { file = \"dark.raw\", gain = 2 }");
         }
-        const TomlSection lit = entry(element.as_table(), key);
-        lit.allow_only({"file", "illuminant_k"});
-        const auto name = lit.text("file");
-        if (!name) {
-            throw InputError(lit.name_ + ": an entry has no 'file'");
+        const TomlSection table = entry(element.as_table(), key);
+        if (lit) {
+            table.allow_only({"file", "files", "glob", "illuminant_k", "gain", "exposure_ms"});
+        } else {
+            table.allow_only({"file", "files", "glob", "gain", "exposure_ms"});
         }
-        captures.push_back({folder_ / *name, {}});
-        if (lit.holds("illuminant_k")) {
-            captures.back().illuminant_k = lit.light("illuminant_k");
+        CaptureEntry& capture = captures.emplace_back();
+        capture.files = table.files_or_glob();
+        if (const auto name = table.text("file")) {
+            capture.files.insert(capture.files.begin(), folder_ / *name);
         }
+        if (capture.files.empty()) {
+            throw InputError(table.name_ + ": an entry has no 'file'");
+        }
+        capture.taken.illuminant_k = table.number_within("illuminant_k", kLeastLightK, kMostLightK, " kelvin");
+        capture.taken.gain = table.number_within("gain", kLeastGain, kMostGain, "");
+        capture.exposure_ms = table.number_within("exposure_ms", 0, kMostExposureMs, " ms");
     });
     return captures;
 }
@@ -239,13 +257,8 @@ std::vector<SeriesLevel> TomlSection::series(std::string_view key) const {
             fail(key, &element, "tables such as { files = [\"level1_a.raw\", \"level1_b.raw\"] }");
         }
         const TomlSection level = entry(element.as_table(), key);
-        level.allow_only({"files", "glob"});
-        std::vector<std::filesystem::path> files = level.files("files");
-        if (const auto pattern = level.text("glob")) {
-            const auto matched = matching_files(folder_ / *pattern);
-            files.insert(files.end(), matched.begin(), matched.end());
-        }
-        levels.push_back({std::move(files)});
+        level.allow_only({"files", "glob", "gain"});
+        levels.push_back({level.files_or_glob(), level.number_within("gain", kLeastGain, kMostGain, "")});
     });
     return levels;
 }

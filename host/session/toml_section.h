@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "captures/capture_entry.h"
 #include "captures/frame_series.h"
 #include "captures/geometry.h"
-#include "captures/light.h"
 
 namespace cali::host {
 
@@ -43,9 +43,11 @@ public:
 
     /// One text or a list of them.
     [[nodiscard]] std::vector<std::filesystem::path> files(std::string_view key) const;
-    /// Lists of { file = "...", illuminant_k = 5000 }; a plain file name will do.
-    [[nodiscard]] std::vector<LitCapture> lit_captures(std::string_view key) const;
-    /// Lists of { files = [...] } or { glob = "..." }.
+    /// Lists of { file = "...", illuminant_k = 5000, gain = 2, exposure_ms = 10 }; a plain file name will do, and
+    /// files = [...] or glob = "..." name a burst. Dark captures have no light.
+    [[nodiscard]] std::vector<CaptureEntry> lit_captures(std::string_view key) const { return entries(key, true); }
+    [[nodiscard]] std::vector<CaptureEntry> dark_captures(std::string_view key) const { return entries(key, false); }
+    /// Lists of { files = [...] } or { glob = "..." }, with a gain.
     [[nodiscard]] std::vector<SeriesLevel> series(std::string_view key) const;
 
     [[nodiscard]] std::optional<Window> window(std::string_view key) const;
@@ -67,7 +69,11 @@ private:
                 std::filesystem::path folder);
 
     [[noreturn]] void fail(std::string_view key, const void* node, const std::string& expected) const;
-    [[nodiscard]] double light(std::string_view key) const;
+    [[nodiscard]] std::vector<CaptureEntry> entries(std::string_view key, bool lit) const;
+    /// A number within limits, of which messages speak with their unit.
+    [[nodiscard]] std::optional<double> number_within(std::string_view key, double least, double most,
+                                                      const char* unit) const;
+    [[nodiscard]] std::vector<std::filesystem::path> files_or_glob() const;
     [[nodiscard]] TomlSection entry(const void* table, std::string_view key) const;
     template <typename T>
     [[nodiscard]] std::optional<T> value(std::string_view key, const char* expected) const;

@@ -17,7 +17,7 @@ using nlohmann::json;
 
 host::TableInput patches_at_5000() {
     const host::Results results = host::read_results(simulated_session() / "results.json");
-    return table_input(host::ValueChooser(results, false).matrix(5000));
+    return table_input(host::ValueChooser(results, false).matrix({5000, {}}));
 }
 
 TEST(ColourTable, MendsWhatTheMatrixLeaves) {

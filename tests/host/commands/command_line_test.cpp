@@ -28,7 +28,7 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
     write_text(folder_ / "missing.toml", "[captures]\ndark = \"gone.raw\"\n[sensor]\npattern = \"RGGB\"\n");
     write_text(
         folder_ / "none.json",
-        R"({"schema": 2, "cali_version": "", "sensor": {"width": 32, "height": 32, "pattern": "RGGB", "bits": 12},
+        R"({"schema": 3, "cali_version": "", "sensor": {"width": 32, "height": 32, "pattern": "RGGB", "bits": 12},
                    "limits": {}, "findings": [], "verdict": "pass"})");
     write_text(folder_ / "other.json", replaced(read_text(folder_ / "none.json"), "RGGB", "GBRG"));
     write_text(folder_ / "old.json", R"({"schema": 1, "cali_version": ""})");
@@ -62,7 +62,7 @@ TEST_F(CommandLine, WrongInputIsOneLineAndStatus2AndWritesNothing) {
          {"blc dark.raw --session s.toml --results grey.pgm", "grey.pgm: no results file of cali"},
          {"blc dark.raw --session s.toml --new --results s.toml", "is also the session s.toml"},
          {"blc dark.raw --session s.toml --new --results grey.raw", "grey.raw: no results file of cali"},
-         {"blc dark.raw --session s.toml --results old.json", "old.json: its schema is 1, expected 2"},
+         {"blc dark.raw --session s.toml --results old.json", "old.json: its schema is 1, expected 3"},
          {"blc dark.raw --session s.toml --results other.json",
           "dark.raw: 32 x 32, RGGB, 12 bits; other.json: 32 x 32, GBRG, 12 bits: expected one sensor"},
          {"blc dark.raw --session s.toml --limits limits.toml",
@@ -169,7 +169,7 @@ TEST_F(CommandLine, FailedChecksEndWithStatus1AndAreNotApplied) {
     EXPECT_NE(bright.err.find("cali: fail: grey.raw: dark_level is 1000 codes (rr), limit 800"), std::string::npos)
         << bright.err;
     EXPECT_NE(bright.out.find("verdict: fail"), std::string::npos);
-    EXPECT_EQ(read_json(folder_ / "results.json")["black_level"]["status"], "rejected");
+    EXPECT_EQ(read_json(folder_ / "results.json")["black_level"][0]["status"], "rejected");
     const ProgramRun refused = run_program(folder_.path(), words("awb grey.raw --session s.toml"));
     EXPECT_EQ(refused.status, 1);
     EXPECT_NE(refused.err.find("results.json: black_level was rejected (dark_level"), std::string::npos) << refused.err;

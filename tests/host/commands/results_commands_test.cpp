@@ -46,14 +46,14 @@ TEST(Diff, EveryFigureAndTableIsHeldAgainstItsLimit) {
     EXPECT_NE(run_line(folder.path(), "diff golden.json golden.json --strict").find("verdict: pass"),
               std::string::npos);
     const std::tuple<const char*, json, const char*> cases[] = {
-        {"/black_level/offset_codes/gb", 80, "black_level: diff_offset is 15 codes (offset_gb), limit 8"},
+        {"/black_level/0/offset_codes/gb", 80, "black_level: diff_offset is 15 codes (offset_gb), limit 8"},
         {"/lens_shading/1/mesh/gain_q9/green/7", 4000, "diff_mesh_largest"},
         {"/lens_shading/1/radial/gain_q9/blue/31", 4000, "diff_radial_largest"},
         {"/white_balance/0/gain_q10/blue", 3000, "diff_gain"},
         {"/white_balance_curve/table/100", 3.0, "diff_curve_largest"},
         {"/colour_matrix/2/matrix/1/2", 1.0, "(6500 K, matrix_23), limit 0.3"},
         {"/colour_matrix/0/difference_after/de_2000/mean", 9.0, "(2850 K, after_mean_de_2000)"},
-        {"/noise/variance_line/gr/slope", 0.5, "(codes_per_electron_gr)"},
+        {"/noise/0/variance_line/gr/slope", 0.5, "(codes_per_electron_gr)"},
         {"/noise", nullptr, "noise stands in one of the files only"},
         {"/white_balance/1/illuminant_k", 4000, "white_balance of 4000 K stands in one of the files only"},
     };
@@ -70,7 +70,7 @@ TEST(Diff, EveryFigureAndTableIsHeldAgainstItsLimit) {
         EXPECT_NE(run.err.find(expected), std::string::npos) << pointer << "\n" << run.err;
     }
     json other = golden;
-    other["black_level"]["offset_codes"]["rr"] = 70;
+    other["black_level"][0]["offset_codes"]["rr"] = 70;
     write_text(folder / "other.json", other.dump());
     write_text(folder / "line.toml", "[diff]\noffset = [10, 20]\n");
     EXPECT_EQ(run_program(folder.path(), words("diff golden.json other.json --strict")).status, 3);

@@ -40,7 +40,7 @@ TEST(Console, BlackLevelAndGainsStandInTheirColumns) {
               "  dark.raw: a median lies outside 1..799: is this a dark frame?\n"
               "  offset                       mean                    5        6        7        8\n"
               "  restoring gain                                 1.00122  1.00147  1.00171  1.00196\n");
-    EXPECT_EQ(printed(describe(std::vector<host::WhiteBalance>{{"g.raw", 5000, "", {}, {2048, 1024, 512}}})),
+    EXPECT_EQ(printed(describe(std::vector<host::WhiteBalance>{{"g.raw", {5000, {}}, "", {}, {2048, 1024, 512}}})),
               "White-balance gains, 1024 = 1.0\n"
               "  grey card                         light            red          green           blue\n"
               "  g.raw                            5000 K  2048 (2.0000)  1024 (1.0000)   512 (0.5000)\n");

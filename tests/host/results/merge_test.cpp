@@ -112,10 +112,11 @@ TEST(Reproducibility, TheSameSessionGivesTheSameBytesInAnyFolder) {
 TEST(Merge, ACaptureWithoutValuesRejectsItsLight) {
     host::Results results;
     for (const double kelvin : {5000.0, 6500.0}) {
-        results.white_balance.emplace_back().illuminant_k = kelvin;
+        results.white_balance.emplace_back().taken.illuminant_k = kelvin;
     }
     host::Results step;
-    step.findings = {{"not_computed", host::Severity::fail, {"white_balance", "g.raw", 5000}, "", {}, "", {}, "dark"}};
+    step.findings = {
+        {"not_computed", host::Severity::fail, {"white_balance", "g.raw", {5000}}, "", {}, "", {}, "dark"}};
     merge(results, step);
     EXPECT_EQ(results.white_balance[0].record.standing, host::Standing::rejected);
     EXPECT_EQ(results.white_balance[1].record.standing, host::Standing::passed);

@@ -36,8 +36,8 @@ TEST(ResultsFile, IsReadBackWhole) {
     const std::pair<const char*, const char*> promised[] = {
         {"", "schema cali_version sensor limits findings calibrations verdict"},
         {"/sensor", "width height pattern bits white_level"},
-        {"/black_level", "method scale_bits offset_codes restoring_gain mean_codes frames status made"},
-        {"/black_level/frames/0", "file median_in_bounds median mean mean_deviation block_offset_codes measured"},
+        {"/black_level/0", "method scale_bits offset_codes restoring_gain mean_codes frames status made"},
+        {"/black_level/0/frames/0", "file median_in_bounds median mean mean_deviation block_offset_codes measured"},
         {"/lens_shading/0", "file illuminant_k type denoise width height mesh radial uniformity"},
         {"/lens_shading/0/mesh", "cols rows xstep ystep imgx0 imgy0 gain_q9"},
         {"/lens_shading/0/radial", "center_x center_y norm gain_q9"},
@@ -53,8 +53,8 @@ TEST(ResultsFile, IsReadBackWhole) {
         {"/colour_table/0",
          "file illuminant_k domain nodes strength radius chosen needed limited_components de_2000 table"},
         {"/colour_table/0/de_2000", "before_mean before_worst after_mean after_worst leave_one_out_mean grey_movement"},
-        {"/noise", "window levels deviation_line variance_line weighted_variance_line registers"},
-        {"/noise/registers", "slope_format level_format ref_level slope level luma_slope luma_level"}};
+        {"/noise/0", "window levels deviation_line variance_line weighted_variance_line registers"},
+        {"/noise/0/registers", "slope_format level_format ref_level slope level luma_slope luma_level"}};
     for (const auto& [section, keys] : promised) {
         for (const std::string& key : words(keys)) {
             EXPECT_TRUE(whole[json::json_pointer(section)].contains(key)) << section << ": " << key;
@@ -67,12 +67,13 @@ TEST(ResultsFile, IsReadBackWhole) {
 TEST(ResultsFile, FieldsAreWhatTheirNamesSay) {
     host::Results results;
     results.sensor = {640, 480, 1, 10, 1000};
-    results.black_level.emplace();
-    results.black_level->values = {{1, 2, 3, 4}, {1.5F, 2.5F, 3.5F, 4.5F}};
-    results.black_level->mean[host::kGB] = {64.25, 0.125};
+    host::BlackLevelResults& black = results.black_level.emplace_back();
+    black.values = {{1, 2, 3, 4}, {1.5F, 2.5F, 3.5F, 4.5F}};
+    black.mean[host::kGB] = {64.25, 0.125};
+    black.taken.gain = 4;
     results.findings.push_back({"dark_level",
                                 host::Severity::warn,
-                                {"black_level", "/shots/d.raw", 5000},
+                                {"black_level", "/shots/d.raw", {5000, {}}},
                                 "rr",
                                 600,
                                 "codes",
@@ -82,7 +83,7 @@ TEST(ResultsFile, FieldsAreWhatTheirNamesSay) {
     white.file = "/shots/grey.raw";
     white.window = {1, 2, 3, 4};
     white.gains = {1100, 1024, 1200};
-    host::NoiseResults& noise = results.noise.emplace();
+    host::NoiseResults& noise = results.noise.emplace_back();
     noise.window = {5, 6, 7, 8};
     noise.registers = {{{1, 11}, {2, 12}, {3, 13}, {4, 14}}};
     noise.luma_registers = {21, 22};
@@ -95,8 +96,9 @@ TEST(ResultsFile, FieldsAreWhatTheirNamesSay) {
     };
     EXPECT_EQ(found["sensor"],
               (json{{"width", 640}, {"height", 480}, {"pattern", "GBRG"}, {"bits", 10}, {"white_level", 1000}}));
-    EXPECT_EQ(found["black_level"]["offset_codes"], channels(1, 2, 3, 4));
-    EXPECT_EQ(found["black_level"]["mean_codes"]["gb"], (json{{"value", 64.25}, {"uncertainty", 0.125}}));
+    EXPECT_EQ(found["black_level"][0]["offset_codes"], channels(1, 2, 3, 4));
+    EXPECT_EQ(found["black_level"][0]["analogue_gain"], 4.0);
+    EXPECT_EQ(found["black_level"][0]["mean_codes"]["gb"], (json{{"value", 64.25}, {"uncertainty", 0.125}}));
     EXPECT_EQ(found["findings"][0], (json{{"code", "dark_level"},
                                           {"severity", "warn"},
                                           {"calibration", "black_level"},
@@ -110,21 +112,21 @@ TEST(ResultsFile, FieldsAreWhatTheirNamesSay) {
     EXPECT_EQ(found["verdict"], "warn");
     EXPECT_EQ(found["calibrations"]["black_level"], "warn");
     EXPECT_EQ(found["calibrations"]["colour_table"], "not done");
-    EXPECT_EQ(found["black_level"]["restoring_gain"], channels(1.5, 2.5, 3.5, 4.5));
+    EXPECT_EQ(found["black_level"][0]["restoring_gain"], channels(1.5, 2.5, 3.5, 4.5));
     EXPECT_EQ(found["white_balance"][0]["file"], "grey.raw");
     EXPECT_EQ(found["white_balance"][0]["lens_shading"], "unity");
     EXPECT_EQ(found["white_balance"][0]["window"], (json{{"x", 1}, {"y", 2}, {"width", 3}, {"height", 4}}));
     EXPECT_EQ(found["white_balance"][0]["gain_q10"], (json{{"red", 1100}, {"green", 1024}, {"blue", 1200}}));
-    EXPECT_EQ(found["noise"]["window"], (json{{"x", 5}, {"y", 6}, {"width", 7}, {"height", 8}}));
-    EXPECT_EQ(found["noise"]["registers"]["slope"], channels(1, 2, 3, 4));
-    EXPECT_EQ(found["noise"]["registers"]["level"], channels(11, 12, 13, 14));
-    EXPECT_EQ(found["noise"]["registers"]["luma_slope"], 21);
-    EXPECT_EQ(found["noise"]["registers"]["luma_level"], 22);
-    EXPECT_EQ(found["noise"]["deviation_line"]["gb"]["slope"], 0.5);
-    EXPECT_EQ(found["noise"]["variance_line"]["bb"]["intercept"], 0.25);
-    EXPECT_EQ(found["noise"]["levels"][0]["mean"], channels(1.0, 2.0, 3.0, 4.0));
-    EXPECT_EQ(found["noise"]["levels"][0]["deviation"], channels(5.0, 6.0, 7.0, 8.0));
-    EXPECT_EQ(found["noise"]["levels"][0]["variance"], channels(9.0, 10.0, 11.0, 12.0));
+    EXPECT_EQ(found["noise"][0]["window"], (json{{"x", 5}, {"y", 6}, {"width", 7}, {"height", 8}}));
+    EXPECT_EQ(found["noise"][0]["registers"]["slope"], channels(1, 2, 3, 4));
+    EXPECT_EQ(found["noise"][0]["registers"]["level"], channels(11, 12, 13, 14));
+    EXPECT_EQ(found["noise"][0]["registers"]["luma_slope"], 21);
+    EXPECT_EQ(found["noise"][0]["registers"]["luma_level"], 22);
+    EXPECT_EQ(found["noise"][0]["deviation_line"]["gb"]["slope"], 0.5);
+    EXPECT_EQ(found["noise"][0]["variance_line"]["bb"]["intercept"], 0.25);
+    EXPECT_EQ(found["noise"][0]["levels"][0]["mean"], channels(1.0, 2.0, 3.0, 4.0));
+    EXPECT_EQ(found["noise"][0]["levels"][0]["deviation"], channels(5.0, 6.0, 7.0, 8.0));
+    EXPECT_EQ(found["noise"][0]["levels"][0]["variance"], channels(9.0, 10.0, 11.0, 12.0));
 }
 
 TEST(ResultsFile, NamesOfFilesFollowTheFolder) {
@@ -160,16 +162,17 @@ TEST(ResultsFile, ErrorsNameTheFieldWhatWasFoundAndWhatWasExpected) {
     };
     EXPECT_NE(error_of("{\"schema\": 1, ").find("r.json: no results file of cali: "), std::string::npos);
     EXPECT_NE(error_of("{}").find("r.json: no results file of cali: it has no \"schema\""), std::string::npos);
-    EXPECT_NE(error_of("{\"schema\": 9, \"cali_version\": \"\"}").find("schema is 9, expected 2"), std::string::npos);
+    EXPECT_NE(error_of("{\"schema\": 9, \"cali_version\": \"\"}").find("schema is 9, expected 3"), std::string::npos);
     const std::tuple<const char*, json, const char*> cases[] = {
         {"/sensor/bits", 17, "sensor.bits is 17, expected a whole number within 8..16"},
         {"/sensor/pattern", "RGBG", "sensor.pattern is 'RGBG', expected BGGR"},
-        {"/black_level", 3, "black_level is 3, expected an object"},
-        {"/black_level/offset_codes/gb", -1, "black_level.offset_codes.gb is -1, expected a whole number within 0.."},
-        {"/black_level/method", "mode", "black_level.method is 'mode', expected median"},
-        {"/black_level/frames", 1.5, "black_level.frames is 1.5, expected a list"},
-        {"/black_level/frames/0/median_in_bounds", "yes", "median_in_bounds is \"yes\", expected true or false"},
-        {"/black_level/frames/0/block_offset_codes/bb", json::array(), "0 blocks of bb, expected 9 as of rr"},
+        {"/black_level", 3, "black_level is 3, expected a list"},
+        {"/black_level/0/offset_codes/gb", -1,
+         "black_level[0].offset_codes.gb is -1, expected a whole number within 0.."},
+        {"/black_level/0/method", "mode", "black_level[0].method is 'mode', expected median"},
+        {"/black_level/0/frames", 1.5, "black_level[0].frames is 1.5, expected a list"},
+        {"/black_level/0/frames/0/median_in_bounds", "yes", "median_in_bounds is \"yes\", expected true or false"},
+        {"/black_level/0/frames/0/block_offset_codes/bb", json::array(), "0 blocks of bb, expected 9 as of rr"},
         {"/lens_shading/1/file", 1, "lens_shading[1].file is 1, expected a text"},
         {"/lens_shading/1/mesh/rows", 200, "lens_shading[1].mesh.cols and rows: rows is 200, expected 4 to 129"},
         {"/lens_shading/1/mesh/gain_q9/red", {1, 2}, "gain_q9.red is 2 gains, expected 825"},
@@ -182,8 +185,8 @@ TEST(ResultsFile, ErrorsNameTheFieldWhatWasFoundAndWhatWasExpected) {
         {"/colour_table/0/nodes", 6, "table is 375 values, expected 648"},
         {"/findings/0/severity", "bad", "findings[0].severity is 'bad', expected pass, warn or fail"},
         {"/limits/dark_level", {3, 2}, "limits.dark_level is [3, 2], expected two finite numbers"},
-        {"/black_level/made/inputs/0/bytes", -1, "made.inputs[0].bytes is -1, expected a whole number within 0.."},
-        {"/noise/registers/ref_level", json::array(), "noise.registers.ref_level is a list, expected"},
+        {"/black_level/0/made/inputs/0/bytes", -1, "made.inputs[0].bytes is -1, expected a whole number within 0.."},
+        {"/noise/0/registers/ref_level", json::array(), "noise[0].registers.ref_level is a list, expected"},
     };
     for (const auto& [pointer, value, expected] : cases) {
         json broken = whole;

@@ -28,11 +28,11 @@ height = 480
 pattern = "grbg"
 bits = 10
 [captures]
-dark = ["d1.raw", "sub/d2.raw"]
+dark = ["d1.raw", { files = ["sub/d2.raw", "d3.raw"], gain = 4, exposure_ms = 12.5 }]
 flat = "flat.pgm"
 grey = [{ file = "g.raw", illuminant_k = 5000 }, "plain.raw"]
 chart = [{ file = "c.raw", illuminant_k = 6500.5 }]
-series = [{ files = ["a", "b"] }, { files = "c" }]
+series = [{ files = ["a", "b"] }, { files = "c", gain = 2 }]
 [black_level]
 method = "mean_deviation"
 [white_balance]
@@ -57,15 +57,20 @@ corners = [[1, 2], [30, 4], [31, 32], [5, 33.5]]
     EXPECT_EQ(session.geometry.height, 480);
     EXPECT_EQ(session.geometry.pattern, 2);
     EXPECT_EQ(session.geometry.bits, 10);
-    EXPECT_EQ(session.dark, (std::vector<std::filesystem::path>{folder / "d1.raw", folder / "sub/d2.raw"}));
+    ASSERT_EQ(session.dark.size(), 2U);
+    EXPECT_EQ(session.dark[0].files, std::vector<std::filesystem::path>{folder / "d1.raw"});
+    EXPECT_EQ(session.dark[1].files, (std::vector<std::filesystem::path>{folder / "sub/d2.raw", folder / "d3.raw"}));
+    EXPECT_EQ(session.dark[1].taken.gain, 4.0);
+    EXPECT_EQ(session.dark[1].exposure_ms, 12.5);
     ASSERT_EQ(session.flat.size(), 1U);
-    EXPECT_EQ(session.flat[0].file, folder / "flat.pgm");
+    EXPECT_EQ(session.flat[0].file(), folder / "flat.pgm");
     ASSERT_EQ(session.grey.size(), 2U);
-    EXPECT_EQ(session.grey[0].illuminant_k, 5000.0);
-    EXPECT_FALSE(session.grey[1].illuminant_k.has_value());
-    EXPECT_EQ(session.chart[0].illuminant_k, 6500.5);
+    EXPECT_EQ(session.grey[0].taken.illuminant_k, 5000.0);
+    EXPECT_FALSE(session.grey[1].taken.illuminant_k.has_value());
+    EXPECT_EQ(session.chart[0].taken.illuminant_k, 6500.5);
     ASSERT_EQ(session.series.size(), 2U);
     EXPECT_EQ(session.series[0].files.size(), 2U);
+    EXPECT_EQ(session.series[1].gain, 2.0);
     EXPECT_EQ(session.series[1].files, std::vector<std::filesystem::path>{folder / "c"});
     EXPECT_EQ(session.black_level_method, host::BlackLevelMethod::mean_deviation);
     const auto sides = [](const host::Window& w) { return std::array{w.x, w.y, w.width, w.height}; };
@@ -94,7 +99,7 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
         {"[sensor]\nwidth = 0\n", "width is 0, expected 1 to 65535"},
         {"[sensor]\nbits = 17\n", "bits is 17, expected 8 to 16"},
         {"[sensor]\npattern = \"RGB\"\n", "pattern is 'RGB', expected BGGR, GBRG, GRBG or RGGB"},
-        {"[captures]\ndark = [1]\n", "dark is the whole number 1, expected a file name or a list of them"},
+        {"[captures]\ndark = [1]\n", "dark is the whole number 1, expected file names or tables"},
         {"[captures]\ngrey = [{ illuminant_k = 5000 }]\n", "grey: an entry has no 'file'"},
         {"[captures]\ngrey = [{ file = \"a\", kelvin = 5000 }]\n", "unknown key 'kelvin'"},
         {"[black_level]\nmethod = \"mode\"\n", "method is 'mode', expected median, mean or mean_deviation"},

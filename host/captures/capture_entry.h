@@ -1,0 +1,102 @@
+/// What a session names as one exposure.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/conditions.h"
+#include "base/error.h"
+
+namespace cali::host {
+
+/// Colour temperatures that lights may have, in kelvin.
+inline constexpr double kLeastLightK = 1000;
+inline constexpr double kMostLightK = 40000;
+
+/// Analogue gains that captures may have, 1 = ISO 100.
+inline constexpr double kLeastGain = 0.01;
+inline constexpr double kMostGain = 10000;
+inline constexpr double kMostExposureMs = 3.6e6;
+
+/// A capture, or the frames of a burst that are averaged.
+struct CaptureEntry {
+    std::vector<std::filesystem::path> files;  ///< one or more
+    Conditions taken;                          ///< a gain overrides the file's own
+    std::optional<double> exposure_ms;         ///< likewise
+
+    /// That stands for the entry.
+    [[nodiscard]] const std::filesystem::path& file() const { return files.front(); }
+};
+
+/// The entries of the light that is nearest by reciprocal temperature, of these the one whose gain is nearest by ratio;
+/// the first where nothing is known, none of none.
+template <typename Entry>
+[[nodiscard]] const Entry* nearest_entry(const std::vector<Entry>& entries, const Conditions& conditions) {
+    constexpr double kFar = std::numeric_limits<double>::infinity();
+    const auto distance = [&](const Entry& entry) {
+        const Conditions& other = entry.taken;
+        return std::pair(conditions.illuminant_k && other.illuminant_k
+                             ? std::abs(1 / *conditions.illuminant_k - 1 / *other.illuminant_k)
+                             : kFar,
+                         conditions.gain && other.gain ? std::abs(std::log(*conditions.gain / *other.gain)) : kFar);
+    };
+    const auto nearest = std::ranges::min_element(entries, {}, distance);
+    return nearest == entries.end() ? nullptr : &*nearest;
+}
+
+/// The only entry, or that of a light, with the nearest gain; `what` speaks of the entries. Throws InputError, which
+/// names what there is.
+template <typename Entry>
+[[nodiscard]] const Entry& choose_entry(const std::vector<Entry>& entries, const Conditions& conditions,
+                                        const std::filesystem::path& file, const std::string& what,
+                                        const std::string& expected) {
+    const auto fits = [&](const Entry& entry) {
+        return !conditions.illuminant_k || entry.taken.illuminant_k == conditions.illuminant_k;
+    };
+    std::vector<Entry> fitting;
+    std::ranges::copy_if(entries, std::back_inserter(fitting), fits);
+    const bool one_light = std::ranges::all_of(fitting, [&](const Entry& entry) {
+        return entry.taken.illuminant_k == fitting.front().taken.illuminant_k &&
+               (entry.taken.gain || fitting.size() == 1);
+    });
+    if (!fitting.empty() && one_light && (conditions.gain || fitting.size() == 1)) {
+        const Entry* const nearest = nearest_entry(fitting, conditions);
+        return *std::ranges::find(entries, nearest->taken, &Entry::taken);
+    }
+    std::string known;
+    for (const Entry& entry : entries) {
+        known += (known.empty() ? "" : ", ") + (entry.taken == Conditions{}
+                                                    ? entry.file.filename().generic_string() + " (no light given)"
+                                                    : to_text(entry.taken));
+    }
+    if (known.empty()) {
+        throw InputError(file.string() + ": holds no " + what + ", expected " + expected);
+    }
+    throw InputError(file.string() + ": holds " + what + " for " + known + "; choose one with --illuminant" +
+                     (one_light && !fitting.empty() ? " and --gain" : ""));
+}
+
+/// Entries of equal gain together, in the order in which gains appear.
+template <typename Entry, typename Gain>
+[[nodiscard]] std::vector<std::pair<Conditions, std::vector<Entry>>> by_gain(const std::vector<Entry>& entries,
+                                                                             Gain gain_of) {
+    std::vector<std::pair<Conditions, std::vector<Entry>>> groups;
+    for (const Entry& entry : entries) {
+        const Conditions taken{{}, gain_of(entry)};
+        auto group = std::ranges::find(groups, taken, [](const auto& known) { return known.first; });
+        if (group == groups.end()) {
+            group = groups.insert(group, {taken, {}});
+        }
+        group->second.push_back(entry);
+    }
+    return groups;
+}
+
+}  // namespace cali::host
