@@ -16,8 +16,6 @@ namespace cali::host {
 namespace {
 
 constexpr uint16_t kLinearRaw = 34892;
-constexpr uint32_t kIsoTag = 34855;  // this and the next are plain tags here; libtiff knows them of EXIF alone
-constexpr uint32_t kExposureTag = 33434;
 
 /// Sum and number of what falls on each of two positions.
 struct ByParity {
@@ -141,11 +139,15 @@ std::optional<DngMosaic> read_dng_mosaic(const std::filesystem::path& file, std:
 std::string dng_of(const DngContent& content, std::span<const uint16_t> samples) {
     TiffHandle handle("DNG");
     TIFF* const tiff = handle.get();
-    static const TIFFFieldInfo kExtra[] = {
-        {kExposureTag, 1, 1, TIFF_RATIONAL, FIELD_CUSTOM, 1, 0, const_cast<char*>("ExposureTime")},
-        {kIsoTag, 1, 1, TIFF_SHORT, FIELD_CUSTOM, 1, 0, const_cast<char*>("ISOSpeedRatings")},
-    };
-    TIFFMergeFieldInfo(tiff, kExtra, 2);
+    // The directory of the exposure first, so that the mosaic's can tell where it is.
+    const auto iso = static_cast<uint16_t>(std::clamp(std::lround(content.gain * 100), 1L, 65535L));
+    uint64_t exposure = 0;
+    if (TIFFCreateEXIFDirectory(tiff) != 0 ||
+        TIFFSetField(tiff, EXIFTAG_EXPOSURETIME, content.exposure_ms / 1000) != 1 ||
+        TIFFSetField(tiff, EXIFTAG_ISOSPEEDRATINGS, 1, &iso) != 1 || TIFFWriteCustomDirectory(tiff, &exposure) != 1 ||
+        TIFFCreateDirectory(tiff) != 0) {
+        handle.fail("its exposure was not taken");
+    }
     const std::array<uint8_t, 4> version = {1, 4, 0, 0};
     const std::array<uint8_t, 4> backward = {1, 1, 0, 0};
     const std::array<uint16_t, 2> two_by_two = {2, 2};
@@ -187,8 +189,7 @@ std::string dng_of(const DngContent& content, std::span<const uint16_t> samples)
                                [](double share) { return static_cast<float>(share); });
         TIFFSetField(tiff, TIFFTAG_ASSHOTNEUTRAL, 3, neutral.data());
     }
-    TIFFSetField(tiff, kExposureTag, content.exposure_ms / 1000);
-    TIFFSetField(tiff, kIsoTag, static_cast<int>(std::lround(content.gain * 100)));
+    TIFFSetField(tiff, TIFFTAG_EXIFIFD, exposure);
     TIFFDeferStrileArrayWriting(tiff);
     std::vector<uint16_t> codes(samples.begin(), samples.end());
     if (TIFFWriteCheck(tiff, 0, "DNG") != 1 || TIFFWriteDirectory(tiff) != 1 || TIFFSetDirectory(tiff, 0) != 1 ||

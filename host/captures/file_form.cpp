@@ -1,10 +1,19 @@
 #include "captures/file_form.h"
 
+#include <algorithm>
+#include <cctype>
+
 #include "base/error.h"
 #include "base/text.h"
 #include "captures/limits.h"
 
 namespace cali::host {
+
+std::string lower_suffix(const std::filesystem::path& file) {
+    std::string suffix = file.extension().string();
+    std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return suffix;
+}
 
 void set_told_pattern(Capture& capture, const Geometry& geometry) {
     const Geometry named = geometry.pattern ? geometry : geometry_of_name(capture.file);

@@ -2,10 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
 
 #include "captures/frame.h"
 
 namespace cali::host {
+
+/// ".dng" of "A.DNG".
+[[nodiscard]] std::string lower_suffix(const std::filesystem::path& file);
 
 /// The pattern that the user tells, or else the file's name. Throws InputError where neither does.
 void set_told_pattern(Capture& capture, const Geometry& geometry);

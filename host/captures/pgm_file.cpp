@@ -67,8 +67,7 @@ private:
 }  // namespace
 
 bool is_pgm(const std::filesystem::path& file, std::span<const uint8_t> content) {
-    std::string suffix = file.extension().string();
-    std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string suffix = lower_suffix(file);
     // By name too: a .pgm that is none is named, not taken for raw samples.
     return suffix == ".pgm" || (has_magic(content) && content.size() > 2 && std::isspace(content[2]) != 0);
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
@@ -158,8 +157,7 @@ bool is_scaled_up(std::span<const uint16_t> samples, int bits, int sample_bits) 
 }  // namespace
 
 bool is_png(const std::filesystem::path& file, std::span<const uint8_t> content) {
-    std::string suffix = file.extension().string();
-    std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string suffix = lower_suffix(file);
     return suffix == ".png" || (content.size() >= kMagicBytes && png_sig_cmp(content.data(), 0, kMagicBytes) == 0);
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cctype>
 #include <string>
 
 #include "base/error.h"
@@ -120,8 +119,7 @@ std::vector<uint16_t> decode(const Capture& capture, const TiffHandle& tiff, con
 }  // namespace
 
 bool is_tiff(const std::filesystem::path& file, std::span<const uint8_t> content) {
-    std::string suffix = file.extension().string();
-    std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string suffix = lower_suffix(file);
     return has_tiff_magic(content) || suffix == ".tif" || suffix == ".tiff" || suffix == ".dng";
 }
 
