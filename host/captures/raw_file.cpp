@@ -107,11 +107,12 @@ Layout find_layout(Capture& capture, std::span<const uint8_t> head, uint64_t byt
         throw InputError(capture.file.string() + ": is " + form +
                          ", which is not read; docs/captures.md tells what is");
     }
-    const Layout& layout = layouts.front();
-    if (layout.stride < layouts.back().row) {
+    const auto holds_rows = std::ranges::find_if(layouts, [](const Layout& each) { return each.stride >= each.row; });
+    if (holds_rows == layouts.end()) {
         throw InputError(capture.file.string() + text(": a stride of %zu bytes, expected at least %zu for a row of %d",
-                                                      layout.stride, layouts.back().row, sensor.width));
+                                                      layouts.back().stride, layouts.back().row, sensor.width));
     }
+    const Layout& layout = *holds_rows;
     const std::string form =
         layout.packing == Packing::none ? "16 bits" : text("%d bits, packed", bits_of(layout.packing));
     throw InputError(capture.file.string() + ": " + (bytes < layout.least(sensor.height) ? "truncated: " : "") +
