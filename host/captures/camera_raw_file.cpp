@@ -14,6 +14,7 @@
 #include "captures/dng_file.h"
 #include "captures/file_form.h"
 #include "captures/limits.h"
+#include "captures/tiff_file.h"
 #include "captures/tiff_handle.h"
 
 #if CALI_WITH_LIBRAW
@@ -43,6 +44,17 @@ bool is_camera_raw(const std::filesystem::path& /*file*/, std::span<const uint8_
            std::ranges::any_of(kMagics, [&](std::string_view magic) { return start.starts_with(magic); });
 }
 
+namespace {
+
+/// Of a TIFF that is no camera's: what makes it none that is read.
+void refuse_tiff(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry) {
+    if (has_tiff_magic(content)) {
+        probe_tiff(capture, content, content.size(), geometry);
+    }
+}
+
+}  // namespace
+
 #if CALI_WITH_LIBRAW
 
 namespace {
@@ -61,7 +73,13 @@ public:
         : capture_(capture), raw_(std::make_unique<LibRaw>(kQuiet)) {
         // Ends decoding at the first bad byte: what follows would be made up. The offset's type differs by version.
         raw_->set_dataerror_handler([](void*, const char*, auto) { throw LIBRAW_EXCEPTION_IO_CORRUPT; }, nullptr);
-        call([&] { return raw_->open_buffer(const_cast<uint8_t*>(content.data()), content.size()); });
+        call([&] {
+            const int status = raw_->open_buffer(const_cast<uint8_t*>(content.data()), content.size());
+            if (status == LIBRAW_FILE_UNSUPPORTED) {
+                refuse_tiff(capture, content, geometry);
+            }
+            return status;
+        });
         const auto& sizes = raw_->imgdata.sizes;
         require_plausible_size(capture.file, sizes.raw_width, sizes.raw_height, content.size(), kMostPhotositesPerByte);
         dng_ = read_dng_mosaic(capture.file, content, sizes.raw_width, sizes.raw_height);
@@ -107,6 +125,8 @@ private:
         try {
             const int status = work();
             problem = status == LIBRAW_SUCCESS ? "" : libraw_strerror(status);
+        } catch (const InputError&) {
+            throw;
         } catch (const LibRaw_exceptions&) {
             problem = "its samples are damaged, or end too early";
         } catch (const std::exception& error) {
@@ -267,11 +287,11 @@ void read_camera_raw(FileFrame& frame, std::span<const uint8_t> content, const G
 
 #else
 
-void probe_camera_raw(Capture& capture, std::span<const uint8_t> /*content*/, uint64_t /*bytes*/,
-                      const Geometry& /*geometry*/) {
-    throw InputError(
-        capture.file.string() +
-        ": is DNG or a raw file of a camera, which this build does not read; expected a build with LibRaw");
+void probe_camera_raw(Capture& capture, std::span<const uint8_t> content, uint64_t /*bytes*/,
+                      const Geometry& geometry) {
+    refuse_tiff(capture, content, geometry);
+    throw InputError(capture.file.string() +
+                     ": is DNG or a raw file of a camera, which this program was built without");
 }
 
 void read_camera_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {

@@ -131,7 +131,8 @@ Header check_header(Png& png, Capture& capture, std::span<const uint8_t> content
     set_own_size(capture, static_cast<int>(width), static_cast<int>(height), geometry);
     Header header{depth, depth};
     png_color_8p significant = nullptr;
-    if (png_get_sBIT(png.png(), png.info(), &significant) != 0 && significant->gray > 0 && significant->gray < depth) {
+    if (png_get_sBIT(png.png(), png.info(), &significant) != 0 && significant->gray >= kMinBits &&
+        significant->gray < depth) {
         header.significant_bits = significant->gray;
     }
     set_own_bits(capture, header.significant_bits, geometry);
@@ -186,7 +187,7 @@ void read_png(FileFrame& frame, std::span<const uint8_t> content, const Geometry
     std::vector<uint16_t> codes(photosites(sensor));
     decode_samples(bytes, {wide, true}, codes);
     const int significant = header.significant_bits;
-    if (significant < header.sample_bits && sensor.bits <= std::max(significant, kMinBits) &&
+    if (significant < header.sample_bits && sensor.bits <= significant &&
         is_scaled_up(codes, significant, header.sample_bits)) {
         const auto shift = static_cast<unsigned>(header.sample_bits - significant);
         std::ranges::transform(codes, codes.begin(),

@@ -128,19 +128,18 @@ uint16_t swapped(uint16_t code) { return static_cast<uint16_t>(code >> 8U | code
 struct Roughness {
     double as_is = 0;
     double swapped = 0;
-    uint16_t most_swapped = 0;
+    bool low_bytes_differ = false;
 };
-Roughness roughness(const std::vector<uint16_t>& codes) {
+Roughness roughness(std::span<const uint16_t> codes) {
     Roughness found;
     for (std::size_t i = 2; i < codes.size(); ++i) {
-        const auto other = swapped(codes[i]);
-        found.as_is += std::abs(static_cast<int>(codes[i]) - static_cast<int>(codes[i - 2]));
-        found.swapped += std::abs(static_cast<int>(other) - static_cast<int>(swapped(codes[i - 2])));
-        found.most_swapped = std::max(found.most_swapped, other);
+        found.as_is += std::abs(codes[i] - codes[i - 2]);
+        found.swapped += std::abs(swapped(codes[i]) - swapped(codes[i - 2]));
+        found.low_bytes_differ = found.low_bytes_differ || (codes[i] & 0xFFU) != (codes[0] & 0xFFU);
     }
-    const auto pairs = static_cast<double>(codes.size() - std::min<std::size_t>(codes.size(), 2));
-    found.as_is /= std::max(pairs, 1.0);
-    found.swapped /= std::max(pairs, 1.0);
+    const auto pairs = static_cast<double>(codes.size() - 2);
+    found.as_is /= pairs;
+    found.swapped /= pairs;
     return found;
 }
 
@@ -148,7 +147,8 @@ Roughness roughness(const std::vector<uint16_t>& codes) {
 /// neighbours are far smoother swapped.
 void check_byte_order(const Capture& capture, const std::vector<uint16_t>& codes, bool big_endian) {
     constexpr std::size_t kEnough = 1000;  // photosites that tell a roughness
-    constexpr double kFarSmoother = 8;     // pictures in the right order are rougher when swapped
+    constexpr std::size_t kMostLookedAt = 1U << 18U;
+    constexpr double kFarSmoother = 8;  // pictures in the right order are rougher when swapped
     const int most = (1 << capture.sensor.bits) - 1;
     const std::string expected =
         text("expected --byte-order %s (byte_order of a session)", big_endian ? "little" : "big");
@@ -162,10 +162,13 @@ void check_byte_order(const Capture& capture, const std::vector<uint16_t>& codes
         }
         return;
     }
-    // Bytes that were shifted up by 8 bits look like swapped ones: most_swapped.
-    const Roughness found = roughness(codes);
-    if (codes.size() >= kEnough && found.most_swapped > 0xFFU && found.most_swapped <= most &&
-        found.as_is > kFarSmoother * found.swapped) {
+    if (codes.size() < kEnough || std::ranges::any_of(codes, exceeds, swapped)) {
+        return;
+    }
+    // Bytes that were shifted up by 8 bits are smooth when swapped, too.
+    const std::size_t count = std::min(codes.size(), kMostLookedAt);
+    const Roughness found = roughness(std::span(codes).subspan((codes.size() - count) / 2, count));
+    if (found.low_bytes_differ && found.as_is > kFarSmoother * found.swapped) {
         throw InputError(order +
                          text("neighbours differ by %.0f codes, swapped ones by %.0f; ", found.as_is, found.swapped) +
                          expected);

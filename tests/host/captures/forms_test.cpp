@@ -206,7 +206,7 @@ TEST(HeaderlessRaw, SwappedBytesAreSaid) {
     big.layout.big_endian = true;
     swap_all();
     EXPECT_EQ(host::read_frame(file, big).codes, codes);
-    // Bytes that were shifted up are as rough swapped as not.
+    // Bytes that were shifted up are smooth swapped, too.
     std::ranges::transform(codes, codes.begin(), [](uint16_t code) { return static_cast<uint16_t>(code << 8U); });
     EXPECT_EQ(error_with(16), "no error");
 }
@@ -309,6 +309,16 @@ TEST(Dng, TablesOneChannelAndWhatIsRefused) {
         write_text(file, dng);
         EXPECT_NE(error_of(file, {}).find(each.expected), std::string::npos) << error_of(file, {});
     }
+}
+
+TEST(Tiff, OfAColourPictureSaysSo) {
+    const TemporaryFolder folder;
+    host::write_tiff(folder / "a.tif", kWidth, kHeight, 8, some_codes(8));
+    std::string tiff = read_text(folder / "a.tif");
+    set_tag(tiff, 277, {277, 3, 1, 3});
+    write_text(folder / "a.tif", tiff);
+    EXPECT_NE(error_of(folder / "a.tif", geometry(8)).find("a TIFF of 3 channels, expected one"), std::string::npos)
+        << error_of(folder / "a.tif", geometry(8));
 }
 
 TEST(Dng, OtherProgramsReadTheSame) {
