@@ -8,19 +8,6 @@
 #include "base/text.h"
 
 namespace cali::host {
-namespace {
-
-uint32_t sample_at(const uint8_t* data, std::size_t i, const SampleForm& form) {
-    if (!form.wide) {
-        return data[i];
-    }
-    const uint32_t first = data[2 * i];
-    const uint32_t second = data[2 * i + 1];
-    return form.big_endian ? first << 8U | second : second << 8U | first;
-}
-
-}  // namespace
-
 uint32_t mean_on_library_scale(uint64_t sum, uint32_t count, int bits) {
     const uint64_t scaled = sum << static_cast<unsigned>(std::max(kLibraryBits - bits, 0));
     const uint64_t divisor = uint64_t{count} << static_cast<unsigned>(std::max(bits - kLibraryBits, 0));
@@ -63,22 +50,39 @@ Capture to_capture(FileFrame frame) {
     return capture;
 }
 
-void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form) {
-    const Capture& capture = frame.capture;
-    const int bits = capture.sensor.bits;
-    const auto columns = static_cast<std::size_t>(capture.sensor.width);
-    const std::size_t count = columns * static_cast<std::size_t>(capture.sensor.height);
-    const uint32_t most = (1U << static_cast<unsigned>(bits)) - 1U;
-    frame.codes.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const uint32_t sample = sample_at(bytes.data(), i, form);
-        if (sample > most) {
-            throw InputError(capture.file.string() + text(": the sample at column %zu, row %zu is %u, expected at most "
-                                                          "%u (%d bits)",
-                                                          i % columns, i / columns, sample, most, bits));
-        }
-        frame.codes[i] = static_cast<uint16_t>(sample);
+void decode_samples(std::span<const uint8_t> bytes, const SampleForm& form, std::span<uint16_t> codes) {
+    if (!form.wide) {
+        std::copy_n(bytes.begin(), codes.size(), codes.begin());
+        return;
     }
+    const std::size_t high = form.big_endian ? 0 : 1;
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        codes[i] = static_cast<uint16_t>(bytes[2 * i + high] << 8U | bytes[2 * i + 1 - high]);
+    }
+}
+
+std::size_t photosites(const SensorGeometry& sensor) {
+    return static_cast<std::size_t>(sensor.width) * static_cast<std::size_t>(sensor.height);
+}
+
+void set_codes(FileFrame& frame, std::vector<uint16_t> codes) {
+    const SensorGeometry& sensor = frame.capture.sensor;
+    const int most = (1 << sensor.bits) - 1;
+    const auto large = std::ranges::find_if(codes, [most](uint16_t code) { return code > most; });
+    if (large != codes.end()) {
+        const auto place = static_cast<std::size_t>(large - codes.begin());
+        const auto columns = static_cast<std::size_t>(sensor.width);
+        throw InputError(frame.capture.file.string() +
+                         text(": the sample at column %zu, row %zu is %u, expected at most %d (%d bits)",
+                              place % columns, place / columns, static_cast<unsigned>(*large), most, sensor.bits));
+    }
+    frame.codes = std::move(codes);
+}
+
+void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form) {
+    std::vector<uint16_t> codes(photosites(frame.capture.sensor));
+    decode_samples(bytes, form, codes);
+    set_codes(frame, std::move(codes));
 }
 
 void write_samples(std::ostream& stream, std::span<const uint16_t> samples, const SampleForm& form) {

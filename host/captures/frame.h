@@ -65,7 +65,16 @@ struct SampleForm {
     bool big_endian = false;
 };
 
-/// Fills `frame.codes` for the capture's size and depth. Throws InputError for a sample that its depth does not hold.
+/// Fills `codes` from as many samples.
+void decode_samples(std::span<const uint8_t> bytes, const SampleForm& form, std::span<uint16_t> codes);
+
+/// Photosites of the sensor.
+[[nodiscard]] std::size_t photosites(const SensorGeometry& sensor);
+
+/// Codes of the frame's size. Throws InputError for one that its depth does not hold.
+void set_codes(FileFrame& frame, std::vector<uint16_t> codes);
+
+/// As decode_samples and set_codes.
 void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form);
 
 void write_samples(std::ostream& stream, std::span<const uint16_t> samples, const SampleForm& form);

@@ -1,14 +1,26 @@
 #include "captures/frame_series.h"
 
+#include <algorithm>
+#include <array>
 #include <map>
+#include <string_view>
 
 #include "base/error.h"
+#include "captures/file_form.h"
 #include "captures/file_patterns.h"
+#include "captures/geometry.h"
 
 namespace cali::host {
 namespace {
 
-bool is_capture(const std::filesystem::path& file) { return file.extension() == ".raw" || file.extension() == ".pgm"; }
+/// A folder also holds notes and results; what a capture is called for other reasons can be named in a session.
+bool is_capture(const std::filesystem::path& file) {
+    constexpr std::array<std::string_view, 18> kSuffixes = {".raw", ".bin", ".pgm", ".png", ".tif", ".tiff",
+                                                            ".dng", ".arw", ".cr2", ".cr3", ".nef", ".nrw",
+                                                            ".orf", ".pef", ".raf", ".rw2", ".rwl", ".srw"};
+    const std::string suffix = lower_suffix(file);
+    return std::ranges::find(kSuffixes, suffix) != kSuffixes.end();
+}
 
 std::vector<std::filesystem::path> captures_in(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> files;
@@ -38,12 +50,12 @@ std::vector<SeriesLevel> levels_of_folder(const std::filesystem::path& folder) {
     }
     if (groups.empty()) {
         for (const std::filesystem::path& file : captures_in(folder)) {
-            const std::string stem = file.stem().string();
+            const std::string stem = stem_without_geometry(file);
             groups[stem.substr(0, stem.rfind('_'))].push_back(file);
         }
     }
     if (groups.empty()) {
-        throw InputError(folder.string() + ": holds no captures (.raw or .pgm), nor folders with any");
+        throw InputError(folder.string() + ": holds no captures (such as .raw, .pgm or .dng), nor folders with any");
     }
     std::vector<SeriesLevel> levels;
     levels.reserve(groups.size());

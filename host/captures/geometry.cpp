@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <sstream>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -14,6 +15,42 @@ std::optional<int> to_number(std::string_view text) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc{} && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
+}
+
+constexpr const char* kMono = "MONO";
+
+std::string upper_case(std::string text) {
+    std::ranges::transform(text, text.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return text;
+}
+
+/// Takes a part of a name such as "1920x1080", "12bits" or "RGGB"; false where it is none.
+bool take_part(Geometry& geometry, const std::string& part) {
+    const auto sensible = [](std::optional<int> number, int low, int high) {
+        return number && *number >= low && *number <= high;
+    };
+    if (const std::size_t cross = part.find('x'); cross != std::string::npos) {
+        const auto width = to_number(std::string_view(part).substr(0, cross));
+        const auto height = to_number(std::string_view(part).substr(cross + 1));
+        if (sensible(width, 1, kMaxSide) && sensible(height, 1, kMaxSide)) {
+            geometry.width = width;
+            geometry.height = height;
+            return true;
+        }
+    }
+    if (const std::size_t unit = part.find("bit"); unit != std::string::npos) {
+        const auto bits = to_number(std::string_view(part).substr(0, unit));
+        const std::string_view rest = std::string_view(part).substr(unit);
+        if ((rest == "bit" || rest == "bits") && sensible(bits, kMinBits, kMaxBits)) {
+            geometry.bits = bits;
+            return true;
+        }
+    }
+    if (std::ranges::find(kPatternNames, upper_case(part)) != kPatternNames.end() || upper_case(part) == kMono) {
+        set_pattern(geometry, part, "");
+        return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -30,12 +67,14 @@ std::string to_text(const Window& window) {
 }
 
 bool same_sensor(const SensorGeometry& a, const SensorGeometry& b) {
-    return a.width == b.width && a.height == b.height && a.pattern == b.pattern && a.mono == b.mono && a.bits == b.bits;
+    return a.width == b.width && a.height == b.height && a.pattern == b.pattern && a.bits == b.bits && a.mono == b.mono;
 }
+
+std::string pattern_text(const SensorGeometry& sensor) { return sensor.mono ? kMono : pattern_name(sensor.pattern); }
 
 std::string to_text(const SensorGeometry& sensor) {
     return by(sensor.width, sensor.height) +
-           cali::host::text(", %s, %d bits", sensor.mono ? kMonoPattern : pattern_name(sensor.pattern), sensor.bits);
+           cali::host::text(", %s, %d bits", pattern_text(sensor).c_str(), sensor.bits);
 }
 
 void require_same_sensor(const SensorGeometry& found, const std::string& file, const SensorGeometry& expected,
@@ -71,14 +110,57 @@ void set_size(Geometry& geometry, const std::string& text) {
 }
 
 int parse_pattern(const std::string& text, const std::string& where) {
-    std::string upper = text;
-    std::ranges::transform(upper, upper.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    const std::string upper = upper_case(text);
     for (std::size_t i = 0; i < kPatternNames.size(); ++i) {
         if (upper == kPatternNames[i] || upper == std::to_string(i)) {
             return static_cast<int>(i);
         }
     }
     throw InputError(where + " is '" + text + "', expected BGGR, GBRG, GRBG or RGGB");
+}
+
+void set_pattern(Geometry& geometry, const std::string& text, const std::string& where) {
+    geometry.mono = upper_case(text) == kMono;
+    try {
+        geometry.pattern = parse_pattern(geometry.mono ? "RGGB" : text, where);
+    } catch (const InputError&) {
+        throw InputError(where + " is '" + text + "', expected BGGR, GBRG, GRBG, RGGB or MONO");
+    }
+}
+
+Packing parse_packing(const std::string& text, const std::string& where) {
+    const auto* const name = std::ranges::find(kPackingNames, text);
+    if (name == kPackingNames.end()) {
+        throw InputError(where + " is '" + text + "', expected none, raw10, raw12 or raw14");
+    }
+    return static_cast<Packing>(name - kPackingNames.begin());
+}
+
+bool parse_byte_order(const std::string& text, const std::string& where) {
+    if (text != "little" && text != "big") {
+        throw InputError(where + " is '" + text + "', expected little or big");
+    }
+    return text == "big";
+}
+
+Geometry geometry_of_name(const std::filesystem::path& file) {
+    Geometry geometry;
+    geometry.source = "its name";
+    std::istringstream name(file.stem().string());
+    for (std::string part; std::getline(name, part, '_');) {
+        (void)take_part(geometry, part);
+    }
+    return geometry;
+}
+
+std::string stem_without_geometry(const std::filesystem::path& file) {
+    std::string stem = file.stem().string();
+    Geometry taken;
+    for (std::size_t bar = stem.rfind('_'); bar != std::string::npos && take_part(taken, stem.substr(bar + 1));
+         bar = stem.rfind('_')) {
+        stem.resize(bar);
+    }
+    return stem;
 }
 
 }  // namespace cali::host

@@ -7,7 +7,7 @@
 
 #include "base/error.h"
 #include "base/output_file.h"
-#include "base/text.h"
+#include "captures/file_form.h"
 
 namespace cali::host {
 namespace {
@@ -67,8 +67,7 @@ private:
 }  // namespace
 
 bool is_pgm(const std::filesystem::path& file, std::span<const uint8_t> content) {
-    std::string suffix = file.extension().string();
-    std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string suffix = lower_suffix(file);
     // By name too: a .pgm that is none is named, not taken for raw samples.
     return suffix == ".pgm" || (has_magic(content) && content.size() > 2 && std::isspace(content[2]) != 0);
 }
@@ -80,27 +79,15 @@ bool is_wide(const PgmHeader& header) { return header.max_value > 255; }
 
 PgmHeader check_header(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry) {
     const PgmHeader header(head, capture.file);
+    set_told_pattern(capture, geometry);
+    set_own_size(capture, header.width, header.height, geometry);
+    set_own_bits(capture, static_cast<int>(std::bit_width(static_cast<unsigned>(header.max_value))), geometry);
     SensorGeometry& sensor = capture.sensor;
-    sensor.width = header.width;
-    sensor.height = header.height;
-    const int expected_width = geometry.width.value_or(header.width);
-    const int expected_height = geometry.height.value_or(header.height);
-    if (expected_width != header.width || expected_height != header.height) {
-        throw InputError(capture.file.string() + ": " + by(header.width, header.height) + " samples, expected " +
-                         by(expected_width, expected_height) + " by " + geometry.source);
-    }
-    const int header_bits =
-        std::max(static_cast<int>(std::bit_width(static_cast<unsigned>(header.max_value))), kMinBits);
-    sensor.bits = geometry.bits.value_or(header_bits);
     sensor.white_level = std::min(header.max_value, (1 << sensor.bits) - 1);
-    const uint64_t expected =
-        static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.height) * (is_wide(header) ? 2U : 1U);
+    const uint64_t expected = uint64_t{photosites(sensor)} * (is_wide(header) ? 2U : 1U);
     const uint64_t found = bytes - std::min<uint64_t>(header.size(), bytes);
     if (found < expected) {
-        throw InputError(capture.file.string() +
-                         text(": truncated: %llu bytes of samples, expected %llu for ",
-                              static_cast<unsigned long long>(found), static_cast<unsigned long long>(expected)) +
-                         by(header.width, header.height));
+        throw InputError(capture.file.string() + ": " + truncated_text(found, expected, sensor));
     }
     return header;
 }

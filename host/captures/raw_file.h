@@ -1,4 +1,4 @@
-/// Headerless samples: 16-bit little-endian; with a depth of 8 bits also one byte each.
+/// Headerless samples: bytes, 16-bit words, or packed.
 #pragma once
 
 #include <filesystem>
@@ -8,12 +8,16 @@
 
 namespace cali::host {
 
-/// The geometry must tell size and depth. Throws InputError where a file of `bytes` bytes that begins with `head` does
-/// not hold that many samples; a form that is known but not read is named.
+/// Size and depth are told by the geometry, or else by the file's name. Throws InputError where a file of `bytes` bytes
+/// that begins with `head` does not hold that many samples in any layout that the geometry leaves open; a form that is
+/// known but not read is named. Reading also throws where the bytes of words are swapped.
 void probe_raw(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry);
 void read_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
 
 /// 16-bit little-endian samples.
 void write_raw(const std::filesystem::path& file, std::span<const uint16_t> samples);
+
+/// Rows of `width` samples, packed.
+void write_packed(const std::filesystem::path& file, int width, Packing packing, std::span<const uint16_t> samples);
 
 }  // namespace cali::host

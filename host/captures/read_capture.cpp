@@ -3,12 +3,17 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <limits>
 
 #include "base/digest.h"
 #include "base/error.h"
+#include "base/text.h"
+#include "captures/camera_raw_file.h"
+#include "captures/file_form.h"
+#include "captures/limits.h"
 #include "captures/pgm_file.h"
+#include "captures/png_file.h"
 #include "captures/raw_file.h"
+#include "captures/tiff_file.h"
 
 namespace cali::host {
 namespace {
@@ -26,15 +31,30 @@ std::ifstream open_file(const std::filesystem::path& file) {
     return stream;
 }
 
-/// The first bytes, at most that many.
-Bytes read_bytes(const std::filesystem::path& file, uint64_t most) {
+/// The first `count` bytes, which it holds.
+Bytes read_bytes(const std::filesystem::path& file, uint64_t count) {
     std::ifstream stream = open_file(file);
-    Bytes bytes(static_cast<std::size_t>(std::min<uint64_t>(std::filesystem::file_size(file), most)));
+    Bytes bytes(static_cast<std::size_t>(count));
     stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (stream.gcount() != static_cast<std::streamsize>(bytes.size())) {
         throw InputError(file.string() + ": reading failed");
     }
     return bytes;
+}
+
+uint64_t size_of(const std::filesystem::path& file) {
+    (void)open_file(file);
+    return std::filesystem::file_size(file);
+}
+
+Bytes read_all(const std::filesystem::path& file) {
+    const uint64_t bytes = size_of(file);
+    if (bytes > kMostFileBytes) {
+        throw InputError(file.string() + text(": %llu bytes, expected a capture of at most %llu",
+                                              static_cast<unsigned long long>(bytes),
+                                              static_cast<unsigned long long>(kMostFileBytes)));
+    }
+    return read_bytes(file, bytes);
 }
 
 /// A form of files, and how to know it.
@@ -47,6 +67,9 @@ struct Reader {
 /// The first that recognises a file reads it; the last takes what has no form of its own.
 constexpr std::array kReaders = {
     Reader{is_pgm, probe_pgm, read_pgm},
+    Reader{is_png, probe_png, read_png},
+    Reader{is_grey_tiff, probe_tiff, read_tiff},
+    Reader{is_camera_raw, probe_camera_raw, read_camera_raw},
     Reader{[](const std::filesystem::path&, std::span<const uint8_t>) { return true; }, probe_raw, read_raw},
 };
 
@@ -54,21 +77,21 @@ const Reader& reader_of(const std::filesystem::path& file, std::span<const uint8
     return *std::ranges::find_if(kReaders, [&](const Reader& reader) { return reader.recognises(file, content); });
 }
 
-Capture empty_capture(const std::filesystem::path& file, const Geometry& geometry) {
-    Capture capture;
-    capture.file = file;
-    require_known(file, geometry.pattern.has_value(), "colour pattern", "--pattern");
-    capture.sensor.pattern = *geometry.pattern;
-    return capture;
+/// Forms whose headers may be anywhere in the file.
+bool is_container(const std::filesystem::path& file, std::span<const uint8_t> head) {
+    return is_png(file, head) || is_tiff(file, head) || is_camera_raw(file, head);
 }
 
 }  // namespace
 
 FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry) {
-    FileFrame frame{empty_capture(file, geometry), {}};
-    const Bytes content = read_bytes(file, std::numeric_limits<uint64_t>::max());
-    frame.capture.inputs = {{file, content.size(), digest_of(content)}};
+    FileFrame frame;
+    Capture& capture = frame.capture;
+    const Bytes content = read_all(file);
+    capture.file = file;
+    capture.inputs = {{file, content.size(), digest_of(content)}};
     reader_of(file, content).read(frame, content, geometry);
+    capture.settings = settings_of(capture, geometry);
     return frame;
 }
 
@@ -77,10 +100,16 @@ Capture read_capture(const std::filesystem::path& file, const Geometry& geometry
 }
 
 Capture probe_capture(const std::filesystem::path& file, const Geometry& geometry) {
-    constexpr uint64_t kHead = 4096;  // more than any header
-    Capture capture = empty_capture(file, geometry);
-    const Bytes head = read_bytes(file, kHead);
-    reader_of(file, head).probe(capture, head, std::filesystem::file_size(file), geometry);
+    constexpr uint64_t kHead = 4096;  // more than any header that stands alone
+    Capture capture;
+    capture.file = file;
+    const uint64_t bytes = size_of(file);
+    Bytes content = read_bytes(file, std::min(bytes, kHead));
+    if (is_container(file, content)) {
+        content = read_all(file);
+    }
+    reader_of(file, content).probe(capture, content, bytes, geometry);
+    capture.settings = settings_of(capture, geometry);
     return capture;
 }
 

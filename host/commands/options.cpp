@@ -8,6 +8,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "captures/limits.h"
 
 namespace cali::host {
 namespace {
@@ -171,8 +172,13 @@ int CommandLine::parse_and_run(int argc, char** argv) {
 void GeometryOptions::add_to(Command& command) {
     command.option("--session", session_, "session file that tells the geometry (docs/session.md)").type_name("FILE");
     command.option("--size", size_, "size of raw files, such as 1920x1080").type_name("WxH");
-    command.option("--pattern", pattern_, "colours of the top-left photosites: BGGR, GBRG, GRBG or RGGB");
+    command.option("--pattern", pattern_,
+                   "colours of the top-left photosites: BGGR, GBRG, GRBG or RGGB; MONO: no mosaic");
     command.option("--bits", bits_, "bit depth of the samples, 8 to 16");
+    command.option("--packing", packing_, "of headerless raw files: none, raw10, raw12 or raw14 (docs/captures.md)");
+    command.option("--byte-order", byte_order_, "of headerless 16-bit words: little or big");
+    command.option("--stride-bytes", stride_bytes_, "of headerless raw files: from one row to the next");
+    command.option("--header-bytes", header_bytes_, "of raw files: bytes before the first row");
 }
 
 std::optional<Session> GeometryOptions::session() const {
@@ -185,12 +191,28 @@ Geometry GeometryOptions::geometry() const {
     if (!size_.empty()) {
         set_size(geometry, size_);
         geometry.source = "--size";
+        geometry.size_by = Source::option;
     }
     if (!pattern_.empty()) {
-        geometry.pattern = parse_pattern(pattern_, "--pattern");
+        set_pattern(geometry, pattern_, "--pattern");
+        geometry.pattern_by = Source::option;
     }
     if (bits_) {
         geometry.bits = check_number(*bits_, kMinBits, kMaxBits, "--bits");
+        geometry.bits_by = Source::option;
+    }
+    RawLayout& layout = geometry.layout;
+    if (!packing_.empty()) {
+        layout.packing = parse_packing(packing_, "--packing");
+    }
+    if (!byte_order_.empty()) {
+        layout.big_endian = parse_byte_order(byte_order_, "--byte-order");
+    }
+    if (stride_bytes_) {
+        layout.stride_bytes = check_number(*stride_bytes_, 1, kMostLayoutBytes, "--stride-bytes");
+    }
+    if (header_bytes_) {
+        layout.header_bytes = check_number(*header_bytes_, 0, kMostLayoutBytes, "--header-bytes");
     }
     return geometry;
 }

@@ -88,7 +88,7 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// --session, --size, --pattern and --bits, as commands on single captures take them.
+/// --session, --size, --pattern, --bits and how headerless files lie, as commands on single captures take them.
 class GeometryOptions {
 public:
     void add_to(Command& command);
@@ -103,6 +103,10 @@ private:
     std::string size_;
     std::string pattern_;
     std::optional<int> bits_;
+    std::string packing_;
+    std::string byte_order_;
+    std::optional<int> stride_bytes_;
+    std::optional<int> header_bytes_;
 };
 
 /// --verbose and --log: where the library's own output goes.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstdio>
 
 #include "base/error.h"
@@ -19,6 +20,7 @@ struct SimulateOptions {
     std::string size = "1920x1080";
     std::string pattern = "RGGB";
     std::string format = "both";
+    std::string naming = "plain";
     std::vector<double> axis;
     std::vector<std::string> faults;
     bool overwrite = false;
@@ -33,8 +35,16 @@ void describe(Command& command, SimulateOptions& options) {
         .whole_range(kMinBits, kMaxBits)
         .show_default();
     command.option("--seed", options.plan.seed, "the same seed gives the same files").show_default();
-    command.option("--format", options.format, "raw (16-bit little-endian), pgm, or both")
-        .one_of({"raw", "pgm", "both"})
+    command
+        .option("--format", options.format,
+                "raw (16-bit little-endian), pgm, both of them, tiff, png, dng, or mipi (packed raw)")
+        .one_of({"raw", "pgm", "both", "tiff", "png", "dng", "mipi"})
+        .show_default();
+    command
+        .option("--names", options.naming,
+                "plain; geometry: raw files tell it, as in dark_1_1920x1080_12bits_RGGB.raw; or tuning: as in "
+                "alsc_5000k_1 and chart_5000k_120l, without grey cards")
+        .one_of({"plain", "geometry", "tuning"})
         .show_default();
     command.option("--illuminants", options.plan.illuminants, "colour temperatures in kelvin")
         .range(kMinIlluminantK, kMaxIlluminantK)
@@ -66,6 +76,7 @@ void describe(Command& command, SimulateOptions& options) {
     command.examples(
         "  cali simulate shots\n"
         "  cali simulate shots --size 640x480 --pattern GRBG --bits 10 --format pgm --seed 7\n"
+        "  cali simulate camera --format dng --names tuning\n"
         "  cali simulate bad --fault tilt=8 --fault grey-on-chart");
 }
 
@@ -96,11 +107,22 @@ void require_no_files(const std::filesystem::path& folder, const std::vector<std
     }
 }
 
+std::vector<ShotForm> forms_of(const std::string& format) {
+    if (format == "both") {
+        return {ShotForm::raw, ShotForm::pgm};
+    }
+    constexpr std::array kNames = {"raw", "pgm", "tiff", "png", "dng", "mipi"};
+    return {static_cast<ShotForm>(std::ranges::find(kNames, format) - kNames.begin())};
+}
+
 int act(const SimulateOptions& options, const Invocation& /*invocation*/) {
     SimulationPlan plan = options.plan;
     SensorModel& sensor = plan.sensor;
-    plan.raw = options.format != "pgm";
-    plan.pgm = options.format != "raw";
+    plan.forms = forms_of(options.format);
+    plan.naming = options.naming == "plain"      ? ShotNaming::plain
+                  : options.naming == "geometry" ? ShotNaming::geometry
+                                                 : ShotNaming::tuning;
+    check_forms(plan);
     Geometry geometry;
     set_size(geometry, options.size);
     sensor.width = check_number(*geometry.width, 24, 8192, "width");
@@ -124,7 +146,7 @@ int act(const SimulateOptions& options, const Invocation& /*invocation*/) {
     make_folder(folder);
     const ShotNames names = take_shots(plan, folder);
     write_text_file(folder / kTruthName, truth_text(plan));
-    write_text_file(folder / kSessionName, session_text(sensor, names));
+    write_text_file(folder / kSessionName, session_text(plan, names));
     std::printf("written: %zu captures of %d x %d, %s, %d bits; %s; %s\n", names.count(), sensor.width, sensor.height,
                 pattern_name(sensor.pattern), sensor.bits, (folder / kSessionName).string().c_str(),
                 (folder / kTruthName).string().c_str());

@@ -22,10 +22,12 @@ constexpr int kSchema = 3;
 void sensor_fields(Archive& sensor, SensorGeometry& geometry) {
     sensor.field("width", geometry.width, 0, kMaxSide);
     sensor.field("height", geometry.height, 0, kMaxSide);
-    std::string pattern = geometry.mono ? kMonoPattern : pattern_name(geometry.pattern);
+    std::string pattern = pattern_text(geometry);
     sensor.field("pattern", pattern);
-    geometry.mono = pattern == kMonoPattern;
-    geometry.pattern = geometry.mono ? 3 : parse_pattern(pattern, sensor.where("pattern"));
+    Geometry told;
+    set_pattern(told, pattern, sensor.where("pattern"));
+    geometry.mono = told.mono;
+    geometry.pattern = *told.pattern;
     sensor.field("bits", geometry.bits, kMinBits, kMaxBits);
     sensor.field("white_level", geometry.white_level);
 }

@@ -5,26 +5,34 @@
 #include <string>
 
 #include "base/error.h"
+#include "captures/limits.h"
 #include "session/toml_section.h"
 
 namespace cali::host {
 namespace {
 
 Geometry read_geometry(const TomlSection& sensor, const std::string& file) {
-    sensor.allow_only({"width", "height", "pattern", "bits"});
+    sensor.allow_only({"width", "height", "pattern", "bits", "stride_bytes", "header_bytes", "byte_order", "packing"});
     Geometry geometry;
     geometry.source = file;
-    if (const auto width = sensor.whole_number("width")) {
-        geometry.width = check_number(*width, 1, kMaxSide, sensor.where("width"));
-    }
-    if (const auto height = sensor.whole_number("height")) {
-        geometry.height = check_number(*height, 1, kMaxSide, sensor.where("height"));
-    }
+    const auto number = [&](const char* key, int low, int high, std::optional<int>& value) {
+        if (const auto found = sensor.whole_number(key)) {
+            value = check_number(*found, low, high, sensor.where(key));
+        }
+    };
+    number("width", 1, kMaxSide, geometry.width);
+    number("height", 1, kMaxSide, geometry.height);
+    number("bits", kMinBits, kMaxBits, geometry.bits);
+    number("stride_bytes", 1, kMostLayoutBytes, geometry.layout.stride_bytes);
+    number("header_bytes", 0, kMostLayoutBytes, geometry.layout.header_bytes);
     if (const auto pattern = sensor.text("pattern")) {
-        geometry.pattern = parse_pattern(*pattern, sensor.where("pattern"));
+        set_pattern(geometry, *pattern, sensor.where("pattern"));
     }
-    if (const auto bits = sensor.whole_number("bits")) {
-        geometry.bits = check_number(*bits, kMinBits, kMaxBits, sensor.where("bits"));
+    if (const auto order = sensor.text("byte_order")) {
+        geometry.layout.big_endian = parse_byte_order(*order, sensor.where("byte_order"));
+    }
+    if (const auto packing = sensor.text("packing")) {
+        geometry.layout.packing = parse_packing(*packing, sensor.where("packing"));
     }
     return geometry;
 }

@@ -7,6 +7,6 @@
 
 namespace cali::host {
 
-[[nodiscard]] std::string session_text(const SensorModel& sensor, const ShotNames& names);
+[[nodiscard]] std::string session_text(const SimulationPlan& plan, const ShotNames& names);
 
 }  // namespace cali::host

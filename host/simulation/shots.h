@@ -13,6 +13,13 @@
 
 namespace cali::host {
 
+/// Forms of the files; mipi: packed headerless raw.
+enum class ShotForm { raw, pgm, tiff, png, dng, mipi };
+
+/// How files are called: dark_1, flat_5000K, series_1_1; with size, depth and pattern where the form does not tell
+/// them, noise_1_1; or as tuning tools expect them: alsc_5000k_1, chart_5000k_120l, noise_1_1, and no grey cards.
+enum class ShotNaming { plain, geometry, tuning };
+
 struct SimulationPlan {
     SensorModel sensor;
     std::vector<double> illuminants = {2850, 4000, 5000, 6500};  ///< kelvin
@@ -21,9 +28,12 @@ struct SimulationPlan {
     int series_frames = 2;
     uint64_t seed = 1;
     std::vector<Fault> faults;
-    bool raw = true;  ///< which files are written
-    bool pgm = true;
+    std::vector<ShotForm> forms = {ShotForm::raw, ShotForm::pgm};  ///< the session names files of the first
+    ShotNaming naming = ShotNaming::plain;
 };
+
+/// Throws InputError where a form cannot hold samples of the plan's depth.
+void check_forms(const SimulationPlan& plan);
 
 /// White of the chart over full scale.
 inline constexpr double kSimulatedChartLevel = 0.90;

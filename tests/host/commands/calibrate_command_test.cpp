@@ -127,7 +127,7 @@ TEST(Calibrate, RefusesTwoCapturesWhoseFilesWouldHaveOneName) {
                            {"calibrate flat.toml --corrected", "b/f.raw and a/f.raw"},
                            {"calibrate chart.toml --pictures", "b/c.pgm and a/c.raw: both would give files named c"},
                            {"calibrate chart.toml --tables", "b/c.pgm and a/c.raw"},
-                           {"calibrate chart.toml --registers", "a/c.raw: its colour pattern is not known"}});
+                           {"calibrate chart.toml --registers", "a/c.raw: no such file"}});
 }
 
 TEST(Verify, GreyCardBecomesGrey) {

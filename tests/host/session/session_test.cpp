@@ -27,6 +27,10 @@ width = 640
 height = 480
 pattern = "grbg"
 bits = 10
+stride_bytes = 1280
+header_bytes = 16
+byte_order = "big"
+packing = "raw10"
 [captures]
 dark = ["d1.raw", { files = ["sub/d2.raw", "d3.raw"], gain = 4, exposure_ms = 12.5 }]
 flat = "flat.pgm"
@@ -57,6 +61,10 @@ corners = [[1, 2], [30, 4], [31, 32], [5, 33.5]]
     EXPECT_EQ(session.geometry.height, 480);
     EXPECT_EQ(session.geometry.pattern, 2);
     EXPECT_EQ(session.geometry.bits, 10);
+    EXPECT_EQ(session.geometry.layout.stride_bytes, 1280);
+    EXPECT_EQ(session.geometry.layout.header_bytes, 16);
+    EXPECT_EQ(session.geometry.layout.big_endian, true);
+    EXPECT_EQ(session.geometry.layout.packing, host::Packing::raw10);
     ASSERT_EQ(session.dark.size(), 2U);
     EXPECT_EQ(session.dark[0].files, std::vector<std::filesystem::path>{folder / "d1.raw"});
     EXPECT_EQ(session.dark[1].files, (std::vector<std::filesystem::path>{folder / "sub/d2.raw", folder / "d3.raw"}));
@@ -98,7 +106,7 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
         {"[sensor]\nwidth = \"wide\"\n", "width is the text 'wide', expected a whole number"},
         {"[sensor]\nwidth = 0\n", "width is 0, expected 1 to 65535"},
         {"[sensor]\nbits = 17\n", "bits is 17, expected 8 to 16"},
-        {"[sensor]\npattern = \"RGB\"\n", "pattern is 'RGB', expected BGGR, GBRG, GRBG or RGGB"},
+        {"[sensor]\npattern = \"RGB\"\n", "pattern is 'RGB', expected BGGR, GBRG, GRBG, RGGB or MONO"},
         {"[captures]\ndark = [1]\n", "dark is the whole number 1, expected file names or tables"},
         {"[captures]\ngrey = [{ illuminant_k = 5000 }]\n", "grey: an entry has no 'file'"},
         {"[captures]\ngrey = [{ file = \"a\", kelvin = 5000 }]\n", "unknown key 'kelvin'"},

@@ -123,5 +123,49 @@ TEST(Simulate, SameSeedSameFiles) {
     EXPECT_EQ(read_text(folder.path() / "a/dark_1.raw"), read_text(folder.path() / "b/dark_1.raw"));
 }
 
+/// Without what names and files differ in.
+nlohmann::json values_of(nlohmann::json results) {
+    for (const char* const key : {"inputs", "values", "file", "digest", "name", "lens_shading", "white_level",
+                                  "capture", "place", "made", "analogue_gain", "findings"}) {
+        if (results.is_object() && !(key == std::string("lens_shading") && results.contains("schema"))) {
+            results.erase(key);
+        }
+    }
+    for (auto& each : results) {
+        if (each.is_structured()) {
+            each = values_of(each);
+        }
+    }
+    return results;
+}
+
+TEST(Simulate, EveryFormGivesTheValuesOfTheRawForm) {
+    const TemporaryFolder folder;
+    nlohmann::json raw;
+    for (const std::string form : {"raw", "tiff", "png", "dng", "mipi"}) {
+        SCOPED_TRACE(form);
+        run_line(folder.path(), "simulate " + form + " --format " + form +
+                                    " --size 640x480 --bits 14 --illuminants 5000 --series-levels 2 --names geometry");
+        run_line(folder.path(), "calibrate " + form + "/session.toml");
+        const nlohmann::json values = values_of(read_json(folder.path() / form / "results.json"));
+        EXPECT_TRUE(values.contains("colour_table") && values.contains("noise"));
+        raw = form == "raw" ? values : raw;
+        EXPECT_EQ(nlohmann::json::diff(raw, values), nlohmann::json::array());
+    }
+    // Names alone are enough for packed raw, and nothing for DNG.
+    const std::string packed = run_line(
+        folder.path(), "blc mipi/dark_1_640x480_14bits_RGGB.raw mipi/dark_2_640x480_14bits_RGGB.raw --results m.json");
+    run_line(folder.path(), "blc dng/dark_1.dng dng/dark_2.dng --results d.json");
+    EXPECT_EQ(values_of(read_json(folder / "m.json"))["black_level"],
+              values_of(read_json(folder / "d.json"))["black_level"]);
+
+    run_line(folder.path(),
+             "simulate t --size 64x48 --format dng --names tuning --illuminants 2850 --dark-frames 1 "
+             "--series-levels 1 --series-frames 1");
+    EXPECT_EQ(TemporaryFolder(folder / "t").names(),
+              (std::vector<std::string>{"alsc_2850k_1.dng", "chart_2850k_120l.dng", "dark_1.dng", "noise_1_1.dng",
+                                        "session.toml", "truth.json"}));
+}
+
 }  // namespace
 }  // namespace cali::test
