@@ -1,0 +1,162 @@
+#include "detection/chart_colours.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "core/arithmetic.h"
+
+namespace cali::host {
+namespace {
+
+constexpr int kRounds = 4;
+constexpr double kDark = 0.03;        // of the mean: differences in the dark count relative to this much more
+constexpr double kStiffLight = 0.3;   // patches' weight of an even light
+constexpr double kStiffMatrix = 1e-3;
+constexpr double kLeastRatio = 0.05;  // of measured to expected, for the light
+
+/// Symmetric positive definite.
+template <std::size_t N>
+std::array<double, N> solve(std::array<std::array<double, N>, N> rows, std::array<double, N> right) {
+    for (std::size_t k = 0; k < N; ++k) {
+        for (std::size_t i = k + 1; i < N; ++i) {
+            const double factor = rows[i][k] / rows[k][k];
+            for (std::size_t j = k; j < N; ++j) {
+                rows[i][j] -= factor * rows[k][j];
+            }
+            right[i] -= factor * right[k];
+        }
+    }
+    for (std::size_t k = N; k-- > 0;) {
+        for (std::size_t j = k + 1; j < N; ++j) {
+            right[k] -= rows[k][j] * right[j];
+        }
+        right[k] /= rows[k][k];
+    }
+    return right;
+}
+
+/// Least squares with `stiff` pulling to zero.
+template <std::size_t N>
+class LeastSquares {
+public:
+    explicit LeastSquares(double stiff) {
+        for (std::size_t i = 0; i < N; ++i) {
+            rows_[i][i] = stiff;
+        }
+    }
+    void add(const std::array<double, N>& terms, double value, double weight) {
+        for (std::size_t i = 0; i < N; ++i) {
+            for (std::size_t j = 0; j < N; ++j) {
+                rows_[i][j] += weight * terms[i] * terms[j];
+            }
+            right_[i] += weight * terms[i] * value;
+        }
+    }
+    [[nodiscard]] std::array<double, N> solution() const { return solve(rows_, right_); }
+
+private:
+    std::array<std::array<double, N>, N> rows_{};
+    std::array<double, N> right_{};
+};
+
+const PatchColours& reference() {
+    static const PatchColours kLinear = [] {
+        PatchColours colours{};
+        for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+            for (std::size_t c = 0; c < 3; ++c) {
+                colours[patch][c] = srgb_decode(kChartSrgb24[patch][c]);
+            }
+        }
+        return colours;
+    }();
+    return kLinear;
+}
+
+/// Even, sloping and curved light.
+std::array<double, 6> light_terms(std::size_t patch) {
+    const double u = (static_cast<double>(patch % kChartColumns) - 2.5) / 2.5;
+    const double v = (static_cast<double>(patch / kChartColumns) - 1.5) / 1.5;
+    return {1, u, v, u * u, u * v, v * v};
+}
+
+double sum(const Colour& colour) { return colour[0] + colour[1] + colour[2]; }
+
+}  // namespace
+
+ColourFit fit_colours(const PatchColours& measured) {
+    // Every channel has mean 1, so that none counts more for the light's colour.
+    PatchColours balanced = measured;
+    for (std::size_t c = 0; c < 3; ++c) {
+        double mean = 0;
+        for (const Colour& colour : measured) {
+            mean += colour[c] / kChartPatches;
+        }
+        if (!(mean > 0)) {
+            return {};
+        }
+        for (Colour& colour : balanced) {
+            colour[c] /= mean;
+        }
+    }
+
+    std::array<double, kChartPatches> light{};
+    light.fill(1);
+    PatchColours expected{};
+    for (int round = 0; round < kRounds; ++round) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            LeastSquares<4> channel(kStiffMatrix);
+            const auto terms = [&](std::size_t patch) -> std::array<double, 4> {
+                const Colour& rgb = reference()[patch];
+                return {light[patch] * rgb[0], light[patch] * rgb[1], light[patch] * rgb[2], 1};
+            };
+            for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+                const double scale = sum(balanced[patch]) / 3 + kDark;
+                channel.add(terms(patch), balanced[patch][c], 1 / (scale * scale));
+            }
+            const auto row = channel.solution();
+            for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+                const auto t = terms(patch);
+                expected[patch][c] = row[0] * t[0] + row[1] * t[1] + row[2] * t[2] + row[3];
+            }
+        }
+        if (round + 1 == kRounds) {
+            break;
+        }
+        LeastSquares<6> field(kStiffLight);
+        for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+            const double ratio = sum(balanced[patch]) / std::max(sum(expected[patch]), kDark);
+            const double even = std::log(light[patch]);
+            field.add(light_terms(patch), std::log(std::clamp(ratio, kLeastRatio, 1 / kLeastRatio)) + even, 1);
+        }
+        const auto shape = field.solution();
+        for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+            const auto terms = light_terms(patch);
+            double log_light = 0;
+            for (std::size_t i = 0; i < terms.size(); ++i) {
+                log_light += shape[i] * terms[i];
+            }
+            light[patch] = std::exp(std::clamp(log_light, -1.5, 1.5));
+        }
+    }
+
+    ColourFit fit{0, 0, 0};
+    for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+        const double scale = (sum(balanced[patch]) + sum(expected[patch])) / 6 + kDark;
+        double square = 0;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const double difference = (balanced[patch][c] - expected[patch][c]) / scale;
+            square += difference * difference / 3;
+        }
+        fit.residual += square / kChartPatches;
+        if (square > fit.worst) {
+            fit.worst = square;
+            fit.worst_patch = patch;
+        }
+    }
+    fit.residual = std::sqrt(fit.residual);
+    fit.worst = std::sqrt(fit.worst);
+    return fit;
+}
+
+}  // namespace cali::host
