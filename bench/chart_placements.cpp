@@ -1,5 +1,6 @@
 // Finds charts in simulated frames and counts what is right and wrong; then times a large frame.
-// Arguments: number of frames with a chart, without one, and optionally a scene of 768 x 512, RGGB, 14 bits as backdrop.
+// Arguments: number of frames with a chart, without one, and optionally a scene of 768 x 512, RGGB, 14 bits as
+// backdrop.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "detection/chart_finder.h"
+#include "detection/patch_lattice.h"
 #include "simulation/chart_view.h"
 
 namespace {
@@ -34,7 +36,8 @@ Backdrop read_backdrop(const std::string& file) {
             const auto at = [&](int i, int j) {
                 return (codes[static_cast<std::size_t>((y + j) * kWidth + x + i)] - kBlack) / (kWhite - kBlack);
             };
-            backdrop.colours.push_back({std::max(at(0, 0), 0.0), std::max((at(1, 0) + at(0, 1)) / 2, 0.0), std::max(at(1, 1), 0.0)});
+            backdrop.colours.push_back(
+                {std::max(at(0, 0), 0.0), std::max((at(1, 0) + at(0, 1)) / 2, 0.0), std::max(at(1, 1), 0.0)});
         }
     }
     return backdrop;
@@ -93,7 +96,7 @@ int main(int argc, char** argv) {
         const uint64_t seed = first + static_cast<uint64_t>(n);
         ChartView view = random_view(seed, sensor);
         view.present = n < with;
-        view.backdrop = backdrop.width > 0 && n % 2 == 0 ? &backdrop : nullptr;
+        view.backdrop = backdrop.width > 0 && seed % 2 == 1 ? &backdrop : nullptr;
         if (!view.present) {
             view.clutter.other_charts = 1 + n % 4;
         }
@@ -101,6 +104,29 @@ int main(int argc, char** argv) {
         const Capture capture = capture_of(sensor, placed.scene, seed);
         const auto start = std::chrono::steady_clock::now();
         const FoundChart found = find_chart(capture, black_of(sensor));
+        if (const char* dump = std::getenv("DUMP")) {
+            const auto small = small_picture(capture, black_of(sensor));
+            std::ofstream out(dump, std::ios::binary);
+            out << "P6 " << small.width << ' ' << small.height << " 255\n";
+            std::vector<unsigned char> px;
+            for (std::size_t i = 0; i < small.level[0].size(); ++i)
+                for (int c = 0; c < 3; ++c) px.push_back((unsigned char)std::min(255.f, small.level[c][i] * 220));
+            for (const auto& r : flat_regions(small)) {
+                const auto i = 3 * small.at((int)r.centre.x, (int)r.centre.y);
+                px[i] = 255;
+                px[i + 1] = 0;
+                px[i + 2] = 255;
+                const auto j =
+                    3 * small.at((int)std::min(r.centre.x + std::sqrt(r.area) / 2, small.width - 1.), (int)r.centre.y);
+                px[j] = 0;
+                px[j + 1] = 255;
+                px[j + 2] = 0;
+            }
+            out.write((const char*)px.data(), (long)px.size());
+            auto lat = patch_lattices(flat_regions(small), 9);
+            for (auto& l : lat)
+                std::printf("lattice %zu at %.0f %.0f\n", l.size(), l.begin()->second.x, l.begin()->second.y);
+        }
         milliseconds += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
         const double off = view.present && found.confidence > 0 ? worst_offset(found, placed) : 1e9;
         const bool right = view.present && off <= 0.08;
@@ -114,24 +140,29 @@ int main(int argc, char** argv) {
                 most_wrong = std::max(most_wrong, found.confidence);
             }
         }
-        if (found.found != view.present || (found.found && !right) || (right && found.confidence < 0.75) || (!right && found.confidence > 0.2)) {
-            std::printf("%llu: %s confidence %.2f off %.3f residual %.3f other %.3f edges %.2f flat %.2f | %dx%d level %.2f gap %.2f "
-                        "blur %.1f patch %.0f height %.2f distortion %.3f regions %zu | %s\n",
-                        static_cast<unsigned long long>(seed),
-                        view.present ? (found.found ? (right ? "right" : "WRONG") : "missed") : (found.found ? "FALSE" : "none"),
-                        found.confidence, std::min(off, 9.0), found.colour_residual, found.other_order, found.edge_support,
-                        found.flat_share, sensor.width, sensor.height, view.level, view.gap, view.blur, placed.least_patch, view.height,
-                        view.distortion, found.tried.size(), found.reason.c_str());
+        if (found.found != view.present || (found.found && !right) || (right && found.confidence < 0.75) ||
+            (!right && found.confidence > 0.2)) {
+            std::printf(
+                "%llu: %s confidence %.2f off %.3f residual %.3f other %.3f edges %.2f flat %.2f | %dx%d level %.2f "
+                "gap %.2f "
+                "blur %.1f patch %.0f height %.2f distortion %.3f regions %zu | %s\n",
+                static_cast<unsigned long long>(seed),
+                view.present ? (found.found ? (right ? "right" : "WRONG") : "missed")
+                             : (found.found ? "FALSE" : "none"),
+                found.confidence, std::min(off, 9.0), found.colour_residual, found.other_order, found.edge_support,
+                found.flat_share, sensor.width, sensor.height, view.level, view.gap, view.blur, placed.least_patch,
+                view.height, view.distortion, found.tried.size(), found.reason.c_str());
         }
     }
     std::ranges::sort(offsets);
     const auto quantile = [&](double share) {
         return offsets.empty() ? 0 : offsets[static_cast<std::size_t>(share * static_cast<double>(offsets.size() - 1))];
     };
-    std::printf("with a chart: %d of %d found, %d wrong; centres off by %.3f (median), %.3f (95 %%), %.3f (worst) of the "
-                "distance between patches\nlowest confidence of a right one %.2f, highest of a wrong one %.2f; %.0f ms each\n",
-                found_right, with, wrong, quantile(0.5), quantile(0.95), quantile(1), least_right, most_wrong,
-                milliseconds / std::max(with + without, 1));
+    std::printf(
+        "with a chart: %d of %d found, %d wrong; centres off by %.3f (median), %.3f (95 %%), %.3f (worst) of the "
+        "distance between patches\nlowest confidence of a right one %.2f, highest of a wrong one %.2f; %.0f ms each\n",
+        found_right, with, wrong, quantile(0.5), quantile(0.95), quantile(1), least_right, most_wrong,
+        milliseconds / std::max(with + without, 1));
     SensorModel sensor;
     ChartView view = random_view(5, sensor);
     sensor.width = 4000;
@@ -146,5 +177,6 @@ int main(int argc, char** argv) {
         times.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
     }
     std::ranges::sort(times);
-    std::printf("4000 x 3000: %s, %.0f ms (median), %.0f ms (least)\n", seen ? "found" : "not found", times[4], times[0]);
+    std::printf("4000 x 3000: %s, %.0f ms (median), %.0f ms (least)\n", seen ? "found" : "not found", times[4],
+                times[0]);
 }

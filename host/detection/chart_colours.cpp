@@ -10,8 +10,8 @@ namespace cali::host {
 namespace {
 
 constexpr int kRounds = 4;
-constexpr double kDark = 0.03;        // of the mean: differences in the dark count relative to this much more
-constexpr double kStiffLight = 0.3;   // patches' weight of an even light
+constexpr double kDark = 0.03;       // of the mean: differences in the dark count relative to this much more
+constexpr double kStiffLight = 0.3;  // patches' weight of an even light
 constexpr double kStiffMatrix = 1e-3;
 constexpr double kLeastRatio = 0.05;  // of measured to expected, for the light
 
@@ -141,12 +141,15 @@ ColourFit fit_colours(const PatchColours& measured) {
     }
 
     ColourFit fit{0, 0, 0};
+    double variation = 0;  // what is there to be explained
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
         const double scale = (sum(balanced[patch]) + sum(expected[patch])) / 6 + kDark;
         double square = 0;
         for (std::size_t c = 0; c < 3; ++c) {
             const double difference = (balanced[patch][c] - expected[patch][c]) / scale;
             square += difference * difference / 3;
+            const double from_mean = (balanced[patch][c] - 1) / scale;
+            variation += from_mean * from_mean / (3 * kChartPatches);
         }
         fit.residual += square / kChartPatches;
         if (square > fit.worst) {
@@ -154,8 +157,10 @@ ColourFit fit_colours(const PatchColours& measured) {
             fit.worst_patch = patch;
         }
     }
-    fit.residual = std::sqrt(fit.residual);
-    fit.worst = std::sqrt(fit.worst);
+    // A chart varies by about 1; what is all of one colour is explained by anything.
+    const double scale = std::max(1.0, 1 / variation);
+    fit.residual = std::sqrt(fit.residual * scale);
+    fit.worst = std::sqrt(fit.worst * scale);
     return fit;
 }
 

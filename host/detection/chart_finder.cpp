@@ -17,11 +17,11 @@ namespace cali::host {
 namespace {
 
 constexpr std::size_t kLeastNodes = 9;
-constexpr std::size_t kLeastInside = 8;     // regions of a lattice within a place of the chart
-constexpr double kLeastCell = 3;            // pixels
-constexpr double kWindow = 0.22;            // half of what is measured of a cell
-constexpr std::size_t kRefined = 4;         // of the best places
-constexpr double kWorthRefining = 0.9;      // colour residual
+constexpr std::size_t kLeastInside = 8;  // regions of a lattice within a place of the chart
+constexpr double kLeastCell = 3;         // pixels
+constexpr double kWindow = 0.22;         // half of what is measured of a cell
+constexpr std::size_t kRefined = 4;      // of the best places
+constexpr double kWorthRefining = 0.9;   // colour residual
 
 constexpr int kColumns = kChartColumns;
 constexpr int kRows = kChartRows;
@@ -125,14 +125,34 @@ bool right_handed(const PatchLattice& lattice) {
         const auto across = lattice.find({at.first + 1, at.second});
         const auto down = lattice.find({at.first, at.second + 1});
         if (across != lattice.end() && down != lattice.end()) {
-            turn += (across->second.x - p.x) * (down->second.y - p.y) - (across->second.y - p.y) * (down->second.x - p.x);
+            turn +=
+                (across->second.x - p.x) * (down->second.y - p.y) - (across->second.y - p.y) * (down->second.x - p.x);
         }
     }
     return turn > 0;
 }
 
-/// All places and orders of the chart on a lattice.
-void place_on(const SmallPicture& picture, const PatchLattice& lattice, std::vector<Placement>& placements) {
+/// The same regions with rows or columns taken along their diagonals: seen from the side, a diagonal may be the
+/// shorter step.
+std::vector<PatchLattice> sheared(const PatchLattice& lattice) {
+    std::vector<PatchLattice> all = {lattice};
+    for (const auto& [across, down] : {std::pair(1, 0), std::pair(-1, 0), std::pair(0, 1), std::pair(0, -1)}) {
+        PatchLattice& other = all.emplace_back();
+        for (const auto& [at, p] : lattice) {
+            other[{at.first + across * at.second, at.second + down * at.first}] = p;
+        }
+    }
+    return all;
+}
+
+/// An order of the chart at a place of a lattice, and the regions that are there.
+struct Seen {
+    Order order;
+    std::vector<Point> chart;
+    std::vector<Point> picture;
+};
+
+std::vector<Seen> places_on(const PatchLattice& lattice) {
     int left = 100;
     int right = -100;
     int top = 100;
@@ -143,50 +163,67 @@ void place_on(const SmallPicture& picture, const PatchLattice& lattice, std::vec
         top = std::min(top, at.second);
         bottom = std::max(bottom, at.second);
     }
-    const bool picture_sense = right_handed(lattice);
+    std::vector<Seen> all;
     for (const Order& order : kOrders) {
         const int wide = order.on_side ? kRows : kColumns;
         const int high = order.on_side ? kColumns : kRows;
         for (int j = top - 2; j + high - 1 <= bottom + 2; ++j) {
             for (int i = left - 2; i + wide - 1 <= right + 2; ++i) {
-                std::vector<Point> chart;
-                std::vector<Point> seen;
-                std::array<int, kColumns> by_column{};
-                std::array<int, kRows> by_row{};
+                Seen seen{order, {}, {}};
+                std::array<bool, kColumns> columns{};
+                std::array<bool, kRows> rows{};
                 for (int row = 0; row < kRows; ++row) {
                     for (int column = 0; column < kColumns; ++column) {
                         const auto [across, down] = order.node(column, row);
                         if (const auto node = lattice.find({i + across, j + down}); node != lattice.end()) {
-                            chart.push_back({column + 0.5, row + 0.5});
-                            seen.push_back(node->second);
-                            ++by_column[static_cast<std::size_t>(column)];
-                            ++by_row[static_cast<std::size_t>(row)];
+                            seen.chart.push_back({column + 0.5, row + 0.5});
+                            seen.picture.push_back(node->second);
+                            columns[static_cast<std::size_t>(column)] = true;
+                            rows[static_cast<std::size_t>(row)] = true;
                         }
                     }
                 }
-                const auto in_use = [](const auto& counts) {
-                    return std::ranges::count_if(counts, [](int n) { return n > 0; });
-                };
-                if (chart.size() < kLeastInside || in_use(by_column) < 3 || in_use(by_row) < 2) {
-                    continue;
-                }
-                const ChartMap map(chart, seen);
-                if (!fits(picture, map)) {
-                    continue;
-                }
-                const ColourFit fit = fit_colours(measure(picture, map));
-                if (fit.residual < kWorthRefining) {
-                    placements.push_back({map, order.flips() == picture_sense, fit});
+                if (seen.chart.size() >= kLeastInside && std::ranges::count(columns, true) >= 3 &&
+                    std::ranges::count(rows, true) >= 2) {
+                    all.push_back(std::move(seen));
                 }
             }
+        }
+    }
+    return all;
+}
+
+/// All places and orders of the chart on a lattice.
+void place_on(const SmallPicture& picture, const PatchLattice& straight, std::vector<Placement>& placements) {
+    const bool picture_sense = right_handed(straight);  // shearing keeps it
+    std::vector<Seen> places;
+    std::size_t most = 0;
+    for (const PatchLattice& lattice : sheared(straight)) {
+        for (Seen& seen : places_on(lattice)) {
+            most = std::max(most, seen.chart.size());
+            places.push_back(std::move(seen));
+        }
+    }
+    for (const Seen& seen : places) {
+        if (10 * seen.chart.size() < 7 * most) {
+            continue;
+        }
+        const ChartMap map(seen.chart, seen.picture);
+        if (!fits(picture, map)) {
+            continue;
+        }
+        const ColourFit fit = fit_colours(measure(picture, map));
+        if (fit.residual < kWorthRefining) {
+            placements.push_back({map, seen.order.flips() == picture_sense, fit});
         }
     }
 }
 
 /// How far a patch's side is from its middle, in cells along `du`, `dv`; where something begins that looks different.
-std::optional<double> side_at(const SmallPicture& picture, const ChartMap& map, const Point& middle, double du, double dv) {
+std::optional<double> side_at(const SmallPicture& picture, const ChartMap& map, const Point& middle, double du,
+                              double dv) {
     constexpr int kSteps = 40;
-    constexpr double kLast = 0.68;
+    constexpr double kLast = 0.53;
     constexpr double kFirst = 0.12;
     constexpr double kLeastDifference = 0.012;
     std::array<double, 3> inside{};
@@ -255,8 +292,9 @@ void refine(const SmallPicture& picture, Placement& placement) {
         std::array<std::vector<double>, 2> halves;
         for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
             const Point middle = {column_of(patch), row_of(patch)};
-            sides[patch] = {side_at(picture, placement.map, middle, -1, 0), side_at(picture, placement.map, middle, 1, 0),
-                            side_at(picture, placement.map, middle, 0, -1), side_at(picture, placement.map, middle, 0, 1)};
+            sides[patch] = {
+                side_at(picture, placement.map, middle, -1, 0), side_at(picture, placement.map, middle, 1, 0),
+                side_at(picture, placement.map, middle, 0, -1), side_at(picture, placement.map, middle, 0, 1)};
             for (std::size_t axis = 0; axis < 2; ++axis) {
                 if (sides[patch][2 * axis] && sides[patch][2 * axis + 1]) {
                     halves[axis].push_back((*sides[patch][2 * axis] + *sides[patch][2 * axis + 1]) / 2);
@@ -436,9 +474,10 @@ FoundChart find_chart(const Capture& capture, const BlackLevels& black_level) {
         corner = {corner.x * scale, corner.y * scale};
     }
     if (best_confidence < kLeastConfidence) {
-        result.reason = text("the most likely 6 x 4 patches have a confidence of %.2f, expected %.2f or more: ",
-                             best_confidence, kLeastConfidence) +
-                        (best->fit.residual > 0.2 ? "their colours are not the chart's" : "their edges are not clear");
+        result.reason =
+            text("the most likely 6 x 4 patches have a confidence of %.2f, expected %.2f or more: ", best_confidence,
+                 kLeastConfidence) +
+            (best->fit.residual > 0.2 ? "their colours are not the chart's" : "their edges are not clear");
         return result;
     }
     if (best->mirrored) {

@@ -13,11 +13,11 @@ namespace cali::host {
 
 struct FoundChart {
     bool found = false;
-    double confidence = 0;    ///< 0..1, of the best that was seen, found or not
-    Corners corners{};        ///< of the same; all zero where nothing was seen
-    ChartWindows windows{};   ///< what windows_from_corners makes of the corners, where found
-    std::string orientation;  ///< "upright", "turned by 93 degrees"; where found
-    std::string reason;       ///< why not, where not found
+    double confidence = 0;     ///< 0..1, of the best that was seen, found or not
+    Corners corners{};         ///< of the same; all zero where nothing was seen
+    ChartWindows windows{};    ///< what windows_from_corners makes of the corners, where found
+    std::string orientation;   ///< "upright", "turned by 93 degrees"; where found
+    std::string reason;        ///< why not, where not found
     std::vector<Point> tried;  ///< centres of what could be patches, in photosites
 
     // What the confidence is made of.

@@ -9,14 +9,14 @@
 namespace cali::host {
 namespace {
 
-constexpr int kMostPixels = 1000;       // of a side
-constexpr double kBright = 0.995;       // share of pixels that are darker than what counts as white
-constexpr double kDarkOffset = 0.02;    // of white: keeps noise in the dark from looking like edges
+constexpr int kMostPixels = 1000;     // of a side
+constexpr double kBright = 0.995;     // share of pixels that are darker than what counts as white
+constexpr double kDarkOffset = 0.02;  // of white: keeps noise in the dark from looking like edges
 constexpr std::array<float, 7> kEdges = {0.010F, 0.017F, 0.027F, 0.042F, 0.066F, 0.10F, 0.15F};
 constexpr double kLeastArea = 4;        // pixels
 constexpr double kLargestShare = 0.06;  // of the picture
 constexpr double kMostElongated = 2.8;
-constexpr double kLeastFilled = 0.75;   // of a parallelogram with the same moments
+constexpr double kLeastFilled = 0.75;  // of a parallelogram with the same moments
 constexpr double kMostFilled = 1.2;
 
 /// Sums over a region.
@@ -172,19 +172,18 @@ std::vector<float> some(const std::vector<float>& values) {
 }  // namespace
 
 std::array<double, 3> SmallPicture::level_at(const Point& p) const {
-    const double x = std::clamp(p.x - 0.5, 0.0, width - 1.001);
-    const double y = std::clamp(p.y - 0.5, 0.0, height - 1.001);
-    const int column = static_cast<int>(x);
-    const int row = static_cast<int>(y);
-    const double fx = x - column;
-    const double fy = y - row;
-    const std::size_t i = at(column, row);
-    const std::size_t below = i + static_cast<std::size_t>(width);
     std::array<double, 3> found{};
     for (std::size_t c = 0; c < 3; ++c) {
+        const double x = std::clamp(p.x - 0.5 - shift[c].x, 0.0, width - 1.001);
+        const double y = std::clamp(p.y - 0.5 - shift[c].y, 0.0, height - 1.001);
+        const int column = static_cast<int>(x);
+        const int row = static_cast<int>(y);
+        const double fx = x - column;
         const std::vector<float>& plane = level[c];
-        const auto mix = [fx](float a, float b) { return static_cast<double>(a) * (1 - fx) + static_cast<double>(b) * fx; };
-        found[c] = mix(plane[i], plane[i + 1]) * (1 - fy) + mix(plane[below], plane[below + 1]) * fy;
+        const auto along = [&](std::size_t i) {
+            return static_cast<double>(plane[i]) * (1 - fx) + static_cast<double>(plane[i + 1]) * fx;
+        };
+        found[c] = along(at(column, row)) * (1 - (y - row)) + along(at(column, row + 1)) * (y - row);
     }
     return found;
 }
@@ -224,6 +223,10 @@ SmallPicture small_picture(const Capture& capture, const BlackLevels& black_leve
                 const Channel channel = bayer_channel(sensor.pattern, static_cast<uint32_t>(odd), column);
                 const std::size_t c = channel == RR ? 0 : channel == BB ? 2 : 1;
                 const float share = c == 1 ? 0.5F : 1.0F;
+                if (y == 0) {
+                    picture.shift[c].x += static_cast<double>(share) * (column - 0.5) / side;
+                    picture.shift[c].y += static_cast<double>(share) * (odd - 0.5) / side;
+                }
                 const auto black = static_cast<float>(black_level.offset[static_cast<std::size_t>(RR - channel)]);
                 float* const to = picture.linear[c].data() + picture.at(0, y);
                 for (std::size_t x = 0; x < sums.size(); ++x) {
@@ -263,8 +266,8 @@ std::vector<FlatRegion> flat_regions(const SmallPicture& picture) {
     // The same region at several limits: a grid of buckets finds those near.
     constexpr int kBucket = 16;
     const int columns = picture.width / kBucket + 1;
-    std::vector<std::vector<std::size_t>> buckets(
-        static_cast<std::size_t>(columns) * static_cast<std::size_t>(picture.height / kBucket + 1));
+    std::vector<std::vector<std::size_t>> buckets(static_cast<std::size_t>(columns) *
+                                                  static_cast<std::size_t>(picture.height / kBucket + 1));
     std::vector<FlatRegion> kept;
     for (const FlatRegion& region : all) {
         const double reach = std::min(0.25 * std::sqrt(region.area) + 0.5, double{kBucket});
@@ -275,8 +278,8 @@ std::vector<FlatRegion> flat_regions(const SmallPicture& picture) {
             for (int i = std::max(column - 1, 0); i <= std::min(column + 1, columns - 1) && !known; ++i) {
                 const auto& bucket = buckets[static_cast<std::size_t>(j * columns + i)];
                 known = std::ranges::any_of(bucket, [&](std::size_t k) {
-                    return kept[k].area < 6 * region.area && std::hypot(kept[k].centre.x - region.centre.x,
-                                                                        kept[k].centre.y - region.centre.y) < reach;
+                    return kept[k].area < 6 * region.area &&
+                           std::hypot(kept[k].centre.x - region.centre.x, kept[k].centre.y - region.centre.y) < reach;
                 });
             }
         }

@@ -16,10 +16,11 @@ namespace cali::host {
 struct SmallPicture {
     int width = 0;
     int height = 0;
-    int photosites = 2;                              ///< of a pixel's side
-    std::array<std::vector<float>, 3> linear;        ///< red, green, blue above black, in codes
-    std::array<std::vector<float>, 3> level;         ///< roots of the same, 0 to about 1, brightness evened out
-    double noise = 0;                                ///< of levels: the median difference to a neighbour
+    int photosites = 2;                        ///< of a pixel's side
+    std::array<std::vector<float>, 3> linear;  ///< red, green, blue above black, in codes
+    std::array<std::vector<float>, 3> level;   ///< roots of the same, 0 to about 1, brightness evened out
+    std::array<Point, 3> shift{};              ///< of each colour's photosites from the pixel's centre, pixels
+    double noise = 0;                          ///< of levels: the median difference to a neighbour
 
     [[nodiscard]] std::size_t at(int x, int y) const {
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);

@@ -13,11 +13,11 @@ namespace {
 constexpr std::size_t kNeighbours = 10;  // that may be the next in row or column
 constexpr double kLeastStep = 0.85;      // to a neighbour, in roots of a region's area
 constexpr double kLargestStep = 3.4;
-constexpr double kAreaRatio = 5;         // of neighbours
-constexpr double kStepRatio = 1.9;       // of rows' distance and columns'
-constexpr double kLeastSine = 0.6;       // between rows and columns
-constexpr double kTolerance = 0.22;      // of a step
-constexpr int kReach = 9;                // rows and columns from the first region
+constexpr double kAreaRatio = 5;     // of neighbours
+constexpr double kStepRatio = 1.9;   // of rows' distance and columns'
+constexpr double kLeastSine = 0.6;   // between rows and columns
+constexpr double kTolerance = 0.22;  // of a step
+constexpr int kReach = 9;            // rows and columns from the first region
 constexpr std::size_t kMostLattices = 60;
 
 Point operator+(const Point& a, const Point& b) { return {a.x + b.x, a.y + b.y}; }
@@ -123,8 +123,9 @@ std::map<std::pair<int, int>, Node> grow(const std::vector<FlatRegion>& regions,
     return nodes;
 }
 
-/// Pairs of steps from a region, the shortest first.
-std::vector<std::array<Point, 2>> step_pairs(const std::vector<FlatRegion>& regions, Places& places, std::size_t i) {
+/// Pairs of steps from a region, short and upright ones first.
+std::vector<std::pair<double, std::array<Point, 2>>> step_pairs(const std::vector<FlatRegion>& regions, Places& places,
+                                                                std::size_t i) {
     const FlatRegion& region = regions[i];
     const double size = std::sqrt(region.area);
     std::vector<std::pair<double, Point>> steps;
@@ -136,15 +137,17 @@ std::vector<std::array<Point, 2>> step_pairs(const std::vector<FlatRegion>& regi
     });
     std::ranges::sort(steps, {}, [](const auto& step) { return step.first; });
     steps.resize(std::min(steps.size(), kNeighbours));
-    std::vector<std::array<Point, 2>> pairs;
+    std::vector<std::pair<double, std::array<Point, 2>>> pairs;
     for (std::size_t a = 0; a < steps.size(); ++a) {
         for (std::size_t b = a + 1; b < steps.size(); ++b) {
             const double sine = cross(steps[a].second, steps[b].second) / (steps[a].first * steps[b].first);
             if (steps[b].first < kStepRatio * steps[a].first && std::abs(sine) > kLeastSine) {
-                pairs.push_back({steps[a].second, steps[b].second});
+                pairs.push_back(
+                    {(steps[a].first + steps[b].first) / std::abs(sine), {steps[a].second, steps[b].second}});
             }
         }
     }
+    std::ranges::stable_sort(pairs, {}, [](const auto& pair) { return pair.first; });
     return pairs;
 }
 
@@ -161,7 +164,8 @@ std::vector<PatchLattice> patch_lattices(const std::vector<FlatRegion>& regions,
         if (used[i]) {
             continue;
         }
-        for (const auto& [across, down] : step_pairs(regions, places, i)) {
+        for (const auto& pair : step_pairs(regions, places, i)) {
+            const auto& [across, down] = pair.second;
             // One more region has to bear a pair out before anything grows from it.
             const FlatRegion& region = regions[i];
             const double tolerance = kTolerance * std::min(length(across), length(down));

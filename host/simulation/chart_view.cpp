@@ -62,8 +62,8 @@ public:
                     }
                 }
             }
-            const double fits = std::min(view.height * sensor.height / (high[1] - low[1]),
-                                         0.995 * sensor.width / (high[0] - low[0]));
+            const double fits =
+                std::min(view.height * sensor.height / (high[1] - low[1]), 0.995 * sensor.width / (high[0] - low[0]));
             scale *= fits;
             const std::array<double, 2> room = {sensor.width - fits * (high[0] - low[0]),
                                                 sensor.height - fits * (high[1] - low[1])};
@@ -139,7 +139,9 @@ private:
 class Canvas {
 public:
     Canvas(int width, int height)
-        : width_(width), height_(height), colours_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
+        : width_(width),
+          height_(height),
+          colours_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
 
     [[nodiscard]] Vector3& at(int x, int y) {
         return colours_[static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x)];
@@ -233,9 +235,9 @@ private:
 
     Vector3 any_colour() {
         const double grey = uniform(0, 1);
-        return surface_colour(sensor_, view_.illuminant_k, view_.level,
-                              uniform(0, 1) < 0.3 ? Vector3{grey, grey, grey}
-                                                  : Vector3{uniform(0, 1), uniform(0, 1), uniform(0, 1)});
+        return surface_colour(
+            sensor_, view_.illuminant_k, view_.level,
+            uniform(0, 1) < 0.3 ? Vector3{grey, grey, grey} : Vector3{uniform(0, 1), uniform(0, 1), uniform(0, 1)});
     }
 
     std::array<Place, 2> sides(double half_width, double aspect) {
@@ -252,7 +254,8 @@ private:
             const Vector3 b = any_colour();
             for (int y = 0; y < sensor_.height; ++y) {
                 for (int x = 0; x < sensor_.width; ++x) {
-                    const double t = (static_cast<double>(x) / sensor_.width + static_cast<double>(y) / sensor_.height) / 2;
+                    const double t =
+                        (static_cast<double>(x) / sensor_.width + static_cast<double>(y) / sensor_.height) / 2;
                     Vector3& colour = canvas.at(x, y);
                     for (std::size_t c = 0; c < 3; ++c) {
                         colour[c] = a[c] + t * (b[c] - a[c]);
@@ -326,13 +329,13 @@ void paint_chart(Canvas& canvas, const SensorModel& sensor, const ChartView& vie
             for (int i = 0; i < kSubsamples * kSubsamples; ++i) {
                 const auto [u, v] = projection.chart_at(
                     {x + (i % kSubsamples + 0.5) / kSubsamples, y + (i / kSubsamples + 0.5) / kSubsamples});
-                const bool body = u > -view.border && u < kColumns + view.border && v > -view.border &&
-                                  v < kRows + view.border;
+                const bool body =
+                    u > -view.border && u < kColumns + view.border && v > -view.border && v < kRows + view.border;
                 const bool cell = u >= 0 && u < kColumns && v >= 0 && v < kRows;
-                const bool patch = cell && std::abs(u - std::floor(u) - 0.5) < half &&
-                                   std::abs(v - std::floor(v) - 0.5) < half;
+                const bool patch =
+                    cell && std::abs(u - std::floor(u) - 0.5) < half && std::abs(v - std::floor(v) - 0.5) < half;
                 const Vector3& seen =
-                    patch ? colours[static_cast<std::size_t>(v) * kChartColumns + static_cast<std::size_t>(u)]
+                    patch  ? colours[static_cast<std::size_t>(v) * kChartColumns + static_cast<std::size_t>(u)]
                     : body ? colours.back()
                            : behind;
                 for (std::size_t c = 0; c < 3; ++c) {
