@@ -39,7 +39,7 @@ std::string session_text(const SensorModel& sensor, const ShotNames& names) {
         }
         text << "] },\n";
     }
-    text << "]\n\n[black_level]\nmethod = \"median\"\n";
+    text << "]\n\n[black_level]\nmethod = \"median\"\n\n[colour_matrix]\nfills_frame = true\n";
     return text.str();
 }
 
