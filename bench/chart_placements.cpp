@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "detection/chart_finder.h"
-#include "detection/patch_lattice.h"
 #include "simulation/chart_view.h"
 
 namespace {
@@ -104,29 +103,6 @@ int main(int argc, char** argv) {
         const Capture capture = capture_of(sensor, placed.scene, seed);
         const auto start = std::chrono::steady_clock::now();
         const FoundChart found = find_chart(capture, black_of(sensor));
-        if (const char* dump = std::getenv("DUMP")) {
-            const auto small = small_picture(capture, black_of(sensor));
-            std::ofstream out(dump, std::ios::binary);
-            out << "P6 " << small.width << ' ' << small.height << " 255\n";
-            std::vector<unsigned char> px;
-            for (std::size_t i = 0; i < small.level[0].size(); ++i)
-                for (int c = 0; c < 3; ++c) px.push_back((unsigned char)std::min(255.f, small.level[c][i] * 220));
-            for (const auto& r : flat_regions(small)) {
-                const auto i = 3 * small.at((int)r.centre.x, (int)r.centre.y);
-                px[i] = 255;
-                px[i + 1] = 0;
-                px[i + 2] = 255;
-                const auto j =
-                    3 * small.at((int)std::min(r.centre.x + std::sqrt(r.area) / 2, small.width - 1.), (int)r.centre.y);
-                px[j] = 0;
-                px[j + 1] = 255;
-                px[j + 2] = 0;
-            }
-            out.write((const char*)px.data(), (long)px.size());
-            auto lat = patch_lattices(flat_regions(small), 9);
-            for (auto& l : lat)
-                std::printf("lattice %zu at %.0f %.0f\n", l.size(), l.begin()->second.x, l.begin()->second.y);
-        }
         milliseconds += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
         const double off = view.present && found.confidence > 0 ? worst_offset(found, placed) : 1e9;
         const bool right = view.present && off <= 0.08;
