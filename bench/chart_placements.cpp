@@ -116,7 +116,7 @@ int main(int argc, char** argv) {
                 most_wrong = std::max(most_wrong, found.confidence);
             }
         }
-        if (found.found != view.present || (found.found && !right) || (right && found.confidence < 0.75) ||
+        if (found.found != view.present || (found.found && !right) || (right && (found.confidence < 0.75 || off > 0.045)) ||
             (!right && found.confidence > 0.2)) {
             std::printf(
                 "%llu: %s confidence %.2f off %.3f residual %.3f other %.3f edges %.2f flat %.2f | %dx%d level %.2f "

@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "detection/chart_colours.h"
 #include "detection/flat_regions.h"
+#include "detection/least_squares.h"
 #include "detection/patch_lattice.h"
 
 namespace cali::host {
@@ -23,6 +24,8 @@ constexpr double kWindow = 0.22;         // half of what is measured of a cell
 constexpr std::size_t kRefined = 4;      // of the best places
 constexpr double kWorthRefining = 0.9;   // colour residual
 
+constexpr double kWorthAligning = 0.5;
+
 constexpr int kColumns = kChartColumns;
 constexpr int kRows = kChartRows;
 
@@ -34,6 +37,7 @@ struct Placement {
     double other_order = 1;
     double edge_support = 0;
     double flat_share = 0;
+    std::array<double, 2> half = {0.4, 0.4};  ///< of a patch, cells
 };
 
 double column_of(std::size_t patch) { return static_cast<double>(patch % kChartColumns) + 0.5; }
@@ -145,76 +149,104 @@ std::vector<PatchLattice> sheared(const PatchLattice& lattice) {
     return all;
 }
 
-/// An order of the chart at a place of a lattice, and the regions that are there.
-struct Seen {
-    Order order;
-    std::vector<Point> chart;
-    std::vector<Point> picture;
+/// A place of the chart on a lattice, upright or on its side, and how many regions are there.
+struct Place {
+    std::size_t lattice;
+    int left;
+    int top;
+    bool on_side;
+    std::size_t regions;
 };
 
-std::vector<Seen> places_on(const PatchLattice& lattice) {
-    int left = 100;
-    int right = -100;
-    int top = 100;
-    int bottom = -100;
+/// All places with enough regions.
+void add_places(const PatchLattice& lattice, std::size_t index, std::vector<Place>& places) {
+    int left = lattice.begin()->first.first;
+    int right = left;
+    int top = lattice.begin()->first.second;
+    int bottom = top;
     for (const auto& [at, p] : lattice) {
         left = std::min(left, at.first);
         right = std::max(right, at.first);
         top = std::min(top, at.second);
         bottom = std::max(bottom, at.second);
     }
-    std::vector<Seen> all;
-    for (const Order& order : kOrders) {
-        const int wide = order.on_side ? kRows : kColumns;
-        const int high = order.on_side ? kColumns : kRows;
-        for (int j = top - 2; j + high - 1 <= bottom + 2; ++j) {
-            for (int i = left - 2; i + wide - 1 <= right + 2; ++i) {
-                Seen seen{order, {}, {}};
+    // With a margin of what may be missing at a side.
+    constexpr int kMissing = 2;
+    left -= kMissing;
+    top -= kMissing;
+    const int width = right + kMissing - left + 1;
+    const int height = bottom + kMissing - top + 1;
+    std::vector<bool> there(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    const auto at = [&](int i, int j) { return static_cast<std::size_t>(j * width + i); };
+    for (const auto& [node, p] : lattice) {
+        there[at(node.first - left, node.second - top)] = true;
+    }
+    for (const bool on_side : {false, true}) {
+        const int wide = on_side ? kRows : kColumns;
+        const int high = on_side ? kColumns : kRows;
+        for (int j = 0; j + high <= height; ++j) {
+            for (int i = 0; i + wide <= width; ++i) {
                 std::array<bool, kColumns> columns{};
-                std::array<bool, kRows> rows{};
-                for (int row = 0; row < kRows; ++row) {
-                    for (int column = 0; column < kColumns; ++column) {
-                        const auto [across, down] = order.node(column, row);
-                        if (const auto node = lattice.find({i + across, j + down}); node != lattice.end()) {
-                            seen.chart.push_back({column + 0.5, row + 0.5});
-                            seen.picture.push_back(node->second);
-                            columns[static_cast<std::size_t>(column)] = true;
-                            rows[static_cast<std::size_t>(row)] = true;
+                std::array<bool, kColumns> rows{};
+                std::size_t regions = 0;
+                for (int y = 0; y < high; ++y) {
+                    for (int x = 0; x < wide; ++x) {
+                        if (there[at(i + x, j + y)]) {
+                            ++regions;
+                            columns[static_cast<std::size_t>(x)] = true;
+                            rows[static_cast<std::size_t>(y)] = true;
                         }
                     }
                 }
-                if (seen.chart.size() >= kLeastInside && std::ranges::count(columns, true) >= 3 &&
-                    std::ranges::count(rows, true) >= 2) {
-                    all.push_back(std::move(seen));
+                const auto across = std::ranges::count(columns, true);
+                const auto down = std::ranges::count(rows, true);
+                if (regions >= kLeastInside && std::min(across, down) >= 2 && std::max(across, down) >= 3) {
+                    places.push_back({index, left + i, top + j, on_side, regions});
                 }
             }
         }
     }
-    return all;
 }
 
 /// All places and orders of the chart on a lattice.
 void place_on(const SmallPicture& picture, const PatchLattice& straight, std::vector<Placement>& placements) {
     const bool picture_sense = right_handed(straight);  // shearing keeps it
-    std::vector<Seen> places;
-    std::size_t most = 0;
-    for (const PatchLattice& lattice : sheared(straight)) {
-        for (Seen& seen : places_on(lattice)) {
-            most = std::max(most, seen.chart.size());
-            places.push_back(std::move(seen));
-        }
+    const std::vector<PatchLattice> lattices = sheared(straight);
+    std::vector<Place> places;
+    for (std::size_t i = 0; i < lattices.size(); ++i) {
+        add_places(lattices[i], i, places);
     }
-    for (const Seen& seen : places) {
-        if (10 * seen.chart.size() < 7 * most) {
+    std::size_t most = 0;
+    for (const Place& place : places) {
+        most = std::max(most, place.regions);
+    }
+    for (const Place& place : places) {
+        if (10 * place.regions < 7 * most) {
             continue;
         }
-        const ChartMap map(seen.chart, seen.picture);
-        if (!fits(picture, map)) {
-            continue;
-        }
-        const ColourFit fit = fit_colours(measure(picture, map));
-        if (fit.residual < kWorthRefining) {
-            placements.push_back({map, seen.order.flips() == picture_sense, fit});
+        for (const Order& order : kOrders) {
+            if (order.on_side != place.on_side) {
+                continue;
+            }
+            std::vector<Point> chart;
+            std::vector<Point> seen;
+            for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+                const auto [across, down] =
+                    order.node(static_cast<int>(patch % kChartColumns), static_cast<int>(patch / kChartColumns));
+                const PatchLattice& lattice = lattices[place.lattice];
+                if (const auto node = lattice.find({place.left + across, place.top + down}); node != lattice.end()) {
+                    chart.push_back({column_of(patch), row_of(patch)});
+                    seen.push_back(node->second);
+                }
+            }
+            const ChartMap map(chart, seen);
+            if (!fits(picture, map)) {
+                break;  // in no order
+            }
+            const ColourFit fit = fit_colours(measure(picture, map));
+            if (fit.residual < kWorthRefining) {
+                placements.push_back({map, order.flips() == picture_sense, fit});
+            }
         }
     }
 }
@@ -302,6 +334,7 @@ void refine(const SmallPicture& picture, Placement& placement) {
             }
         }
         const std::array<double, 2> half = {median(halves[0]), median(halves[1])};
+        placement.half = half;
         std::vector<Point> chart;
         std::vector<Point> seen;
         int supported = 0;
@@ -360,6 +393,123 @@ void refine(const SmallPicture& picture, Placement& placement) {
             }
             chart.swap(kept_chart);
             seen.swap(kept_seen);
+        }
+    }
+}
+
+/// The chart as it should look: patches and gaps of the levels that it has in the picture.
+class Template {
+public:
+    Template(const SmallPicture& picture, const Placement& placement)
+        : half_(placement.half), ramp_(kBlur / cell_size(placement.map, 3, 2)) {
+        for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
+            for (int i = 0; i < 9; ++i) {
+                const double du = 0.12 * (i % 3 - 1);
+                const double dv = 0.12 * (i / 3 - 1);
+                add(patches_[patch], picture.level_at(placement.map(column_of(patch) + du, row_of(patch) + dv)), 9);
+            }
+        }
+        for (int row = 1; row < kRows; ++row) {
+            for (int column = 1; column < kColumns; ++column) {
+                add(gap_, picture.level_at(placement.map(column, row)), (kRows - 1) * (kColumns - 1));
+            }
+        }
+    }
+
+    [[nodiscard]] std::array<double, 3> operator()(double u, double v) const {
+        std::array<double, 3> level = gap_;
+        const int left = static_cast<int>(std::floor(u - 0.5));
+        const int top = static_cast<int>(std::floor(v - 0.5));
+        for (int row = std::max(top, 0); row <= std::min(top + 1, kRows - 1); ++row) {
+            const double down = cover(v - row - 0.5, half_[1]);
+            for (int column = std::max(left, 0); column <= std::min(left + 1, kColumns - 1); ++column) {
+                const double share = down * cover(u - column - 0.5, half_[0]);
+                const auto& patch = patches_[static_cast<std::size_t>(row * kColumns + column)];
+                for (std::size_t c = 0; c < 3; ++c) {
+                    level[c] += share * (patch[c] - gap_[c]);
+                }
+            }
+        }
+        return level;
+    }
+
+private:
+    static constexpr double kBlur = 2.5;  // pixels from the inside of an edge to the outside
+
+    static void add(std::array<double, 3>& sum, const std::array<double, 3>& level, double count) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            sum[c] += level[c] / count;
+        }
+    }
+    [[nodiscard]] double cover(double from_middle, double half) const {
+        return std::clamp((half - std::abs(from_middle)) / ramp_ + 0.5, 0.0, 1.0);
+    }
+
+    std::array<double, 2> half_;
+    double ramp_;
+    std::array<std::array<double, 3>, kChartPatches> patches_{};
+    std::array<double, 3> gap_{};
+};
+
+/// Moves the corners until the picture is most like the chart: all edges at once, those between two patches as well as
+/// those to a gap.
+void align(const SmallPicture& picture, Placement& placement) {
+    constexpr int kRounds = 5;
+    constexpr int kPerCell = 12;
+    constexpr double kStep = 0.25;     // pixels, for differences
+    constexpr double kFarthest = 0.3;  // cells that a corner may move
+    const Corners first = placement.map.corners();
+    const double farthest = kFarthest * cell_size(placement.map, 3, 2);
+    for (int round = 0; round < kRounds; ++round) {
+        const Template wanted(picture, placement);
+        const Corners corners = placement.map.corners();
+        std::vector<ChartMap> moved;
+        for (std::size_t k = 0; k < 8; ++k) {
+            Corners other = corners;
+            (k % 2 == 0 ? other[k / 2].x : other[k / 2].y) += 1;
+            moved.emplace_back(other);
+        }
+        LeastSquares<8> step(1e-6);
+        for (int j = 0; j < kRows * kPerCell; ++j) {
+            for (int i = 0; i < kColumns * kPerCell; ++i) {
+                const double u = (i + 0.5) / kPerCell;
+                const double v = (j + 0.5) / kPerCell;
+                const Point p = placement.map(u, v);
+                const auto is = picture.level_at(p);
+                const auto should = wanted(u, v);
+                const auto right = picture.level_at({p.x + kStep, p.y});
+                const auto left = picture.level_at({p.x - kStep, p.y});
+                const auto below = picture.level_at({p.x, p.y + kStep});
+                const auto above = picture.level_at({p.x, p.y - kStep});
+                for (std::size_t c = 0; c < 3; ++c) {
+                    const double dx = (right[c] - left[c]) / (2 * kStep);
+                    const double dy = (below[c] - above[c]) / (2 * kStep);
+                    std::array<double, 8> terms{};
+                    for (std::size_t k = 0; k < 8; ++k) {
+                        const Point q = moved[k](u, v);
+                        terms[k] = dx * (q.x - p.x) + dy * (q.y - p.y);
+                    }
+                    step.add(terms, should[c] - is[c], 1);
+                }
+            }
+        }
+        const std::array<double, 8> by = step.solution();
+        Corners next = corners;
+        double largest = 0;
+        for (std::size_t k = 0; k < 4; ++k) {
+            next[k] = {next[k].x + by[2 * k], next[k].y + by[2 * k + 1]};
+            largest = std::max({largest, std::abs(by[2 * k]), std::abs(by[2 * k + 1])});
+            if (!(std::hypot(next[k].x - first[k].x, next[k].y - first[k].y) < farthest)) {
+                return;
+            }
+        }
+        const ChartMap map(next);
+        if (!fits(picture, map)) {
+            return;
+        }
+        placement.map = map;
+        if (largest < 0.01) {
+            return;
         }
     }
 }
@@ -454,6 +604,9 @@ FoundChart find_chart(const Capture& capture, const BlackLevels& black_level) {
     double best_confidence = -1;
     for (Placement& placement : placements) {
         refine(picture, placement);
+        if (fit_colours(measure(picture, placement.map)).residual < kWorthAligning) {
+            align(picture, placement);
+        }
         const PatchColours colours = measure(picture, placement.map);
         placement.fit = fit_colours(colours);
         placement.other_order = other_order(colours);

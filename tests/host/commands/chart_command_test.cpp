@@ -5,8 +5,8 @@ namespace {
 
 TEST(ChartCommand, CalibratesAsIfTheCornersFoundHadBeenGiven) {
     const TemporaryFolder folder;
-    const std::string shots = simulated_session().path().string() + "/";
-    const std::string chart = shots + "chart_5000K.raw --size 640x480 --pattern RGGB --bits 12 --black-level 64";
+    const std::string chart = (simulated_session() / "chart_5000K.raw").string() +
+                              " --size 640x480 --pattern RGGB --bits 12 --black-level 64";
     const auto found = nlohmann::json::parse(run_line(folder.path(), "chart " + chart + " --json --picture c.png"));
     EXPECT_EQ(found.size(), 5U);
     EXPECT_TRUE(found["found"]);
@@ -36,7 +36,7 @@ TEST(ChartCommand, CalibratesAsIfTheCornersFoundHadBeenGiven) {
 TEST(ChartCommand, SaysWhyNothingIsFoundAndWhatToDo) {
     const TemporaryFolder folder;
     const std::string flat =
-        simulated_session().path().string() + "/flat_5000K.raw --size 640x480 --pattern RGGB --bits 12";
+        (simulated_session() / "flat_5000K.raw").string() + " --size 640x480 --pattern RGGB --bits 12";
     expect_errors(folder, {{"chart " + flat, "the chart is not found: no ", 1},
                            {"chart " + flat + " --black-level 5000", "--black-level is 5000, expected 0 to 4095"},
                            {"chart none.raw --size 640x480 --pattern RGGB", "none.raw"}});
