@@ -21,7 +21,9 @@ TEST(ChartCommand, CalibratesAsIfTheCornersFoundHadBeenGiven) {
     run_line(folder.path(), fit + "found.json");
     std::string corners = " --corners";
     for (const auto& corner : found["corners"]) {
-        corners += " " + corner[0].dump() + " " + corner[1].dump();
+        for (const auto& coordinate : corner) {
+            corners.append(" ").append(coordinate.dump());
+        }
     }
     run_line(folder.path(), fit + "given.json" + corners);
     run_line(folder.path(), fit + "whole.json --fills-frame");
