@@ -577,6 +577,10 @@ std::string orientation_of(const ChartMap& map) {
 
 FoundChart find_chart(const Capture& capture, const BlackLevels& black_level) {
     FoundChart result;
+    if (capture.sensor.mono) {
+        result.reason = "the capture has no colours";
+        return result;
+    }
     const SmallPicture picture = small_picture(capture, black_level);
     if (picture.width == 0) {
         result.reason = "the frame is too small";

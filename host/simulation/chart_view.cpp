@@ -401,7 +401,7 @@ ChartView random_view(uint64_t seed, SensorModel& sensor) {
     const auto uniform = [&](double low, double high) {
         return std::uniform_real_distribution<double>(low, high)(random);
     };
-    sensor.width = 2 * static_cast<int>(uniform(320, 800));
+    sensor.width = 2 * static_cast<int>(uniform(320, 800) * (seed % 40 == 9 ? 2.5 : 1));
     sensor.height = 2 * static_cast<int>(uniform(0.56, 0.76) * sensor.width / 2);
     sensor.pattern = static_cast<int>(seed % 4);
     sensor.conversion_gain = uniform(0.1, 0.5);
