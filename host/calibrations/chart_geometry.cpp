@@ -48,59 +48,44 @@ int winding(const Corners& corners) {
     return turns / 4;
 }
 
-/// Chart coordinates, one a cell, to photosites.
-class ChartMap {
-public:
-    explicit ChartMap(const Corners& corners) {
-        constexpr double kRight = kChartColumns;
-        constexpr double kBottom = kChartRows;
-        constexpr Corners kChart = {{{0, 0}, {kRight, 0}, {kRight, kBottom}, {0, kBottom}}};
-        std::array<std::array<double, 9>, 8> rows{};
-        for (std::size_t i = 0; i < 4; ++i) {
-            const auto [u, v] = kChart[i];
-            const auto [x, y] = corners[i];
-            rows[2 * i] = {u, v, 1, 0, 0, 0, -u * x, -v * x, x};
-            rows[2 * i + 1] = {0, 0, 0, u, v, 1, -u * y, -v * y, y};
+/// Eight equations, right sides last.
+using Equations = std::array<std::array<double, 9>, 8>;
+
+/// The two that a place of the chart and where it is seen give.
+std::array<std::array<double, 9>, 2> equations_of(const Point& chart, const Point& seen) {
+    const auto [u, v] = chart;
+    const auto [x, y] = seen;
+    return {{{u, v, 1, 0, 0, 0, -u * x, -v * x, x}, {0, 0, 0, u, v, 1, -u * y, -v * y, y}}};
+}
+
+std::array<double, 8> solve(Equations rows) {
+    for (std::size_t k = 0; k < 8; ++k) {
+        std::size_t pivot = k;
+        for (std::size_t i = k + 1; i < 8; ++i) {
+            pivot = std::abs(rows[i][k]) > std::abs(rows[pivot][k]) ? i : pivot;
         }
-        for (std::size_t k = 0; k < 8; ++k) {
-            std::size_t pivot = k;
-            for (std::size_t i = k + 1; i < 8; ++i) {
-                pivot = std::abs(rows[i][k]) > std::abs(rows[pivot][k]) ? i : pivot;
-            }
-            std::swap(rows[k], rows[pivot]);
-            for (std::size_t i = k + 1; i < 8; ++i) {
-                const double factor = rows[i][k] / rows[k][k];
-                for (std::size_t j = k; j < 9; ++j) {
-                    rows[i][j] -= factor * rows[k][j];
-                }
+        std::swap(rows[k], rows[pivot]);
+        for (std::size_t i = k + 1; i < 8; ++i) {
+            const double factor = rows[i][k] / rows[k][k];
+            for (std::size_t j = k; j < 9; ++j) {
+                rows[i][j] -= factor * rows[k][j];
             }
         }
-        for (std::size_t k = 8; k-- > 0;) {
-            double rest = rows[k][8];
-            for (std::size_t j = k + 1; j < 8; ++j) {
-                rest -= rows[k][j] * h_[j];
-            }
-            h_[k] = rest / rows[k][k];
+    }
+    std::array<double, 8> solution{};
+    for (std::size_t k = 8; k-- > 0;) {
+        double rest = rows[k][8];
+        for (std::size_t j = k + 1; j < 8; ++j) {
+            rest -= rows[k][j] * solution[j];
         }
+        solution[k] = rest / rows[k][k];
     }
+    return solution;
+}
 
-    [[nodiscard]] Point operator()(double u, double v) const {
-        const double w = h_[6] * u + h_[7] * v + 1;
-        return {(h_[0] * u + h_[1] * v + h_[2]) / w, (h_[3] * u + h_[4] * v + h_[5]) / w};
-    }
-
-    /// A cell without `margin`, in the order of the chart's corners.
-    [[nodiscard]] Corners cell(double column, double row, double margin) const {
-        const double left = column + margin;
-        const double right = column + 1 - margin;
-        const double top = row + margin;
-        const double bottom = row + 1 - margin;
-        return {(*this)(left, top), (*this)(right, top), (*this)(right, bottom), (*this)(left, bottom)};
-    }
-
-private:
-    std::array<double, 8> h_{};  // row-major; the ninth is 1
-};
+constexpr double kRight = kChartColumns;
+constexpr double kBottom = kChartRows;
+constexpr Corners kChart = {{{0, 0}, {kRight, 0}, {kRight, kBottom}, {0, kBottom}}};
 
 void check_corners(const Corners& corners) {
     bool in_reach = true;
@@ -222,6 +207,42 @@ double score(const Features& measured, const Features& reference) {
 }
 
 }  // namespace
+
+ChartMap::ChartMap(const Corners& corners) {
+    Equations rows{};
+    for (std::size_t i = 0; i < 4; ++i) {
+        const auto equations = equations_of(kChart[i], corners[i]);
+        rows[2 * i] = equations[0];
+        rows[2 * i + 1] = equations[1];
+    }
+    h_ = solve(rows);
+}
+
+ChartMap::ChartMap(std::span<const Point> chart, std::span<const Point> seen) {
+    Equations normal{};
+    for (std::size_t i = 0; i < chart.size(); ++i) {
+        for (const auto& equation : equations_of(chart[i], seen[i])) {
+            for (std::size_t r = 0; r < 8; ++r) {
+                for (std::size_t c = 0; c < 9; ++c) {
+                    normal[r][c] += equation[r] * equation[c];
+                }
+            }
+        }
+    }
+    h_ = solve(normal);
+}
+
+Corners ChartMap::corners() const {
+    return {(*this)(0, 0), (*this)(kRight, 0), (*this)(kRight, kBottom), (*this)(0, kBottom)};
+}
+
+Corners ChartMap::cell(double column, double row, double margin) const {
+    const double left = column + margin;
+    const double right = column + 1 - margin;
+    const double top = row + margin;
+    const double bottom = row + 1 - margin;
+    return {(*this)(left, top), (*this)(right, top), (*this)(right, bottom), (*this)(left, bottom)};
+}
 
 std::array<RoiRect, kChartPatches> windows_from_corners(const Corners& corners) {
     check_corners(corners);

@@ -21,6 +21,29 @@ struct Point {
 /// right (by patch 24), bottom left (by patch 19).
 using Corners = std::array<Point, 4>;
 
+/// Chart coordinates, one a cell, to photosites: a plane seen in perspective. The chart's corners are (0, 0), (6, 0),
+/// (6, 4) and (0, 4), the centre of patch 1 is (0.5, 0.5).
+class ChartMap {
+public:
+    explicit ChartMap(const Corners& corners);
+
+    /// Least squares over four or more places of the chart and where they are seen.
+    ChartMap(std::span<const Point> chart, std::span<const Point> seen);
+
+    [[nodiscard]] Point operator()(double u, double v) const {
+        const double w = h_[6] * u + h_[7] * v + 1;
+        return {(h_[0] * u + h_[1] * v + h_[2]) / w, (h_[3] * u + h_[4] * v + h_[5]) / w};
+    }
+
+    [[nodiscard]] Corners corners() const;
+
+    /// A cell without `margin`, in the order of the chart's corners.
+    [[nodiscard]] Corners cell(double column, double row, double margin) const;
+
+private:
+    std::array<double, 8> h_{};  // row-major; the ninth is 1
+};
+
 /// Per patch, in chart order, the largest upright rectangle of whole 2 x 2 cells in the inner half of the patch as
 /// photographed. Its centre is the patch's, to the nearest 2 x 2 cell; where the inner half holds no 2 x 2 cell that
 /// one is the window. Windows are not held against any frame. Throws InputError on corners of no convex quadrilateral

@@ -175,6 +175,8 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
     MatrixCalibration result;
     result.file = chart.file;
     result.settings = settings;
+    result.windows = windows;
+    result.windows_from = place_name(settings.place);
     result.flat_field = values.flat_field;
     result.gains = values.gains;
 
@@ -192,6 +194,8 @@ MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values,
     const ChartWindows windows = chart_windows(place, chart);
     MatrixCalibration result = matrix;
     result.file = chart.file;
+    result.windows = windows;
+    result.windows_from = place_name(place);
     result.flat_field = values.flat_field;
     result.gains = values.gains;
     TuningValues applied = values;

@@ -4,6 +4,7 @@
 #include <array>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "base/conditions.h"
@@ -28,6 +29,8 @@ struct MatrixCalibration {
     std::filesystem::path file;
     Conditions taken;
     MatrixSettings settings;
+    std::optional<ChartWindows> windows;  ///< in force
+    std::string windows_from;             ///< place_name of what they come from
     std::filesystem::path flat_field;
     GainRegisters gains;  ///< in force
     double exposure = 1;  ///< factor on the restoring gains that brings the greys to their reference

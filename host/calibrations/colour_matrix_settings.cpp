@@ -24,4 +24,11 @@ int parse_white_point(const std::string& text, const std::string& where) {
 
 std::string white_point_name(int white_point) { return text("D%d", white_point); }
 
+const char* place_name(const ChartPlace& place) {
+    return place.windows                       ? "windows"
+           : place.corners && place.confidence ? "found"
+           : place.corners                     ? "corners"
+                                               : "fills_frame";
+}
+
 }  // namespace cali::host

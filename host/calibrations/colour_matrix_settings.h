@@ -22,11 +22,18 @@ enum class MatrixMethod { lsq, optimised, joint };
 /// "D65" of the library's selector 65.
 [[nodiscard]] std::string white_point_name(int white_point);
 
-/// Where the chart lies; nothing: it fills the frame.
+/// Where the chart lies; nothing: it is to be found, or else fills the frame.
 struct ChartPlace {
     std::optional<ChartWindows> windows;
     std::optional<Corners> corners;
+    bool fills_frame = false;
+    std::optional<double> confidence = {};  ///< 0..1, of corners that were found in the capture
+
+    [[nodiscard]] bool stated() const { return windows || corners || fills_frame; }
 };
+
+/// "windows", "corners", "found" or "fills_frame".
+[[nodiscard]] const char* place_name(const ChartPlace& place);
 
 struct MatrixSettings {
     MatrixMethod method = MatrixMethod::lsq;

@@ -50,7 +50,7 @@ int act(const AwbOptions& options, const Invocation& invocation) {
     grey.taken.illuminant_k = options.light.kelvin();
     require_colours(grey, "white balance");
     run.require_sensor(grey.sensor, grey.file);
-    const Results known = options.values.values(run.earlier(), grey.sensor, run);
+    const Results known = options.values.values(grey, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;
     (void)chooser.black_level(grey.taken, values);

@@ -13,6 +13,7 @@ struct CcmOptions {
     std::string white;
     std::optional<double> saturation;
     std::vector<double> corners;
+    bool fills_frame = false;
     LightOption light;
     std::string picture;
     GeometryOptions geometry;
@@ -27,11 +28,13 @@ void describe(Command& command, CcmOptions& options) {
                    "balance from the chart's greys)");
     command.option("--white", options.white, "white of the colour differences: D65 (default) or D50");
     command.option("--saturation", options.saturation, "factor of the optimised method; default 1").range(0.0, 4.0);
-    command
-        .option("--corners", options.corners,
-                "the chart's corners by its patches 1, 6, 24 and 19, as X Y four times; default: the session's windows "
-                "or corners, or a chart that fills the frame")
-        .expected(8);
+    const Option corners =
+        command
+            .option("--corners", options.corners,
+                    "the chart's corners by its patches 1, 6, 24 and 19, as X Y four times: half a gap outside those "
+                    "patches' own; default: what the session says, or else the chart is found")
+            .expected(8);
+    command.flag("--fills-frame", options.fills_frame, "the chart fills the frame").excludes(corners);
     options.light.add_to(command, "colour temperature of the light, in kelvin");
     command.option("--picture", options.picture, "PNG of the patches: measured, corrected and reference")
         .type_name("FILE");
@@ -54,6 +57,10 @@ MatrixSettings settings_of(const CcmOptions& options) {
     }
     if (options.saturation) {
         settings.saturation = static_cast<float>(*options.saturation);
+    }
+    if (options.fills_frame) {
+        settings.place = {};
+        settings.place.fills_frame = true;
     }
     if (!options.corners.empty()) {
         settings.place = {};
@@ -79,7 +86,7 @@ int act(const CcmOptions& options, const Invocation& invocation) {
     chart.taken.illuminant_k = options.light.kelvin();
     require_colours(chart, "a colour matrix");
     run.require_sensor(chart.sensor, chart.file);
-    const Results known = options.values.values(run.earlier(), chart.sensor, run);
+    const Results known = options.values.values(chart, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;
     (void)chooser.black_level(chart.taken, values);

@@ -61,7 +61,7 @@ int act(const LscOptions& options, const Invocation& invocation) {
     Capture flat = read_capture(options.frame, options.geometry.geometry());
     flat.taken.illuminant_k = options.light.kelvin();
     run.require_sensor(flat.sensor, flat.file);
-    const Results known = options.values.values(run.earlier(), flat.sensor, run);
+    const Results known = options.values.values(flat, run);
     TuningValues values;
     (void)ValueChooser(known, options.run.force).black_level(flat.taken, values);
     const SensorGeometry sensor = flat.sensor;

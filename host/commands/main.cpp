@@ -24,8 +24,8 @@ int run(int argc, char** argv) {
                          "'cali COMMAND --help' explains each command, 'cali help TOPIC' words of the output.");
         for (const auto add :
              {add_simulate_command, add_blc_command, add_lsc_command, add_awb_command, add_awb_curve_command,
-              add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command, add_verify_command,
-              add_show_command, add_diff_command, add_help_command}) {
+              add_chart_command, add_ccm_command, add_clut_command, add_noise_command, add_calibrate_command,
+              add_verify_command, add_show_command, add_diff_command, add_help_command}) {
             add(line);
         }
         const int status = line.parse_and_run(argc, argv);

@@ -112,7 +112,7 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
     run.start();
     SensorGeometry sensor;
     const Capture first = first_frame(series, geometry);
-    const Results known = options.values.values(run.earlier(), first.sensor, run);
+    const Results known = options.values.values(first, run);
     TuningValues values;
     (void)ValueChooser(known, options.run.force).black_level(first.taken, values);
     Progress progress(frame_count(series), options.progress ? Progress::Lines::all : Progress::Lines::none);

@@ -141,6 +141,7 @@ Run::Run(const RunOptions& options, Invocation invocation, const std::optional<S
     : options_(options), invocation_(std::move(invocation)), report_(report_of(options, invocation_)) {
     if (session) {
         limits_ = session->limits;
+        session_black_level_ = session->black_level_offset;
         files_.input(session->file, "session");
     }
     if (!options.limits.empty()) {
@@ -300,13 +301,25 @@ void ValueOptions::name_files(RunFiles& files) const {
     }
 }
 
-Results ValueOptions::values(const Results& earlier, const SensorGeometry& sensor, Run& run) const {
-    Results values = earlier;
+Results ValueOptions::values(const Capture& capture, Run& run) const {
+    Results values = run.earlier();
     Results others;
     for (const std::string& file : values_) {
         merge(others, run.read_values(file));
     }
+    const auto codes = parse_codes(black_level_, "--black-level");
+    if (!codes && !black_level_.empty()) {
+        Results other = run.read_values(black_level_);
+        require_black_level(other, black_level_);
+        others.black_level = std::move(other.black_level);
+    }
+    const bool others_tell = !others.black_level.empty();
     replace(values.black_level, others.black_level);
+    values.black_level = strongest_black_level(codes, others_tell ? std::nullopt : run.session_black_level(),
+                                               std::move(values.black_level), capture);
+    if (codes) {
+        values.black_level.front().record.given = black_level_;
+    }
     replace(values.lens_shading, others.lens_shading);
     replace(values.white_balance, others.white_balance);
     if (!lens_shading_.empty()) {
@@ -314,26 +327,42 @@ Results ValueOptions::values(const Results& earlier, const SensorGeometry& senso
         require_section(!other.lens_shading.empty(), lens_shading_, "lens shading", "cali lsc or cali calibrate");
         values.lens_shading = std::move(other.lens_shading);
     }
-    if (const auto codes = parse_codes(black_level_, "--black-level")) {
-        const int most = sensor.white_level.value_or((1 << sensor.bits) - 1);
-        for (const uint32_t code : *codes) {
-            check_number(code, 0, most, "--black-level");
-        }
-        Channels<double> exact{};
-        std::ranges::copy(*codes, exact.begin());
-        values.black_level = {given_black_level(exact, sensor.bits, Source::option)};
-        values.black_level.front().record.given = black_level_;
-    } else if (!black_level_.empty()) {
-        Results other = run.read_values(black_level_);
-        require_section(!other.black_level.empty(), black_level_, "black level", "cali blc or cali calibrate");
-        values.black_level = std::move(other.black_level);
-    }
     if (values.black_level.empty()) {
         run.report().warn("no black level is known: none is subtracted");
     }
     // Whose lack of a light messages speak of.
     values.file = values_.empty() ? values.file : std::filesystem::path(values_.front());
     return values;
+}
+
+std::vector<BlackLevelResults> strongest_black_level(const std::optional<Channels<uint32_t>>& option,
+                                                     const std::optional<Channels<double>>& session,
+                                                     std::vector<BlackLevelResults> known, const Capture& capture) {
+    const SensorGeometry& sensor = capture.sensor;
+    const auto given = [&](const Channels<double>& codes, Source source, const char* name) {
+        for (const double code : codes) {
+            check_number(static_cast<int64_t>(code), 0, sensor.white_level.value_or((1 << sensor.bits) - 1), name);
+        }
+        std::vector<BlackLevelResults> levels = {given_black_level(codes, sensor.bits, source)};
+        levels.front().record.given = kSourceNames[static_cast<std::size_t>(source)];
+        return levels;
+    };
+    if (option) {
+        Channels<double> codes{};
+        std::ranges::copy(*option, codes.begin());
+        return given(codes, Source::option, "--black-level");
+    }
+    if (session) {
+        return given(*session, Source::session, "black_level: offset");
+    }
+    if (known.empty() && capture.metadata.black_level) {
+        return given(*capture.metadata.black_level, Source::metadata, "black level of the file");
+    }
+    return known;
+}
+
+void require_black_level(const Results& results, const std::string& file) {
+    require_section(!results.black_level.empty(), file, "black level", "cali blc or cali calibrate");
 }
 
 std::optional<Channels<uint32_t>> parse_codes(const std::string& text, const std::string& what) {

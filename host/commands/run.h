@@ -58,6 +58,8 @@ public:
 
     /// What earlier runs left, but for --new.
     [[nodiscard]] const Results& earlier() const { return earlier_; }
+    /// Black level by number in the session.
+    [[nodiscard]] const std::optional<Channels<double>>& session_black_level() const { return session_black_level_; }
     [[nodiscard]] StepRules rules() const;
     [[nodiscard]] RunReport& report() { return report_; }
 
@@ -102,6 +104,7 @@ private:
     std::optional<LibraryOutput> output_;
     RunFiles files_;
     Limits limits_;
+    std::optional<Channels<double>> session_black_level_;
     Results earlier_;
     std::vector<std::filesystem::path> earlier_outputs_;
     Results made_;
@@ -117,14 +120,24 @@ public:
     void add_to(Command& command, std::initializer_list<Kind> kinds);
 
     void name_files(RunFiles& files) const;
-    /// `bits`: depth of the capture, for a black level by number. Throws InputError.
-    [[nodiscard]] Results values(const Results& earlier, const SensorGeometry& sensor, Run& run) const;
+    /// What is known, for the capture: by option, by the session, of earlier runs, or by the capture's own file, the
+    /// strongest first. Throws InputError.
+    [[nodiscard]] Results values(const Capture& capture, Run& run) const;
 
 private:
     std::string black_level_;
     std::string lens_shading_;
     std::vector<std::string> values_;
 };
+
+/// Of the black levels that an option or a session gives by number, those `known`, and that of the capture's own file
+/// the strongest; none where nothing tells. Throws InputError for codes beyond the capture's depth.
+[[nodiscard]] std::vector<BlackLevelResults> strongest_black_level(const std::optional<Channels<uint32_t>>& option,
+                                                                   const std::optional<Channels<double>>& session,
+                                                                   std::vector<BlackLevelResults> known,
+                                                                   const Capture& capture);
+/// Throws InputError, which speaks of the file.
+void require_black_level(const Results& results, const std::string& file);
 
 /// "64" or "64,66,65,63": RR, GR, GB, BB. Nothing where the text is no list of numbers. Throws InputError.
 [[nodiscard]] std::optional<Channels<uint32_t>> parse_codes(const std::string& text, const std::string& what);

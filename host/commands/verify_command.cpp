@@ -23,6 +23,7 @@ struct VerifyOptions {
     std::string kind;
     LightOption light;
     std::string limits;
+    bool fills_frame = false;
     bool force = false;
     GeometryOptions geometry;
     ReportOptions report;
@@ -43,6 +44,8 @@ void describe(Command& command, VerifyOptions& options) {
         .one_of({"black-level", "white-balance"})
         .show_default();
     options.light.add_to(command, "light whose values are applied, in kelvin; default: what the session says");
+    command.flag("--fills-frame", options.fills_frame,
+                 "the chart fills the frame; default: what the session says, or else it is found");
     command.option("--limits", options.limits, "limits of the checks (docs/limits.md)").type_name("FILE");
     command.flag("--force", options.force, "apply values that were rejected, or that are another sensor's");
     options.geometry.add_to(command);
@@ -147,8 +150,12 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     }
     report.note(applied_values(values));
     if (kind) {
-        const SessionPlaces places{session ? session->white_balance_window : std::nullopt,
-                                   session ? session->matrix.place : ChartPlace{}};
+        SessionPlaces places{session ? session->white_balance_window : std::nullopt,
+                             session ? session->matrix.place : ChartPlace{}};
+        if (options.fills_frame) {
+            places.chart = {};
+            places.chart.fills_frame = true;
+        }
         Proof proof = prove(*kind, frame, stored, values, places, rules);
         report.section(proof.section);
         findings.insert(findings.end(), proof.findings.begin(), proof.findings.end());

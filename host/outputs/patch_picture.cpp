@@ -1,17 +1,15 @@
 #include "outputs/patch_picture.h"
 
-#include <png.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "chart/chart_table.h"
 #include "math/colour_space.h"
+#include "outputs/png_picture.h"
 
 namespace cali::host {
 namespace {
@@ -27,26 +25,6 @@ constexpr std::size_t kHeight = kChartRows * (kCell + kGap) + kGap;
 uint8_t srgb_code(double linear) {
     const double value = linear > 0 ? std::min(linear, 1.0) : 0.0;
     return static_cast<uint8_t>(std::lround(255 * srgb_encode(value)));
-}
-
-std::string png_of(const std::vector<uint8_t>& pixels) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = kWidth;
-    image.height = kHeight;
-    image.format = PNG_FORMAT_RGB;
-    png_alloc_size_t size = 0;
-    std::string bytes;
-    // The first round tells the size alone.
-    for (int round = 0; round < 2; ++round) {
-        bytes.resize(size);
-        if (png_image_write_to_memory(&image, round == 0 ? nullptr : bytes.data(), &size, 0, pixels.data(), 0,
-                                      nullptr) == 0) {
-            throw std::runtime_error(std::string("a picture of patches cannot be made: ") + image.message);
-        }
-    }
-    bytes.resize(size);
-    return bytes;
 }
 
 }  // namespace
@@ -67,7 +45,7 @@ std::string patch_picture(const Swatches& swatches) {
             }
         }
     }
-    return png_of(pixels);
+    return png_of(pixels, kWidth, kHeight);
 }
 
 }  // namespace cali::host

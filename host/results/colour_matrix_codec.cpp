@@ -34,6 +34,25 @@ void difference_fields(Archive& archive, const char* key, ChartDifferences& diff
     });
 }
 
+/// Absent from files of earlier versions.
+void window_fields(Archive& archive, MatrixCalibration& result) {
+    using Sides = std::array<std::array<int32_t, 4>, kChartPatches>;
+    std::optional<Sides> sides;
+    if (result.windows) {
+        std::ranges::transform(*result.windows, sides.emplace().begin(), [](const RoiRect& window) {
+            return std::array{window.x, window.y, window.w, window.h};
+        });
+    }
+    archive.field("windows", sides);
+    if (sides) {
+        std::ranges::transform(*sides, result.windows.emplace().begin(), [](const auto& window) {
+            return RoiRect{window[0], window[1], window[2], window[3]};
+        });
+        archive.field("windows_from", result.windows_from);
+        archive.field("chart_confidence", result.settings.place.confidence);
+    }
+}
+
 void patch_field(Archive& patches, const char* key, std::vector<Colour>& colours) {
     patches.field(key, colours);
     if (colours.size() != kChartPatches) {
@@ -49,6 +68,7 @@ void fields(Archive& archive, MatrixCalibration& result) {
     archive.named("method", result.settings.method, matrix_method_name, parse_matrix_method);
     archive.named("white_point", result.settings.white_point, white_point_name, parse_white_point);
     archive.field("saturation", result.settings.saturation);
+    window_fields(archive, result);
     archive.file_or_unity("lens_shading", result.flat_field);
     gain_fields(archive, result.gains);
     archive.field("exposure", result.exposure);

@@ -386,7 +386,7 @@ std::vector<std::pair<std::filesystem::path, SensorGeometry>> check_captures(con
     };
     for (const std::filesystem::path& file : plan.captures()) {
         const Capture capture = probe_capture(file, session.geometry);
-        if (plan.does("ccm") && is_one_of(session.chart, file)) {
+        if (plan.does("ccm") && session.matrix.place.stated() && is_one_of(session.chart, file)) {
             (void)chart_windows(session.matrix.place, capture);
         }
         if (plan.does("awb") && is_one_of(session.grey, file) && session.white_balance_window) {

@@ -6,6 +6,7 @@
 #include "checks/chart_checks.h"
 #include "checks/flat_checks.h"
 #include "checks/grey_checks.h"
+#include "detection/locate_chart.h"
 #include "library/exports.h"
 #include "library/front_end.h"
 #include "results/choose_values.h"
@@ -52,10 +53,11 @@ Proof prove_grey(const Capture& capture, const TuningValues& values, const Sessi
 Proof prove_chart(const Capture& capture, const Results& stored, const TuningValues& values,
                   const SessionPlaces& places, const StepRules& rules) {
     Judge judge(rules.limits, {"colour_matrix", capture.file, capture.taken});
-    check_chart(capture, values, chart_windows(places.chart, capture), judge);
+    const ChartPlace place = locate_chart(places.chart, capture, values.black_level);
+    check_chart(capture, values, chart_windows(place, capture), judge);
     check_chart_light(capture.taken.illuminant_k, values.gains_k, judge);
     const MatrixCalibration matrix = ValueChooser(stored, rules.forced).matrix(capture.taken);
-    const MatrixCalibration proved = prove_matrix(capture, values, matrix, places.chart);
+    const MatrixCalibration proved = prove_matrix(capture, values, matrix, place);
     check_matrix(proved, std::nullopt, judge);
     Section section = describe(proved);
     Table& patches = section.tables.emplace_back();

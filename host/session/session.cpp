@@ -51,7 +51,7 @@ ShadingSettings read_shading(const TomlSection& section) {
 }
 
 MatrixSettings read_matrix_settings(const TomlSection& section) {
-    section.allow_only({"method", "white", "saturation", "windows", "corners"});
+    section.allow_only({"method", "white", "saturation", "windows", "corners", "fills_frame"});
     MatrixSettings settings;
     if (const auto method = section.text("method")) {
         settings.method = parse_matrix_method(*method, section.where("method"));
@@ -78,6 +78,11 @@ MatrixSettings read_matrix_settings(const TomlSection& section) {
             return Point{row[0], row[1]};
         });
         settings.place.corners = corners;
+    }
+    settings.place.fills_frame = section.yes_or_no("fills_frame").value_or(false);
+    if (settings.place.fills_frame && (settings.place.windows || settings.place.corners)) {
+        throw InputError(section.where("fills_frame") + " is true beside " + place_name(settings.place) +
+                         ", expected one of them");
     }
     return settings;
 }

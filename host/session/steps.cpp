@@ -14,6 +14,7 @@
 #include "checks/grey_checks.h"
 #include "checks/noise_checks.h"
 #include "checks/table_checks.h"
+#include "detection/locate_chart.h"
 #include "results/choose_values.h"
 #include "results/value_digest.h"
 
@@ -186,14 +187,21 @@ Step<MatrixCalibration> chart_step(Capture& chart, const TuningValues& values, c
                                    const StepRules& rules) {
     Judge judge(rules.limits, {"colour_matrix", chart.file, chart.taken});
     check_burst(chart, judge);
-    check_chart(chart, values, chart_windows(settings.place, chart), judge);
+    MatrixSettings located = settings;
+    try {
+        located.place = locate_chart(settings.place, chart, values.black_level);
+    } catch (const CalibrationError& problem) {
+        judge.say(Check::not_computed, Severity::fail, problem.what());
+        return {{}, judge.take()};
+    }
+    check_chart(chart, values, chart_windows(located.place, chart), judge);
     if (settings.method != MatrixMethod::joint) {
         check_chart_light(chart.taken.illuminant_k, values.gains_k, judge);
     }
     return carry_out<MatrixCalibration>(
         std::move(judge), rules, made_of(chart, &values),
         [&](Judge&) {
-            MatrixCalibration matrix = calibrate_matrix(chart, values, settings, rules.output);
+            MatrixCalibration matrix = calibrate_matrix(chart, values, located, rules.output);
             matrix.taken = chart.taken;
             return matrix;
         },

@@ -85,17 +85,21 @@ Scene uniform_scene(const SensorModel& sensor, double illuminant_k, double level
     return {true, {scaled(white, exposure_for(white, level))}};
 }
 
-Scene chart_scene(const SensorModel& sensor, double illuminant_k, double level) {
+Vector3 surface_colour(const SensorModel& sensor, double illuminant_k, double level, const Vector3& srgb) {
     const Vector3 white_xyz = illuminant_white(illuminant_k);
     const Vector3 white = camera_white(sensor, illuminant_k);
-    const double exposure = exposure_for(white, level);
+    const Vector3 linear = {linear_of_srgb(srgb[0]), linear_of_srgb(srgb[1]), linear_of_srgb(srgb[2])};
+    const Vector3 xyz = adapt_from_d65(xyz_of_linear_srgb(linear), white_xyz);
+    return scaled(bent(multiply(sensor.camera_of_xyz, xyz), white, sensor.bend), exposure_for(white, level));
+}
+
+Scene chart_scene(const SensorModel& sensor, double illuminant_k, double level) {
+    const Vector3 white = camera_white(sensor, illuminant_k);
     Scene scene;
     for (const auto& encoded : kChartSrgb24) {
-        const Vector3 linear = {linear_of_srgb(encoded[0]), linear_of_srgb(encoded[1]), linear_of_srgb(encoded[2])};
-        const Vector3 xyz = adapt_from_d65(xyz_of_linear_srgb(linear), white_xyz);
-        scene.colours.push_back(scaled(bent(multiply(sensor.camera_of_xyz, xyz), white, sensor.bend), exposure));
+        scene.colours.push_back(surface_colour(sensor, illuminant_k, level, encoded));
     }
-    scene.colours.push_back(scaled(white, exposure * kBorderReflectance));
+    scene.colours.push_back(scaled(white, exposure_for(white, level) * kBorderReflectance));
     return scene;
 }
 
@@ -118,7 +122,8 @@ std::vector<uint16_t> expose(const SensorModel& sensor, const Scene& scene, uint
         for (int x = 0; x < sensor.width; ++x) {
             const Channel channel = bayer_channel(sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
             const std::size_t c = channel_index(channel);
-            const Vector3& colour = scene.colours[entry_at(scene, x, y, sensor)];
+            const Vector3& colour =
+                scene.picture.empty() ? scene.colours[entry_at(scene, x, y, sensor)] : scene.picture[frame.size()];
             double signal = colour[colour_index(channel)] * (kLibraryFullScale - sensor.pedestal[c]);
             if (scene.light) {
                 signal *= scene.light(static_cast<double>(x) / sensor.width, static_cast<double>(y) / sensor.height);

@@ -42,6 +42,8 @@ struct Scene {
     bool shaded = true;
     /// Camera colours relative to full scale; one for a uniform scene, or 24 patches and the border between them.
     std::vector<Vector3> colours;
+    /// One for every photosite, row-major, in place of `colours`, where not empty.
+    std::vector<Vector3> picture = {};
     /// Factor on the light at a place of the frame, column and row from 0 to 1; none: 1 everywhere.
     std::function<double(double, double)> light = nullptr;
     /// Which place of a chart that fills the frame is seen at a place of it; none: the same.
@@ -55,6 +57,10 @@ struct Scene {
 /// The 24-patch chart, filling the frame as 6 x 4 cells of which a patch takes the inner four fifths either way; a
 /// perfect white would stand at `level` of full scale.
 [[nodiscard]] Scene chart_scene(const SensorModel& sensor, double illuminant_k, double level);
+
+/// What a surface of the encoded colour `srgb` (0..1, under D65) sends to the camera under a light, relative to full
+/// scale; exposed as chart_scene is.
+[[nodiscard]] Vector3 surface_colour(const SensorModel& sensor, double illuminant_k, double level, const Vector3& srgb);
 
 /// Camera red, green and blue of a perfect white under a light with Y = 1.
 [[nodiscard]] Vector3 camera_white(const SensorModel& sensor, double illuminant_k);

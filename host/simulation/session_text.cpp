@@ -43,7 +43,7 @@ std::string session_text(const SimulationPlan& plan, const ShotNames& names) {
         }
         out << "] },\n";
     }
-    out << "]\n\n[black_level]\nmethod = \"median\"\n";
+    out << "]\n\n[black_level]\nmethod = \"median\"\n\n[colour_matrix]\nfills_frame = true\n";
     return out.str();
 }
 

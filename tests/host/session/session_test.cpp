@@ -121,6 +121,8 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
         {"[noise]\nlevel_format = \"U20.12\"\n", "of at most 31 bits"},
         {"[colour_matrix]\nsaturation = nan\n", "saturation is nan, expected 0 to 4"},
         {"[colour_matrix]\nwindows = [[0, 0, 4]]\n", "windows is a list of 3, expected 24 lists of"},
+        {"[colour_matrix]\nfills_frame = true\ncorners = [[0, 0], [6, 0], [6, 4], [0, 4]]\n",
+         "fills_frame is true beside corners"},
         {"[captures]\nseries = [{ files = [\"a\"], name = \"dark\" }]\n", "series: unknown key 'name'"},
         {"[captures]\ngrey = [{ file = \"a\", illuminant_k = 900 }]\n", "illuminant_k is 900, expected 1000 to 40000"},
         {"[black_level]\noffset = [64, 65]\n", "offset is a list of 2, expected a whole number, or four of them"},
