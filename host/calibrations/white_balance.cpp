@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "chart/chart_table.h"
 #include "library/exports.h"
 #include "library/front_end.h"
 
@@ -49,21 +51,29 @@ Measured ratio(const Measured& green, const Measured& colour) {
     return {value, value * std::hypot(green.uncertainty / green.value, colour.uncertainty / colour.value)};
 }
 
-UnroundedGains unrounded_gains(const Capture& grey, const TuningValues& values, const Window& window) {
+UnroundedGains unrounded_gains(const Capture& grey, const TuningValues& values, std::span<const RoiRect> windows) {
     FrontEnd front_end = front_end_of(values);
     front_end.wb_gains.reset();
-    const std::vector<uint32_t> samples =
-        window_behind(grey, front_end, {window.x, window.y, window.width, window.height});
     std::array<ColourMean, 3> colours;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const auto x = static_cast<uint32_t>(i % static_cast<std::size_t>(window.width));
-        const auto y = static_cast<uint32_t>(i / static_cast<std::size_t>(window.width));
-        const Channel channel = bayer_channel(grey.sensor.pattern, static_cast<uint32_t>(window.y) + y,
-                                              static_cast<uint32_t>(window.x) + x);
-        colours[colour_of(channel)].add(samples[i], x >= 2 ? &samples[i - 2] : nullptr);
+    for (const RoiRect& window : windows) {
+        const std::vector<uint32_t> samples = window_behind(grey, front_end, window);
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            const auto x = static_cast<uint32_t>(i % static_cast<std::size_t>(window.w));
+            const auto y = static_cast<uint32_t>(i / static_cast<std::size_t>(window.w));
+            const Channel channel = bayer_channel(grey.sensor.pattern, static_cast<uint32_t>(window.y) + y,
+                                                  static_cast<uint32_t>(window.x) + x);
+            colours[colour_of(channel)].add(samples[i], x >= 2 ? &samples[i - 2] : nullptr);
+        }
     }
     const Measured green = colours[1].mean();
     return {ratio(green, colours[0].mean()), ratio(green, colours[2].mean())};
+}
+
+void require_signal(const WhiteBalance& result, const char* target) {
+    if (result.gains.red == 0 || result.gains.blue == 0) {
+        throw CalibrationError(result.file.filename().string() +
+                               ": red or blue has no signal above black in the window, expected a lit " + target);
+    }
 }
 
 }  // namespace
@@ -99,11 +109,34 @@ WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const 
     result.flat_field = values.flat_field;
     result.window = {even_below(window.x), even_below(window.y), even_below(window.width), even_below(window.height)};
     result.gains = exports::awb_calc(grey, values.black_level, values.grids, window, output);
-    if (result.gains.red == 0 || result.gains.blue == 0) {
-        throw CalibrationError(grey.file.filename().string() +
-                               ": red or blue has no signal above black in the window, expected a lit grey target");
+    require_signal(result, "grey target");
+    const Window& even = result.window;
+    const RoiRect measured = {even.x, even.y, even.width, even.height};
+    result.unrounded = unrounded_gains(grey, values, std::span(&measured, 1));
+    return result;
+}
+
+WhiteBalance measure_chart_greys(Capture& chart, const TuningValues& values, const ChartWindows& windows,
+                                 const LibraryOutput& output) {
+    WhiteBalance result;
+    result.file = chart.file;
+    result.flat_field = values.flat_field;
+    result.from_chart = true;
+    const auto greys = std::span(windows).subspan(kFirstBalanceGrey, kLastBalanceGrey - kFirstBalanceGrey + 1);
+    int right = 0;
+    int bottom = 0;
+    result.window = {greys[0].x, greys[0].y, 0, 0};
+    for (const RoiRect& grey : greys) {
+        result.window.x = std::min(result.window.x, grey.x);
+        result.window.y = std::min(result.window.y, grey.y);
+        right = std::max(right, grey.x + grey.w);
+        bottom = std::max(bottom, grey.y + grey.h);
     }
-    result.unrounded = unrounded_gains(grey, values, result.window);
+    result.window.width = right - result.window.x;
+    result.window.height = bottom - result.window.y;
+    (void)exports::awb_ccm(chart, values, windows, exports::kEqualWeights, result.gains, output);
+    require_signal(result, "chart");
+    result.unrounded = unrounded_gains(chart, values, greys);
     return result;
 }
 
@@ -113,9 +146,10 @@ Section describe(const std::vector<WhiteBalance>& results) {
     table.columns = {{"grey card", 28, true}, {"light", 10}, {"red", 14}, {"green", 14}, {"blue", 14}};
     for (const WhiteBalance& result : results) {
         const std::string name = result.file.filename().string();
+        const std::string shown = name + (result.from_chart ? " (its greys)" : "");
         const auto gain = [](uint16_t q10) { return text("%5u (%6.4f)", q10, q10 / kGainUnity); };
-        table.rows.push_back({{name, result.taken == Conditions{} ? "-" : to_text(result.taken), gain(result.gains.red),
-                               gain(result.gains.green), gain(result.gains.blue)},
+        table.rows.push_back({{shown, result.taken == Conditions{} ? "-" : to_text(result.taken),
+                               gain(result.gains.red), gain(result.gains.green), gain(result.gains.blue)},
                               ""});
         const auto add = [&](const char* colour, uint16_t q10, const Measured& unrounded) {
             const double rounded = unrounded.uncertainty > 0 ? with_rounding(unrounded.uncertainty, 1 / kGainUnity) : 0;

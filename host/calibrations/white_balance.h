@@ -1,4 +1,4 @@
-/// White-balance gains from a grey card.
+/// White-balance gains from a grey card, or from the greys of a chart.
 #pragma once
 
 #include <filesystem>
@@ -10,6 +10,7 @@
 #include "base/section.h"
 #include "base/uncertainty.h"
 #include "captures/frame.h"
+#include "chart/chart_windows.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
 
@@ -29,6 +30,7 @@ struct WhiteBalance {
     Window window;
     GainRegisters gains;
     UnroundedGains unrounded{};
+    bool from_chart = false;  ///< the window then holds the greys that balance
     Record record = {};
 };
 
@@ -41,6 +43,10 @@ void require_grey_window(const Capture& grey, const Window& window);
 /// Behind the black level and grids of `values`; its gains are not read. Throws InputError, CalibrationError.
 [[nodiscard]] WhiteBalance measure_grey_card(Capture& grey, const TuningValues& values, const Window& window,
                                              const LibraryOutput& output);
+
+/// Of a chart's greys between white and black; `windows` must fit the frame. Throws as above.
+[[nodiscard]] WhiteBalance measure_chart_greys(Capture& chart, const TuningValues& values, const ChartWindows& windows,
+                                               const LibraryOutput& output);
 
 /// All grey cards together, one or more.
 [[nodiscard]] Section describe(const std::vector<WhiteBalance>& results);

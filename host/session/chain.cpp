@@ -54,6 +54,22 @@ std::vector<CaptureEntry> lit_captures(const Session& session) {
     return captures;
 }
 
+/// Charts of lights that have no grey card, one for a light and gain.
+std::vector<CaptureEntry> charts_for_balance(const Session& session) {
+    std::vector<CaptureEntry> charts;
+    if (session.matrix.method == MatrixMethod::joint) {
+        return charts;
+    }
+    std::ranges::copy_if(session.chart, std::back_inserter(charts), [&](const CaptureEntry& chart) {
+        return chart.taken.illuminant_k
+                   ? std::ranges::none_of(
+                         session.grey,
+                         [&](const CaptureEntry& grey) { return grey.taken.illuminant_k == chart.taken.illuminant_k; })
+                   : session.grey.empty();
+    });
+    return charts;
+}
+
 bool is_mono(const Session& session) {
     std::vector<CaptureEntry> captures = lit_captures(session);
     captures.insert(captures.end(), session.dark.begin(), session.dark.end());
@@ -208,19 +224,28 @@ private:
 
     void white_balance() {
         std::vector<WhiteBalance> cards;  // one table for all
-        for (const CaptureEntry& entry : session_.grey) {
-            Capture grey = read(entry);
-            TuningValues values;
-            chooser().black_level(grey.taken, values);
-            chooser().grids(grey.taken, values);
-            const Window window = session_.white_balance_window.value_or(default_window(grey.sensor));
-            Step<WhiteBalance> step = grey_step(grey, values, window, rules_);
+        const auto keep = [&](Step<WhiteBalance> step) {
             if (step.result) {
                 cards.push_back(*step.result);
             }
             finish(
                 step, [](Results& made, WhiteBalance result) { made.white_balance.push_back(std::move(result)); },
                 false);
+        };
+        const auto values_for = [&](const Capture& capture) {
+            TuningValues values;
+            chooser().black_level(capture.taken, values);
+            chooser().grids(capture.taken, values);
+            return values;
+        };
+        for (const CaptureEntry& entry : session_.grey) {
+            Capture grey = read(entry);
+            const Window window = session_.white_balance_window.value_or(default_window(grey.sensor));
+            keep(grey_step(grey, values_for(grey), window, rules_));
+        }
+        for (const CaptureEntry& entry : charts_for_balance(session_)) {
+            Capture chart = read_entry(entry, session_.geometry, rules_.most_burst_difference());
+            keep(chart_greys_step(chart, values_for(chart), session_.matrix.place, rules_));
         }
         if (!cards.empty()) {
             observer_.section(describe(cards));
@@ -298,8 +323,9 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
     }
     const bool made_here = !session.dark.empty() || !plan.given.empty();
     const bool black = made_here || known;
-    const bool gains = (asked("awb") && !session.grey.empty()) || !earlier.white_balance.empty() ||
-                       session.matrix.method == MatrixMethod::joint;
+    const bool balance = !session.grey.empty() || !charts_for_balance(session).empty();
+    const bool gains =
+        (asked("awb") && balance) || !earlier.white_balance.empty() || session.matrix.method == MatrixMethod::joint;
     const bool charts = !session.chart.empty() && gains;
     constexpr const char* kNoBlack =
         "no dark frame ([captures] dark), nor a black level by number ([black_level] offset)";
@@ -308,9 +334,9 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
     const std::vector<Need> needs = {
         {"blc", "black_level", made_here, kNoBlack},
         {"lsc", "lens_shading", black && !session.flat.empty(), black ? "no flat field ([captures] flat)" : kNoBlack},
-        {"awb", "white_balance", black && !mono && !session.grey.empty(),
+        {"awb", "white_balance", black && !mono && balance,
          mono    ? kMono
-         : black ? "no grey card ([captures] grey)"
+         : black ? "no grey card ([captures] grey), nor a chart"
                  : kNoBlack},
         {"ccm", "colour_matrix", black && charts && !mono,
          mono                    ? kMono

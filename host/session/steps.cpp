@@ -172,6 +172,22 @@ Step<WhiteBalance> grey_step(Capture& grey, const TuningValues& values, const Wi
         [](const WhiteBalance&, Judge&) {});
 }
 
+Step<WhiteBalance> chart_greys_step(Capture& chart, const TuningValues& values, const ChartPlace& place,
+                                    const StepRules& rules) {
+    Judge judge(rules.limits, {"white_balance", chart.file, chart.taken});
+    check_burst(chart, judge);
+    return carry_out<WhiteBalance>(
+        std::move(judge), rules, made_of(chart, &values),
+        [&](Judge& own) {
+            const ChartWindows windows = chart_windows(locate_chart(place, chart, values.black_level), chart);
+            check_chart(chart, values, windows, own);
+            WhiteBalance balance = measure_chart_greys(chart, values, windows, rules.output);
+            balance.taken = chart.taken;
+            return balance;
+        },
+        [](const WhiteBalance&, Judge&) {});
+}
+
 Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
                              const StepRules& rules) {
     Record made;

@@ -58,6 +58,10 @@ using CaptureRead = std::function<void(const Capture&)>;
 [[nodiscard]] Step<WhiteBalance> grey_step(Capture& grey, const TuningValues& values, const Window& window,
                                            const StepRules& rules);
 
+/// Gains from the greys of a chart whose light has no grey card.
+[[nodiscard]] Step<WhiteBalance> chart_greys_step(Capture& chart, const TuningValues& values, const ChartPlace& place,
+                                                  const StepRules& rules);
+
 /// `file` stands for the grey cards in messages.
 [[nodiscard]] Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
                                            const StepRules& rules);
