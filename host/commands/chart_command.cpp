@@ -45,12 +45,12 @@ void describe(Command& command, ChartOptions& options) {
         "The corners are the chart's own, half a gap outside patches 1, 6, 24 and 19, wherever the capture has them; "
         "a\n"
         "session takes them as printed:\n"
-        "    first, by patch 1 +---------------------+ second, by patch 6\n"
-        "                      |  1  2  3  4  5  6   |\n"
-        "                      |  7  8  9 10 11 12   |\n"
-        "                      | 13 14 15 16 17 18   |\n"
-        "                      | 19 20 21 22 23 24   |\n"
-        "   fourth, by patch 19 +--------------------+ third, by patch 24");
+        "    1st, by patch 1  +--------------------+ 2nd, by patch 6\n"
+        "                     |  1  2  3  4  5  6  |\n"
+        "                     |  7  8  9 10 11 12  |\n"
+        "                     | 13 14 15 16 17 18  |\n"
+        "                     | 19 20 21 22 23 24  |\n"
+        "    4th, by patch 19 +--------------------+ 3rd, by patch 24");
 }
 
 /// Nothing known subtracts nothing.

@@ -609,7 +609,14 @@ FoundChart find_chart(const Capture& capture, const BlackLevels& black_level) {
     for (Placement& placement : placements) {
         refine(picture, placement);
         if (fit_colours(measure(picture, placement.map)).residual < kWorthAligning) {
+            // Edge by edge and all at once err in different ways: the middle is nearer than either.
+            const Corners by_sides = placement.map.corners();
             align(picture, placement);
+            Corners corners = placement.map.corners();
+            for (std::size_t i = 0; i < corners.size(); ++i) {
+                corners[i] = {(corners[i].x + by_sides[i].x) / 2, (corners[i].y + by_sides[i].y) / 2};
+            }
+            placement.map = ChartMap(corners);
         }
         const PatchColours colours = measure(picture, placement.map);
         placement.fit = fit_colours(colours);

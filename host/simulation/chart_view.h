@@ -58,8 +58,8 @@ struct PlacedChart {
 [[nodiscard]] PlacedChart place_chart(const SensorModel& sensor, const ChartView& view);
 
 /// A sensor's frame size, pattern and noise, and a view of the chart, at random within what is to be found: any turn,
-/// tilt to 35 degrees, 15 to 100 % of the frame's height, patches of 12 photosites and more. Frames are 640 to 1600 wide,
-/// one of forty 1600 to 4000.
+/// tilt to 35 degrees, 15 to 100 % of the frame's height, patches of 12 photosites and more. Frames are 640 to 1600
+/// wide, one of forty 1600 to 4000.
 [[nodiscard]] ChartView random_view(uint64_t seed, SensorModel& sensor);
 
 }  // namespace cali::host

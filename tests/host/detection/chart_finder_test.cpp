@@ -142,10 +142,11 @@ TEST(RealCaptures, ChartIsFoundInEveryQuarterTurnAndRefusedMirrored) {
         ASSERT_TRUE(found.found) << found.reason;
         EXPECT_GT(found.confidence, 0.9);
         EXPECT_NE(found.orientation.find(orientation), std::string::npos) << found.orientation;
+        // The table's own windows lie inside the patches, not in their middle.
         for (std::size_t i = 0; i < patches.size(); ++i) {
             const RoiRect& window = found.windows[i];
-            EXPECT_NEAR(window.x + window.w / 2.0, patches[i].x, 5) << "patch " << i + 1;
-            EXPECT_NEAR(window.y + window.h / 2.0, patches[i].y, 5) << "patch " << i + 1;
+            EXPECT_LT(std::abs(window.x + window.w / 2.0 - patches[i].x), window.w / 2.0) << "patch " << i + 1;
+            EXPECT_LT(std::abs(window.y + window.h / 2.0 - patches[i].y), window.h / 2.0) << "patch " << i + 1;
         }
         for (Point& patch : patches) {
             patch = {capture.sensor.height - patch.y, patch.x};
