@@ -100,6 +100,11 @@ public:
             black_level();  // some cameras tell it by masked photosites
         }
         const auto& sizes = data.sizes;
+        if (sizes.width != capture_.sensor.width || sizes.height != capture_.sensor.height) {
+            refuse(capture_, text("%d x %d samples once it is decoded", sizes.width, sizes.height),
+                   by(capture_.sensor.width, capture_.sensor.height).c_str());
+        }
+        check_active_area(sizes);
         const std::size_t pitch = sizes.raw_pitch / sizeof(uint16_t);
         const auto columns = static_cast<std::size_t>(capture_.sensor.width);
         const int most = (1 << capture_.sensor.bits) - 1;
@@ -161,9 +166,7 @@ private:
         }
     }
 
-    /// LibRaw's active area; pattern and black level are those at its corner.
-    void set_active_area(const Geometry& geometry) {
-        const auto& sizes = raw_->imgdata.sizes;
+    void check_active_area(const libraw_image_sizes_t& sizes) const {
         const auto outside = [](unsigned margin, unsigned size, unsigned whole) {
             return size == 0 || margin > whole || size > whole - margin;
         };
@@ -174,6 +177,12 @@ private:
                         sizes.left_margin, sizes.top_margin, sizes.raw_width, sizes.raw_height),
                    "it inside");
         }
+    }
+
+    /// LibRaw's active area; pattern and black level are those at its corner.
+    void set_active_area(const Geometry& geometry) {
+        const auto& sizes = raw_->imgdata.sizes;
+        check_active_area(sizes);
         set_own_size(capture_, sizes.width, sizes.height, geometry);
         SensorGeometry& sensor = capture_.sensor;
         if (geometry.pattern) {

@@ -58,7 +58,8 @@ Samples check_directory(Capture& capture, const TiffHandle& tiff, uint64_t bytes
     set_own_size(capture, static_cast<int>(width), static_cast<int>(height), geometry);
     const uint32_t largest = (1U << static_cast<unsigned>(depth)) - 1U;
     const uint32_t told = tiff.value<uint16_t>(TIFFTAG_MAXSAMPLEVALUE, 0);
-    const uint32_t most = told > 0 && told < largest ? told : largest;
+    // Some writers put the largest sample of the picture here; it says the depth only where all bits are set.
+    const uint32_t most = told < largest && std::has_single_bit(told + 1) && told > 1 ? told : largest;
     set_own_bits(capture, static_cast<int>(std::bit_width(most)), geometry);
     capture.sensor.white_level =
         static_cast<int>(std::min(most, (1U << static_cast<unsigned>(capture.sensor.bits)) - 1U));

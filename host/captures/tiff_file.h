@@ -15,8 +15,8 @@ namespace cali::host {
 /// Of one channel, and not a mosaic that says so; `content` is the whole file.
 [[nodiscard]] bool is_grey_tiff(const std::filesystem::path& file, std::span<const uint8_t> content);
 
-/// The depth is the file's largest value's, where it tells that, or else that of its samples. `content` is the whole
-/// file. Throw InputError.
+/// The depth is that of the largest value the file states, where that is 2^n - 1, or else that of its samples.
+/// `content` is the whole file. Throw InputError.
 void probe_tiff(Capture& capture, std::span<const uint8_t> content, uint64_t bytes, const Geometry& geometry);
 void read_tiff(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
 

@@ -15,7 +15,7 @@ struct AwbOptions {
 };
 
 void describe(Command& command, AwbOptions& options) {
-    command.option("FRAME", options.frame, "capture of a grey card, .raw or .pgm").required();
+    command.option("FRAME", options.frame, "capture of a grey card").required();
     options.values.add_to(command, {ValueOptions::black_level, ValueOptions::lens_shading});
     command
         .option("--window", options.window,

@@ -14,7 +14,7 @@ struct BlcOptions {
 };
 
 void describe(Command& command, BlcOptions& options) {
-    command.option("FRAME", options.frames, "dark frames, .raw or .pgm; offsets are averaged over them").required();
+    command.option("FRAME", options.frames, "dark frames; offsets are averaged over them").required();
     command
         .option("--method", options.method, "median, mean, or mean_deviation (the mean plus a tenth of the deviation)")
         .show_default();
@@ -24,6 +24,8 @@ void describe(Command& command, BlcOptions& options) {
     options.run.add_to(command);
     command.examples(
         "  cali blc dark.raw --size 1920x1080 --pattern BGGR --bits 12\n"
+        "  cali blc dark_1.dng dark_2.dng\n"
+        "  cali blc dark.raw --size 1920x1080 --pattern BGGR --packing raw10 --stride-bytes 2432\n"
         "  cali blc dark_1.pgm dark_2.pgm --pattern RGGB --method mean\n"
         "  cali blc shots/dark_1.raw --session shots/session.toml --blocks 16");
 }

@@ -21,7 +21,7 @@ struct CcmOptions {
 };
 
 void describe(Command& command, CcmOptions& options) {
-    command.option("CHART", options.chart, "capture of the chart, .raw or .pgm").required();
+    command.option("CHART", options.chart, "capture of the chart").required();
     options.values.add_to(command, {ValueOptions::all, ValueOptions::black_level});
     command.option("--method", options.method,
                    "lsq (least squares, default), optimised (least colour difference), or joint (least squares, white "

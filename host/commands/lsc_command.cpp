@@ -19,7 +19,7 @@ struct LscOptions {
 };
 
 void describe(Command& command, LscOptions& options) {
-    command.option("FLAT", options.frame, "capture of an evenly lit surface, .raw or .pgm").required();
+    command.option("FLAT", options.frame, "capture of an evenly lit surface").required();
     options.values.add_to(command, {ValueOptions::black_level});
     command.option("--grid", options.grid, "mesh nodes across and down, 4 to 129 each, 4761 in all; default 33x25")
         .type_name("COLSxROWS");

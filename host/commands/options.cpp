@@ -171,14 +171,15 @@ int CommandLine::parse_and_run(int argc, char** argv) {
 
 void GeometryOptions::add_to(Command& command) {
     command.option("--session", session_, "session file that tells the geometry (docs/session.md)").type_name("FILE");
-    command.option("--size", size_, "size of raw files, such as 1920x1080").type_name("WxH");
+    command.option("--size", size_, "size of headerless raw files, such as 1920x1080; other forms tell theirs")
+        .type_name("WxH");
     command.option("--pattern", pattern_,
                    "colours of the top-left photosites: BGGR, GBRG, GRBG or RGGB; MONO: no mosaic");
-    command.option("--bits", bits_, "bit depth of the samples, 8 to 16");
+    command.option("--bits", bits_, "bit depth of the samples, 8 to 16, where the file does not tell it");
     command.option("--packing", packing_, "of headerless raw files: none, raw10, raw12 or raw14 (docs/captures.md)");
     command.option("--byte-order", byte_order_, "of headerless 16-bit words: little or big");
     command.option("--stride-bytes", stride_bytes_, "of headerless raw files: from one row to the next");
-    command.option("--header-bytes", header_bytes_, "of raw files: bytes before the first row");
+    command.option("--header-bytes", header_bytes_, "of headerless raw files: bytes before the first row");
 }
 
 std::optional<Session> GeometryOptions::session() const {

@@ -30,7 +30,7 @@ struct VerifyOptions {
 };
 
 void describe(Command& command, VerifyOptions& options) {
-    command.option("FRAME", options.frame, "capture, .raw or .pgm").required();
+    command.option("FRAME", options.frame, "capture").required();
     command.option("--results", options.results, "results file with the values to apply").type_name("FILE").required();
     command
         .option("--out", options.out,
