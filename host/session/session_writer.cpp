@@ -26,11 +26,13 @@ std::string remark(const std::string& words) {
 
 class Writer {
 public:
-    explicit Writer(const std::filesystem::path& folder) : folder_(folder) {}
+    /// Empty: the current folder.
+    explicit Writer(const std::filesystem::path& folder)
+        : folder_(std::filesystem::absolute(folder.empty() ? "." : folder).lexically_normal()) {}
 
     [[nodiscard]] std::string name(const std::filesystem::path& file) const {
-        const std::filesystem::path near = std::filesystem::absolute(file).lexically_normal().lexically_relative(
-            std::filesystem::absolute(folder_).lexically_normal());
+        const std::filesystem::path near =
+            std::filesystem::absolute(file).lexically_normal().lexically_relative(folder_);
         return (near.empty() ? file : near).generic_string();
     }
 
@@ -61,7 +63,7 @@ public:
     }
 
 private:
-    const std::filesystem::path& folder_;
+    std::filesystem::path folder_;
 };
 
 std::string sensor_text(const SensorGeometry& sensor, const Geometry& told) {
