@@ -241,6 +241,9 @@ Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rule
     std::vector<MeasuredLevel> levels;
     const auto measure = [&](std::size_t level, const Capture& frame, const Window& window) {
         read(frame);
+        if (!request.levels[level].gain) {
+            require_same_gain(frame, request.taken.gain, "that of the series");
+        }
         if (level == levels.size()) {
             levels.push_back({text("level %zu", level + 1), {}});
         }

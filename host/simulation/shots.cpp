@@ -132,7 +132,12 @@ private:
     [[nodiscard]] bool tuning() const { return plan_.naming == ShotNaming::tuning; }
 
     [[nodiscard]] std::string gain_part(std::size_t gain) const {
-        return plan_.gains.size() > 1 && !tuning() ? text("_g%g", plan_.gains[gain]) : "";
+        if (plan_.gains.size() == 1 || tuning()) {
+            return "";
+        }
+        std::string part = text("_g%g", plan_.gains[gain]);
+        std::ranges::replace(part, '.', 'p');  // a dot would end the part
+        return part;
     }
     /// From 1; names that do not tell the gain count on from one gain to the next.
     [[nodiscard]] int number(std::size_t gain, int index, int count) const {
@@ -213,8 +218,9 @@ private:
             shot.scene.shaded = false;
             ShotNames::Entry& entry = names_.series.emplace_back(ShotNames::Entry{{}, 0, plan_.gains[gain]});
             for (shot.frame = 0; shot.frame < plan_.series_frames; ++shot.frame) {
-                const std::string stem = (plan_.naming == ShotNaming::plain ? "series" : "noise") + gain_part(gain) +
-                                         text("_%d_%d", number(gain, level, levels), shot.frame + 1);
+                const std::string stem = (plan_.naming == ShotNaming::plain ? "series" : "noise") +
+                                         text("_%d", number(gain, level, levels)) + gain_part(gain) +
+                                         text("_%d", shot.frame + 1);
                 const auto stream = static_cast<uint32_t>(level) * 1000U + static_cast<uint32_t>(shot.frame);
                 entry.files.push_back(shoot(gain, stem, shot, kSeriesStream + stream));
             }

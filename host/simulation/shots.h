@@ -18,7 +18,7 @@ enum class ShotForm { raw, pgm, tiff, png, dng, mipi };
 
 /// How files are called: dark_1, flat_5000K, series_1_1; with size, depth and pattern where the form does not tell
 /// them, noise_1_1; or as tuning tools expect them: alsc_5000k_1, chart_5000k_120l, noise_1_1, and no grey cards. Of
-/// several gains the first two are called dark_g4_1, flat_5000K_g4, series_g4_1_1; the third counts on.
+/// several gains the first two are called dark_g4_1, flat_5000K_g4, series_1_g4_1; the third counts on.
 enum class ShotNaming { plain, geometry, tuning };
 
 inline constexpr double kLeastSimulatedGain = 0.1;
