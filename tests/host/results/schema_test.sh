@@ -39,7 +39,11 @@ grey = "$session/grey_5000K.raw"
 TOML
 run 0 calibrate given.toml --out given
 
-files=(steps.json rejected.json forced.json null.json given/results.json)
+# One channel, two gains.
+run 0 simulate mono --pattern MONO --gains 1,4 --size 320x240 --illuminants 5000 --series-levels 3 --format raw
+run 0 calibrate mono/session.toml
+
+files=(mono/results.json steps.json rejected.json forced.json null.json given/results.json)
 grep -q '"status": "rejected"' rejected.json
 grep -q '"status": "forced"' forced.json
 grep -q '"method": "given"' given/results.json
