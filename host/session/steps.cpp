@@ -192,7 +192,7 @@ Step<WhiteBalance> chart_greys_step(Capture& chart, const TuningValues& values, 
 Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
                              const StepRules& rules) {
     Record made;
-    std::ranges::transform(lights, std::back_inserter(made.values),
+    std::ranges::transform(curve_lights(lights), std::back_inserter(made.values),
                            [](const WhiteBalance& light) { return value_record(light); });
     return carry_out<CurveResult>(
         Judge(rules.limits, {"white_balance_curve", {}, {}}), rules, std::move(made),
