@@ -105,10 +105,11 @@ Channels<double> on_library_scale(Channels<double> codes, int bits) {
     return codes;
 }
 
-std::vector<std::string> offset_row(const std::string& first, const char* second, const Channels<uint32_t>& offset) {
+std::vector<std::string> offset_row(const std::string& first, const char* second, const Channels<uint32_t>& offset,
+                                    std::span<const ChannelLabel> channels) {
     std::vector<std::string> cells = {first, second};
-    for (const uint32_t code : offset) {
-        cells.push_back(std::to_string(code));
+    for (const ChannelLabel& label : channels) {
+        cells.push_back(std::to_string(offset[label.index]));
     }
     return cells;
 }
@@ -193,14 +194,15 @@ Section describe(const BlackLevelResults& results) {
                     {}};
     Table& table = section.tables.emplace_back();
     table.columns = {{"frame", 28, true}, {"method", 16, true}};
-    const bool mono = results.record.mono;
-    for (const ChannelLabel& label : channel_labels(false)) {
-        table.columns.push_back({mono ? "" : label.title, 8});
+    const std::span<const ChannelLabel> channels = channel_labels(results.record.mono);
+    for (const ChannelLabel& label : channels) {
+        table.columns.push_back({label.title, 8});
     }
     for (const DarkFrameLevels& frame : results.frames) {
         const std::string name = frame.file.filename().string();
         for (std::size_t method = 0; method < kBlackLevelMethods; ++method) {
-            table.rows.push_back({offset_row(name, kMethodNames[method], frame.by_method[method].offset), ""});
+            table.rows.push_back(
+                {offset_row(name, kMethodNames[method], frame.by_method[method].offset, channels), ""});
         }
         if (!frame.median_in_bounds) {
             table.rows.back().remark = name + ": a median lies outside 1..799: is this a dark frame?";
@@ -210,19 +212,20 @@ Section describe(const BlackLevelResults& results) {
     if (std::ranges::all_of(results.mean, [](const Measured& mean) { return mean.uncertainty > 0; })) {
         Row means{{"all frames", "unrounded mean"}, ""};
         Row uncertainties{{"", "+/-"}, ""};
-        for (const Measured& mean : results.mean) {
+        for (const ChannelLabel& label : channels) {
+            const Measured& mean = results.mean[label.index];
             means.cells.push_back(text("%.3f", mean.value));
             uncertainties.cells.push_back(text("%.4f", mean.uncertainty));
         }
         table.rows.push_back(std::move(means));
         table.rows.push_back(std::move(uncertainties));
     }
-    table.rows.push_back({offset_row("offset", method_name(results.method), values.offset), ""});
+    table.rows.push_back({offset_row("offset", method_name(results.method), values.offset, channels), ""});
     Row& gains = table.rows.emplace_back(Row{{"restoring gain", ""}, ""});
-    for (const float gain : values.gain) {
-        gains.cells.push_back(text("%.5f", static_cast<double>(gain)));
+    for (const ChannelLabel& label : channels) {
+        gains.cells.push_back(text("%.5f", static_cast<double>(values.gain[label.index])));
     }
-    for (const auto& [c, key, title] : channel_labels(mono)) {
+    for (const auto& [c, key, title] : channels) {
         const Measured& mean = results.mean[c];
         const double rounded = mean.uncertainty > 0 ? with_rounding(mean.uncertainty, 1) : 0;
         section.figures.push_back({std::string("mean_") + key, mean.value, "codes", known(mean.uncertainty)});

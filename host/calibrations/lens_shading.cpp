@@ -10,16 +10,20 @@ namespace {
 
 constexpr int kLeastSide = 16;  ///< of a flat field
 
-/// The others are green's but for rounding.
+}  // namespace
+
 void take_green(ShadingTables& tables) {
     constexpr std::size_t kGreen = 1;
-    tables.mesh.fill(std::vector<int32_t>(tables.mesh[kGreen]));
+    constexpr int32_t kUnity = 512;
+    for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
+        if (i != kGreen) {
+            tables.mesh[i].assign(tables.mesh[kGreen].size(), kUnity);
+        }
+    }
     for (std::size_t i = 0; i < tables.radial.size(); ++i) {
         tables.radial[i] = tables.radial[kGreen * kRadialEntries + i % kRadialEntries];
     }
 }
-
-}  // namespace
 
 LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level, const ShadingSettings& settings,
                                  const LibraryOutput& output, CorrectedFlat& corrected) {

@@ -45,6 +45,10 @@ struct CorrectedFlat {
 CorrectedFlat prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading,
                             const LibraryOutput& output);
 
+/// Of a sensor without colours: every channel is corrected by green's gains. The mesh's red and blue, which are
+/// relative to green, become unity.
+void take_green(ShadingTables& tables);
+
 /// The mesh as the front end takes it.
 [[nodiscard]] ShadingGrids grids_of(const LensShading& shading);
 

@@ -39,6 +39,9 @@ public:
                 sums_.assign(frame.codes.size(), 0);
             } else {
                 require_same_sensor(frame.capture.sensor, file.string(), capture_.sensor, entry_.file().string());
+                if (!entry_.taken.gain) {
+                    require_same_gain(frame.capture, capture_.metadata.gain, "that of " + entry_.file().string());
+                }
                 std::ranges::move(frame.capture.inputs, std::back_inserter(capture_.inputs));
             }
             means_.push_back(mean_of(frame.codes));
@@ -80,6 +83,14 @@ private:
 
 }  // namespace
 
+void require_same_gain(const Capture& frame, const std::optional<double>& expected, const std::string& whose) {
+    const auto of = [](const std::optional<double>& gain) { return gain ? text("gain %g", *gain) : "no known gain"; };
+    if (frame.metadata.gain != expected) {
+        throw InputError(frame.file.string() + ": is of " + of(frame.metadata.gain) + ", expected " + of(expected) +
+                         ", " + whose);
+    }
+}
+
 Capture read_entry(const CaptureEntry& entry, const Geometry& geometry, double most_difference) {
     Capture capture;
     if (entry.files.size() == 1) {
@@ -94,6 +105,13 @@ Capture read_entry(const CaptureEntry& entry, const Geometry& geometry, double m
     }
     set_conditions(capture, entry);
     return capture;
+}
+
+std::vector<std::pair<Conditions, std::vector<SeriesLevel>>> series_by_gain(const std::vector<SeriesLevel>& series,
+                                                                            const Geometry& geometry) {
+    return by_gain(series, [&](const SeriesLevel& level) {
+        return level.files.empty() ? level.gain : conditions_of({level.files, {{}, level.gain}, {}}, geometry).gain;
+    });
 }
 
 std::optional<Capture> try_probe(const CaptureEntry& entry, const Geometry& geometry) {

@@ -167,7 +167,7 @@ std::string dng_of(const DngContent& content, std::span<const uint16_t> samples)
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 16);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_CFA);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, content.mono ? kLinearRaw : PHOTOMETRIC_CFA);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, content.height);
@@ -176,15 +176,17 @@ std::string dng_of(const DngContent& content, std::span<const uint16_t> samples)
     TIFFSetField(tiff, TIFFTAG_UNIQUECAMERAMODEL, "Simulated Sensor");
     TIFFSetField(tiff, TIFFTAG_DNGVERSION, version.data());
     TIFFSetField(tiff, TIFFTAG_DNGBACKWARDVERSION, backward.data());
-    TIFFSetField(tiff, TIFFTAG_CFAREPEATPATTERNDIM, two_by_two.data());
-    TIFFSetField(tiff, TIFFTAG_CFAPATTERN, 4, colours.data());
+    if (!content.mono) {
+        TIFFSetField(tiff, TIFFTAG_CFAREPEATPATTERNDIM, two_by_two.data());
+        TIFFSetField(tiff, TIFFTAG_CFAPATTERN, 4, colours.data());
+        TIFFSetField(tiff, TIFFTAG_COLORMATRIX1, 9, matrix.data());
+        TIFFSetField(tiff, TIFFTAG_CALIBRATIONILLUMINANT1, 21);  // D65
+    }
     TIFFSetField(tiff, TIFFTAG_ACTIVEAREA, content.active.data());
     TIFFSetField(tiff, TIFFTAG_BLACKLEVELREPEATDIM, two_by_two.data());
     TIFFSetField(tiff, TIFFTAG_BLACKLEVEL, 4, black.data());
     TIFFSetField(tiff, TIFFTAG_WHITELEVEL, 1, &white);
-    TIFFSetField(tiff, TIFFTAG_COLORMATRIX1, 9, matrix.data());
-    TIFFSetField(tiff, TIFFTAG_CALIBRATIONILLUMINANT1, 21);  // D65
-    if (content.neutral) {
+    if (content.neutral && !content.mono) {
         std::array<float, 3> neutral{};
         std::ranges::transform(*content.neutral, neutral.begin(),
                                [](double share) { return static_cast<float>(share); });

@@ -31,6 +31,7 @@ struct DngContent {
     int height = 0;
     int bits = 0;
     int pattern = 0;                      ///< at the active area's corner
+    bool mono = false;                    ///< one channel in place of the pattern, and no neutral
     std::array<uint32_t, 4> active = {};  ///< as in DngMosaic
     std::array<double, 4> black = {};     ///< by position
     std::optional<std::array<double, 3>> neutral;

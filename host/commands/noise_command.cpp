@@ -1,5 +1,6 @@
 #include "base/error.h"
 #include "base/progress.h"
+#include "captures/burst.h"
 #include "captures/file_patterns.h"
 #include "captures/read_capture.h"
 #include "commands/commands.h"
@@ -94,6 +95,16 @@ NoiseSettings settings_of(const NoiseOptions& options, const std::optional<Sessi
     return settings;
 }
 
+/// A line through levels of several gains is none.
+void require_one_gain(const std::vector<SeriesLevel>& series, const Geometry& geometry) {
+    auto gains = series_by_gain(series, geometry);
+    std::erase_if(gains, [](const auto& group) { return !group.first.gain; });
+    if (gains.size() > 1) {
+        throw InputError("the series has levels of " + to_text(gains[0].first) + " and " + to_text(gains[1].first) +
+                         ", expected one gain: cali calibrate --only noise does each for itself");
+    }
+}
+
 int act(const NoiseOptions& options, const Invocation& invocation) {
     const std::optional<Session> session = options.geometry.session();
     const std::vector<SeriesLevel> series = series_of(options, session);
@@ -110,6 +121,7 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
         run.files().output(options.plot, "--plot");
     }
     run.start();
+    require_one_gain(series, geometry);
     SensorGeometry sensor;
     const Capture first = first_frame(series, geometry);
     const Results known = options.values.values(first, run);

@@ -21,6 +21,7 @@ struct SimulateOptions {
     std::string pattern = "RGGB";
     std::string format = "both";
     std::string naming = "plain";
+    std::string chart = "fills-frame";
     std::vector<double> axis;
     std::vector<std::string> faults;
     bool overwrite = false;
@@ -30,7 +31,8 @@ struct SimulateOptions {
 void describe(Command& command, SimulateOptions& options) {
     command.option("DIR", options.folder, "folder for captures, session.toml and truth.json").required();
     command.option("--size", options.size, "frame size, up to 8192x8192").type_name("WxH").show_default();
-    command.option("--pattern", options.pattern, "BGGR, GBRG, GRBG or RGGB").show_default();
+    command.option("--pattern", options.pattern, "BGGR, GBRG, GRBG, RGGB, or MONO: all photosites green")
+        .show_default();
     command.option("--bits", options.plan.sensor.bits, "bit depth of the files")
         .whole_range(kMinBits, kMaxBits)
         .show_default();
@@ -48,6 +50,22 @@ void describe(Command& command, SimulateOptions& options) {
         .show_default();
     command.option("--illuminants", options.plan.illuminants, "colour temperatures in kelvin")
         .range(kMinIlluminantK, kMaxIlluminantK)
+        .show_default();
+    command
+        .option("--gains", options.plan.gains,
+                "analogue gains, with commas: dark frames and series at each, all else at the lowest")
+        .range(kLeastSimulatedGain, kMostSimulatedGain)
+        .separated_by(',')
+        .show_default();
+    command.flag("--all-at-every-gain", options.plan.all_at_every_gain,
+                 "flat fields, grey cards and charts at every gain as well");
+    command.option("--burst", options.plan.burst, "frames of every flat field, grey card and chart, to be averaged")
+        .whole_range(1, kMostSimulatedBurst)
+        .show_default();
+    command
+        .option("--chart", options.chart,
+                "fills-frame; or perspective: somewhere among other things, tilted, another place for another seed")
+        .one_of({"fills-frame", "perspective"})
         .show_default();
     command.option("--axis", options.axis, "optical axis, photosites right of and below the centre").expected(2);
     command
@@ -77,6 +95,7 @@ void describe(Command& command, SimulateOptions& options) {
         "  cali simulate shots\n"
         "  cali simulate shots --size 640x480 --pattern GRBG --bits 10 --format pgm --seed 7\n"
         "  cali simulate camera --format dng --names tuning\n"
+        "  cali simulate real --gains 1,4 --burst 4 --chart perspective\n"
         "  cali simulate bad --fault tilt=8 --fault grey-on-chart");
 }
 
@@ -107,6 +126,13 @@ void require_no_files(const std::filesystem::path& folder, const std::vector<std
     }
 }
 
+void require_no_shift(const SimulationPlan& plan) {
+    if (std::ranges::find(plan.faults, FaultKind::chart_shift, &Fault::kind) != plan.faults.end()) {
+        throw InputError(
+            "--fault chart-shift: a chart in perspective has no place to be off, expected --chart fills-frame");
+    }
+}
+
 std::vector<ShotForm> forms_of(const std::string& format) {
     if (format == "both") {
         return {ShotForm::raw, ShotForm::pgm};
@@ -127,12 +153,22 @@ int act(const SimulateOptions& options, const Invocation& /*invocation*/) {
     set_size(geometry, options.size);
     sensor.width = check_number(*geometry.width, 24, 8192, "width");
     sensor.height = check_number(*geometry.height, 16, 8192, "height");
-    sensor.pattern = parse_pattern(options.pattern, "--pattern");
+    set_pattern(geometry, options.pattern, "--pattern");
+    sensor.pattern = *geometry.pattern;
+    if (geometry.mono) {
+        sensor.take_colours_away();
+    }
     sensor.axis_x = options.axis.empty() ? 0.008 * sensor.width : options.axis[0];
     sensor.axis_y = options.axis.empty() ? -0.006 * sensor.width : options.axis[1];
     sensor.round_pedestals();
     for (const std::string& fault : options.faults) {
         plan.faults.push_back(parse_fault(fault, "--fault"));
+    }
+
+    plan.gains = checked_gains(plan.gains, "--gains");
+    if (options.chart == "perspective") {
+        plan.chart_view = session_view(plan.seed);
+        require_no_shift(plan);
     }
 
     const std::filesystem::path folder = options.folder;

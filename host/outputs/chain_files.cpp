@@ -93,7 +93,11 @@ void ChainFiles::not_done(const std::string& section, const std::string& why) {
     report_.not_done(section, why);
 }
 
-void ChainFiles::capture_read(const Capture& capture) { progress_.step(capture.file.filename().string()); }
+void ChainFiles::capture_read(const Capture& capture) {
+    for (const InputRecord& frame : capture.inputs) {
+        progress_.step(frame.file.filename().string());
+    }
+}
 
 void ChainFiles::flat_field(const LensShading& shading, const SensorGeometry& sensor, const CorrectedFlat& corrected) {
     add_shading_files(files_, folder_, shading, sensor, corrected, choice_.shading);

@@ -42,9 +42,7 @@ void mesh_fields(Archive& mesh, ShadingSettings& settings, ShadingTables& tables
             }
         };
         if (gains.mono()) {
-            table(kMonoKey, tables.mesh[kGreen]);
-            tables.mesh.fill(std::vector<int32_t>(tables.mesh[kGreen]));
-            return;
+            return table(kMonoKey, tables.mesh[kGreen]);
         }
         for (std::size_t i = 0; i < tables.mesh.size(); ++i) {
             table(kColourKeys[i], tables.mesh[i]);
@@ -69,9 +67,6 @@ void radial_fields(Archive& radial, ShadingTables& tables) {
             gains.field(gains.mono() ? kMonoKey : kColourKeys[i], table);
             std::ranges::copy(table, first_of(i));
         }
-        for (std::size_t i = 0; gains.mono() && i < kColourKeys.size(); ++i) {
-            std::ranges::copy(table, first_of(i));
-        }
     });
 }
 
@@ -86,6 +81,9 @@ void fields(Archive& archive, LensShading& result) {
     archive.field("height", result.tables.height, 1, kMaxSide);
     archive.object("mesh", [&](Archive mesh) { mesh_fields(mesh, result.settings, result.tables); });
     archive.object("radial", [&](Archive radial) { radial_fields(radial, result.tables); });
+    if (archive.mono() && archive.reading()) {
+        take_green(result.tables);
+    }
     archive.object("uniformity", [&](Archive uniformity) {
         flatness_fields(uniformity, "before", result.before);
         flatness_fields(uniformity, "after_mesh", result.after_mesh);

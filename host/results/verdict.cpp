@@ -19,7 +19,12 @@ double nearness(const Finding& finding) {
 }
 
 bool decides(const Finding& a, const Finding& b) {
-    return a.severity != b.severity ? a.severity > b.severity : nearness(a) > nearness(b);
+    if (a.severity != b.severity) {
+        return a.severity > b.severity;
+    }
+    // Of what passes the nearest to its limit, of what does not the farthest beyond it.
+    const bool passed = a.severity == Severity::pass || nearness(a) < 0 || nearness(b) < 0;
+    return passed ? nearness(a) > nearness(b) : nearness(a) < nearness(b);
 }
 
 }  // namespace

@@ -375,10 +375,7 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
         }
     }
     if (plan.does("noise")) {
-        plan.series = by_gain(session.series, [&](const SeriesLevel& level) {
-            return level.files.empty() ? level.gain
-                                       : conditions_of({level.files, {{}, level.gain}, {}}, session.geometry).gain;
-        });
+        plan.series = series_by_gain(session.series, session.geometry);
     }
     return plan;
 }

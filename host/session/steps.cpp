@@ -192,7 +192,7 @@ Step<WhiteBalance> chart_greys_step(Capture& chart, const TuningValues& values, 
 Step<CurveResult> curve_step(const std::vector<WhiteBalance>& lights, const std::filesystem::path& file,
                              const StepRules& rules) {
     Record made;
-    std::ranges::transform(lights, std::back_inserter(made.values),
+    std::ranges::transform(curve_lights(lights), std::back_inserter(made.values),
                            [](const WhiteBalance& light) { return value_record(light); });
     return carry_out<CurveResult>(
         Judge(rules.limits, {"white_balance_curve", {}, {}}), rules, std::move(made),
@@ -241,6 +241,9 @@ Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rule
     std::vector<MeasuredLevel> levels;
     const auto measure = [&](std::size_t level, const Capture& frame, const Window& window) {
         read(frame);
+        if (!request.levels[level].gain) {
+            require_same_gain(frame, request.taken.gain, "that of the series");
+        }
         if (level == levels.size()) {
             levels.push_back({text("level %zu", level + 1), {}});
         }

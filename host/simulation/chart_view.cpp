@@ -349,6 +349,8 @@ void paint_chart(Canvas& canvas, const SensorModel& sensor, const ChartView& vie
 PlacedChart outline_of(const ChartView& view, const Projection& projection) {
     PlacedChart placed;
     const double half = 0.5 / (1 + view.gap);
+    placed.corners = {projection.seen(0, 0), projection.seen(kColumns, 0), projection.seen(kColumns, kRows),
+                      projection.seen(0, kRows)};
     placed.least_patch = 1e9;
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
         const double column = static_cast<double>(patch % kChartColumns) + 0.5;
@@ -394,6 +396,26 @@ PlacedChart place_chart(const SensorModel& sensor, const ChartView& view) {
         return 1 - loss * (along / most + 1) / 2;
     };
     return placed;
+}
+
+ChartView session_view(uint64_t seed) {
+    std::mt19937_64 random(seed * 7919 + 29);
+    const auto uniform = [&](double low, double high) {
+        return std::uniform_real_distribution<double>(low, high)(random);
+    };
+    ChartView view;
+    view.turn = uniform(0, 2 * std::numbers::pi);
+    view.tilt = uniform(5, 30) * std::numbers::pi / 180;
+    view.tilt_axis = uniform(0, 2 * std::numbers::pi);
+    view.focal_length = uniform(1, 2);
+    view.height = uniform(0.7, 0.95);
+    view.place = {uniform(0, 1), uniform(0, 1)};
+    view.gap = uniform(0.1, 0.25);
+    view.border = uniform(0.2, 0.5);
+    view.blur = uniform(0, 1);
+    view.clutter = {20, 1};
+    view.seed = seed;
+    return view;
 }
 
 ChartView random_view(uint64_t seed, SensorModel& sensor) {

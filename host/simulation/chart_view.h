@@ -49,6 +49,7 @@ struct ChartView {
 struct PlacedChart {
     Scene scene;
     std::array<std::array<double, 2>, kChartPatches> centres{};  ///< of the patches, in photosites
+    std::array<std::array<double, 2>, 4> corners{};              ///< of the cells, by patches 1, 6, 24 and 19
     double least_patch = 0;                                      ///< the shortest side of a patch, photosites
 };
 
@@ -56,6 +57,10 @@ struct PlacedChart {
 [[nodiscard]] PlacedChart outline_of(const SensorModel& sensor, const ChartView& view);
 
 [[nodiscard]] PlacedChart place_chart(const SensorModel& sensor, const ChartView& view);
+
+/// A chart in the middle of other things, as one would place it for a calibration: large, any way round, tilted by 5 to
+/// 30 degrees, in even light.
+[[nodiscard]] ChartView session_view(uint64_t seed);
 
 /// A sensor's frame size, pattern and noise, and a view of the chart, at random within what is to be found: any turn,
 /// tilt to 35 degrees, 15 to 100 % of the frame's height, patches of 12 photosites and more. Frames are 640 to 1600

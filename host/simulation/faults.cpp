@@ -43,8 +43,9 @@ constexpr std::array kRecords = {
     FaultRecord{"wrong-light", 2850, kMinIlluminantK, kMaxIlluminantK},
     FaultRecord{"flicker", 1, 0, 100},
     FaultRecord{"series-clipping", 2, 0, 1000},
+    FaultRecord{"burst-flicker", 5, 0, 100},
 };
-static_assert(kRecords.size() == static_cast<std::size_t>(FaultKind::series_clipping) + 1);
+static_assert(kRecords.size() == static_cast<std::size_t>(FaultKind::burst_flicker) + 1);
 
 constexpr double kLeakK = 5000;
 constexpr double kSpotRadius = 0.015;  ///< of the width
@@ -58,11 +59,14 @@ void multiply_light(Scene& scene, const std::function<double(double, double)>& f
                       : factor;
 }
 
-void expose_longer(Scene& scene, double factor) {
-    for (Vector3& colour : scene.colours) {
+void expose_longer(Shot& shot, double factor) {
+    for (Vector3& colour : shot.scene.colours) {
         for (double& component : colour) {
             component *= factor;
         }
+    }
+    if (shot.view) {
+        shot.view->level *= factor;
     }
 }
 
@@ -94,7 +98,7 @@ void spoil_flat(Shot& shot, const Fault& fault) {
                            [=](double x, double) { return std::abs(x - 0.7) < kStreakWidth / 2 ? 1 + share : 1; });
             break;
         case FaultKind::flat_clipping:
-        case FaultKind::flat_dim: expose_longer(shot.scene, fault.amount); break;
+        case FaultKind::flat_dim: expose_longer(shot, fault.amount); break;
         default: break;
     }
 }
@@ -108,7 +112,7 @@ void change_shading(Shot& shot, const Fault& fault) {
 
 void spoil_grey(Shot& shot, const Fault& fault) {
     if (fault.kind == FaultKind::grey_clipping || fault.kind == FaultKind::grey_dim) {
-        expose_longer(shot.scene, fault.amount);
+        expose_longer(shot, fault.amount);
     } else if (fault.kind == FaultKind::grey_light) {
         shot.scene.colours = uniform_scene(shot.sensor, fault.amount, shot.level).colours;
     } else if (fault.kind == FaultKind::grey_on_chart && fault.amount > 0) {
@@ -120,17 +124,23 @@ void spoil_grey(Shot& shot, const Fault& fault) {
 void spoil_chart(Shot& shot, const Fault& fault) {
     switch (fault.kind) {
         case FaultKind::chart_clipping:
-        case FaultKind::chart_dim: expose_longer(shot.scene, fault.amount); break;
+        case FaultKind::chart_dim: expose_longer(shot, fault.amount); break;
         case FaultKind::chart_shift:
             shot.scene.seen = [by = fault.amount / 100](double x, double y) { return std::array{x - by, y}; };
             break;
         case FaultKind::chart_mirrored:
             if (fault.amount > 0) {
                 shot.scene.seen = [](double x, double y) { return std::array{1 - x, y}; };
+                if (shot.view) {
+                    shot.view->mirrored = true;
+                }
             }
             break;
         case FaultKind::wrong_light:
             shot.scene.colours = chart_scene(shot.sensor, fault.amount, shot.level).colours;
+            if (shot.view) {
+                shot.view->illuminant_k = fault.amount;
+            }
             break;
         default: break;
     }
@@ -139,9 +149,9 @@ void spoil_chart(Shot& shot, const Fault& fault) {
 
 void spoil_series(Shot& shot, const Fault& fault) {
     if (fault.kind == FaultKind::flicker && shot.frame % 2 == 1) {
-        expose_longer(shot.scene, 1 + fault.amount / 100);
+        expose_longer(shot, 1 + fault.amount / 100);
     } else if (fault.kind == FaultKind::series_clipping) {
-        expose_longer(shot.scene, fault.amount);
+        expose_longer(shot, fault.amount);
     }
 }
 
@@ -152,6 +162,10 @@ void spoil(Shot& shot, const Fault& fault) {
         case ShotKind::grey: spoil_grey(shot, fault); break;
         case ShotKind::chart: spoil_chart(shot, fault); break;
         case ShotKind::series: spoil_series(shot, fault); break;
+    }
+    const bool of_burst = shot.kind == ShotKind::flat || shot.kind == ShotKind::grey || shot.kind == ShotKind::chart;
+    if (fault.kind == FaultKind::burst_flicker && of_burst && shot.frame == 1) {
+        expose_longer(shot, 1 + fault.amount / 100);
     }
 }
 
@@ -217,6 +231,10 @@ Fault parse_fault(const std::string& text, const std::string& where) {
 std::vector<uint16_t> take(Shot shot, const std::vector<Fault>& faults, uint64_t seed) {
     for (const Fault& fault : faults) {
         spoil(shot, fault);
+    }
+    if (shot.view) {
+        shot.scene = place_chart(shot.sensor, *shot.view).scene;
+        shot.scene.shaded = true;
     }
     std::vector<uint16_t> samples = expose(shot.sensor, shot.scene, seed, shot.stream);
     for (const Fault& fault : faults) {

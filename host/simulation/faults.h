@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "simulation/chart_view.h"
 #include "simulation/sensor.h"
 
 namespace cali::host {
@@ -17,10 +19,11 @@ struct Shot {
     ShotKind kind = ShotKind::dark;
     double illuminant_k = 0;  ///< as it is stated; 0: in the dark
     double level = 0;         ///< of full scale, as the scene was asked for
-    int frame = 0;            ///< from 0, of a dark frame or of a level
+    int frame = 0;            ///< from 0, of a dark frame, of a burst or of a level
     SensorModel sensor;
     Scene scene;
-    uint32_t stream = 0;  ///< of the random numbers
+    std::optional<ChartView> view;  ///< of a chart, in place of the scene
+    uint32_t stream = 0;            ///< of the random numbers
 };
 
 /// What its amount means stands beside each.
@@ -47,6 +50,7 @@ enum class FaultKind {
     wrong_light,       ///< kelvin that charts are really under
     flicker,           ///< % by which every second frame of a level is brighter
     series_clipping,   ///< exposed so many times as long
+    burst_flicker,     ///< % by which the second frame of a burst is brighter
 };
 
 struct Fault {

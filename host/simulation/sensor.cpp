@@ -74,6 +74,28 @@ void SensorModel::round_pedestals() {
     }
 }
 
+void SensorModel::take_colours_away() {
+    mono = true;
+    pattern = SensorModel{}.pattern;
+    pedestal.fill(pedestal[kGR]);
+    falloff_k2.fill(falloff_k2[kGR]);
+    camera_of_xyz.fill(camera_of_xyz[1]);
+}
+
+SensorModel SensorModel::at(double analogue_gain) const {
+    SensorModel sensor = *this;
+    sensor.gain = analogue_gain;
+    sensor.conversion_gain *= analogue_gain;
+    sensor.read_noise *= std::sqrt(kReadNoiseBeforeGain * analogue_gain * analogue_gain + 1 - kReadNoiseBeforeGain);
+    for (double& level : sensor.pedestal) {
+        level += kPedestalPerGain * (analogue_gain - 1);
+    }
+    sensor.round_pedestals();
+    return sensor;
+}
+
+const char* pattern_text(const SensorModel& sensor) { return sensor.mono ? "MONO" : pattern_name(sensor.pattern); }
+
 Scene dark_scene() { return {false, {{0.0, 0.0, 0.0}}}; }
 
 Vector3 camera_white(const SensorModel& sensor, double illuminant_k) {

@@ -13,12 +13,19 @@
 
 namespace cali::host {
 
+/// By which the pedestal rises for a unit of gain, codes.
+inline constexpr double kPedestalPerGain = 2;
+/// Share of the read noise's variance at gain 1 that arises before the amplifier.
+inline constexpr double kReadNoiseBeforeGain = 0.5;
+
 /// All codes are on the 12-bit scale.
 struct SensorModel {
     int width = 1920;
     int height = 1080;
-    int pattern = 3;
+    int pattern = 3;    ///< RGGB
+    bool mono = false;  ///< no mosaic: all channels are alike
     int bits = 12;
+    double gain = 1;  ///< analogue; what follows is as it is behind it
     Channels<double> pedestal = {64, 66, 65, 63};
     double read_noise = 3.0;        ///< standard deviation, codes
     double conversion_gain = 0.25;  ///< codes per electron: shot noise has the variance gain * signal
@@ -35,7 +42,17 @@ struct SensorModel {
 
     /// Pedestals are whole codes of the file's own depth.
     void round_pedestals();
+
+    /// All photosites become what the green ones of the red rows are.
+    void take_colours_away();
+
+    /// This sensor, which is at gain 1, at another: the same share of the range for the same scene, of a shorter
+    /// exposure.
+    [[nodiscard]] SensorModel at(double analogue_gain) const;
 };
+
+/// "RGGB", or "MONO".
+[[nodiscard]] const char* pattern_text(const SensorModel& sensor);
 
 /// Light on the sensor before shading.
 struct Scene {

@@ -9,11 +9,23 @@ namespace {
 
 std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
-std::string lit_list(const std::vector<ShotNames::Lit>& captures) {
+/// What the files of the plan's first form do not tell.
+bool states_gain(const SimulationPlan& plan) {
+    return plan.forms.front() != ShotForm::dng && plan.gains != std::vector<double>{1};
+}
+
+/// Of captures, or of the series' levels.
+std::string list(const SimulationPlan& plan, const std::vector<ShotNames::Entry>& entries, bool levels = false) {
     std::ostringstream out;
     out << "[\n";
-    for (const auto& [file, kelvin] : captures) {
-        out << "    { file = " << quoted(file) << ", illuminant_k = " << kelvin << " },\n";
+    for (const ShotNames::Entry& entry : entries) {
+        std::string files;
+        for (const std::string& file : entry.files) {
+            files += (files.empty() ? "" : ", ") + quoted(file);
+        }
+        out << "    { " << (entry.files.size() == 1 && !levels ? "file = " + files : "files = [" + files + "]")
+            << (entry.illuminant_k > 0 ? text(", illuminant_k = %g", entry.illuminant_k) : "")
+            << (states_gain(plan) ? text(", gain = %g", entry.gain) : "") << " },\n";
     }
     out << "]\n";
     return out.str();
@@ -26,24 +38,15 @@ std::string session_text(const SimulationPlan& plan, const ShotNames& names) {
     std::ostringstream out;
     out << "# Captures of a simulated sensor; truth.json tells what it is made of.\n"
         << "[sensor]\nwidth = " << sensor.width << "\nheight = " << sensor.height
-        << "\npattern = " << quoted(pattern_name(sensor.pattern)) << "\nbits = " << sensor.bits
+        << "\npattern = " << quoted(pattern_text(sensor)) << "\nbits = " << sensor.bits
         << (plan.forms.front() == ShotForm::mipi ? text("\npacking = \"raw%d\"", sensor.bits) : "")
-        << "\n\n[captures]\n# Lens capped.\ndark = [\n";
-    for (const std::string& file : names.dark) {
-        out << "    " << quoted(file) << ",\n";
-    }
-    out << "]\n# An evenly lit, bright surface.\nflat = " << lit_list(names.flat)
-        << "# A grey card.\ngrey = " << lit_list(names.grey)
-        << "# The 24-patch chart, filling the frame.\nchart = " << lit_list(names.chart)
-        << "# Uniform light on the sensor, without a lens, from dark to bright.\nseries = [\n";
-    for (const std::vector<std::string>& level : names.series) {
-        out << "    { files = [";
-        for (std::size_t i = 0; i < level.size(); ++i) {
-            out << (i == 0 ? "" : ", ") << quoted(level[i]);
-        }
-        out << "] },\n";
-    }
-    out << "]\n\n[black_level]\nmethod = \"median\"\n\n[colour_matrix]\nfills_frame = true\n";
+        << "\n\n[captures]\n# Lens capped.\ndark = " << list(plan, names.dark)
+        << "# An evenly lit, bright surface.\nflat = " << list(plan, names.flat)
+        << "# A grey card.\ngrey = " << list(plan, names.grey) << "# The 24-patch chart"
+        << (plan.chart_view ? "" : ", filling the frame") << ".\nchart = " << list(plan, names.chart)
+        << "# Uniform light on the sensor, without a lens, from dark to bright.\nseries = "
+        << list(plan, names.series, true) << "\n[black_level]\nmethod = \"median\"\n"
+        << (plan.chart_view ? "" : "\n[colour_matrix]\nfills_frame = true\n");
     return out.str();
 }
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "simulation/faults.h"
@@ -17,11 +17,21 @@ namespace cali::host {
 enum class ShotForm { raw, pgm, tiff, png, dng, mipi };
 
 /// How files are called: dark_1, flat_5000K, series_1_1; with size, depth and pattern where the form does not tell
-/// them, noise_1_1; or as tuning tools expect them: alsc_5000k_1, chart_5000k_120l, noise_1_1, and no grey cards.
+/// them, noise_1_1; or as tuning tools expect them: alsc_5000k_1, chart_5000k_120l, noise_1_1, and no grey cards. Of
+/// several gains the first two are called dark_g4_1, flat_5000K_g4, series_1_g4_1; the third counts on.
 enum class ShotNaming { plain, geometry, tuning };
 
+inline constexpr double kLeastSimulatedGain = 0.1;
+inline constexpr double kMostSimulatedGain = 64;
+inline constexpr int kMostSimulatedGains = 16;
+inline constexpr int kMostSimulatedBurst = 99;
+
 struct SimulationPlan {
-    SensorModel sensor;
+    SensorModel sensor;                                          ///< at gain 1
+    std::vector<double> gains = {1};                             ///< analogue, rising
+    bool all_at_every_gain = false;                              ///< else dark frames and series only
+    int burst = 1;                                               ///< frames of a flat field, grey card or chart
+    std::optional<ChartView> chart_view;                         ///< none: the chart fills the frame
     std::vector<double> illuminants = {2850, 4000, 5000, 6500};  ///< kelvin
     int dark_frames = 3;
     int series_levels = 8;
@@ -35,17 +45,24 @@ struct SimulationPlan {
 /// Throws InputError where a form cannot hold samples of the plan's depth.
 void check_forms(const SimulationPlan& plan);
 
+/// Rising. Throws InputError for gains that are too many, equal, or no whole ISO speeds, which are what files tell.
+[[nodiscard]] std::vector<double> checked_gains(std::vector<double> gains, const std::string& where);
+
 /// White of the chart over full scale.
 inline constexpr double kSimulatedChartLevel = 0.90;
 
 /// File names as a session file beside them names them.
 struct ShotNames {
-    using Lit = std::pair<std::string, double>;  ///< name and light in kelvin
-    std::vector<std::string> dark;
-    std::vector<Lit> flat;
-    std::vector<Lit> grey;
-    std::vector<Lit> chart;
-    std::vector<std::vector<std::string>> series;
+    struct Entry {
+        std::vector<std::string> files = {};
+        double illuminant_k = 0;  ///< 0: not stated
+        double gain = 1;
+    };
+    std::vector<Entry> dark;
+    std::vector<Entry> flat;
+    std::vector<Entry> grey;
+    std::vector<Entry> chart;
+    std::vector<Entry> series;
 
     [[nodiscard]] std::size_t count() const;
 };

@@ -5,12 +5,12 @@
 namespace cali::host {
 
 std::string truth_text(const SimulationPlan& plan) {
-    const SensorModel& sensor = plan.sensor;
+    const SensorModel sensor = plan.sensor.at(plan.gains.front());
     Json json;
     json["seed"] = plan.seed;
     json["width"] = sensor.width;
     json["height"] = sensor.height;
-    json["pattern"] = pattern_name(sensor.pattern);
+    json["pattern"] = pattern_text(sensor);
     json["bits"] = sensor.bits;
     json["scale_bits"] = kLibraryBits;
     for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
@@ -23,7 +23,23 @@ std::string truth_text(const SimulationPlan& plan) {
     json["bend"] = sensor.bend;
     json["read_noise_codes"] = sensor.read_noise;
     json["conversion_gain_codes_per_electron"] = sensor.conversion_gain;
+    json["pedestal_codes_per_gain"] = kPedestalPerGain;
+    json["gains"] = Json::array();
+    for (const double gain : plan.gains) {
+        const SensorModel there = plan.sensor.at(gain);
+        Json entry;
+        entry["analogue_gain"] = gain;
+        for (std::size_t c = 0; c < kChannelKeys.size(); ++c) {
+            entry["pedestal_codes"][kChannelKeys[c]] = there.pedestal[c];
+        }
+        entry["codes_per_electron"] = there.conversion_gain;
+        entry["read_variance_codes2"] = there.read_noise * there.read_noise;
+        json["gains"].push_back(std::move(entry));
+    }
     json["camera_of_xyz"] = sensor.camera_of_xyz;
+    if (plan.chart_view) {
+        json["chart_corners"] = outline_of(sensor, *plan.chart_view).corners;
+    }
     json["faults"] = Json::array();
     for (const Fault& fault : plan.faults) {
         Json entry;

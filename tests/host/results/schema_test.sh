@@ -39,7 +39,11 @@ grey = "$session/grey_5000K.raw"
 TOML
 run 0 calibrate given.toml --out given
 
-files=(steps.json rejected.json forced.json null.json given/results.json)
+# One channel, two gains.
+run 0 simulate mono --pattern MONO --gains 1,4 --size 320x240 --illuminants 5000 --series-levels 3 --format raw
+run 0 calibrate mono/session.toml
+
+files=(mono/results.json steps.json rejected.json forced.json null.json given/results.json)
 grep -q '"status": "rejected"' rejected.json
 grep -q '"status": "forced"' forced.json
 grep -q '"method": "given"' given/results.json
@@ -56,7 +60,7 @@ while IFS='|' read -r change line; do
 done <<'CASES'
 s/"bits": 12/"bits": 17/|sensor.bits: 17 is greater
 s/"verdict":/"verdicts":/|the document: 'verdict' is a required property
-s/"file": "dark_1/"file": "\/dark_1/|black_level.frames[0].file: '/dark_1.raw' does not match
+s/"file": "dark_1/"file": "\/dark_1/|black_level[0].frames[0].file: '/dark_1.raw' does not match
 s/"de_2000"/"de_00"/|colour_matrix[0].difference_after: 'de_2000' is a required property
 s/"code": "dark_level"/"code": "dark_lavel"/|findings[0].code: 'dark_lavel' is not one of
 CASES

@@ -118,7 +118,10 @@ TEST(Simulate, SameSeedSameFiles) {
     // What a user keeps under such a name stays; seven captures in two formats and two texts would be written.
     write_text(folder.path() / "a/dark_1.raw", "mine");
     const std::string again = "simulate a --size 64x48 --illuminants 5000 --dark-frames 2 --series-levels 1 --seed 7";
-    expect_errors(folder, {{again, "a/dark_1.raw: exists already, and 15 more of the files to be written"}});
+    expect_errors(folder, {{again, "a/dark_1.raw: exists already, and 15 more of the files to be written"},
+                           {"simulate d --gains 1,1.005", "--gains holds 1.005, expected whole hundredths"},
+                           {"simulate d --gains 2,1,2", "--gains holds 2 twice, expected gains that differ"},
+                           {"simulate d --chart perspective --fault chart-shift", "has no place to be off"}});
     run_line(folder.path(), again + " --overwrite");
     EXPECT_EQ(read_text(folder.path() / "a/dark_1.raw"), read_text(folder.path() / "b/dark_1.raw"));
 }
