@@ -8,10 +8,10 @@
 #include <span>
 
 #include "base/error.h"
+#include "base/least_squares.h"
 #include "base/text.h"
 #include "detection/chart_colours.h"
 #include "detection/flat_regions.h"
-#include "detection/least_squares.h"
 #include "detection/patch_lattice.h"
 
 namespace cali::host {

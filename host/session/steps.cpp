@@ -67,6 +67,7 @@ Step<T> carry_out(Judge judge, const StepRules& rules, Record made, Compute comp
     const bool failed = worst(step.findings) == Severity::fail;
     if (step.result) {
         Record& record = step.result->record;
+        std::ranges::move(record.inputs, std::back_inserter(made.inputs));  // beside the capture
         record = std::move(made);
         record.standing = !failed ? Standing::passed : rules.forced ? Standing::forced : Standing::rejected;
         record.command = rules.command;

@@ -38,6 +38,12 @@ struct WhitePoint {
     return t > kLimit * kLimit * kLimit ? std::pow(t, 1.0 / 3.0) : kSlope * t + kOffset;
 }
 
+/// The t that has this f(t).
+[[nodiscard]] inline double lab_f_inverse(double f) {
+    constexpr double kLimit = 6.0 / 29.0;
+    return f > kLimit ? f * f * f : 3.0 * kLimit * kLimit * (f - 4.0 / 29.0);
+}
+
 /// L*, a*, b* of linear RGB.
 [[nodiscard]] inline Colour lab_of_linear_rgb(const Colour& rgb, const WhitePoint& white) {
     const auto row = [&](const Colour& weights) {
@@ -51,5 +57,9 @@ struct WhitePoint {
 
 /// The same of encoded sRGB.
 [[nodiscard]] Colour srgb_to_lab(const Colour& encoded, int32_t selector);
+
+/// XYZ under the white `to` of a surface that has `xyz` under the white `from`: the linear Bradford transform (K. M.
+/// Lam, Metamerism and Colour Constancy, University of Bradford, 1985). Whites are XYZ of one Y.
+[[nodiscard]] Colour adapt_bradford(const Colour& xyz, const Colour& from, const Colour& to);
 
 }  // namespace cali
