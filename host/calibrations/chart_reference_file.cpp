@@ -173,7 +173,7 @@ public:
             reference.xyz.push_back(lab_ ? xyz_of_lab(value, reference.white)
                                          : Colour{value[0] / scale_, value[1] / scale_, value[2] / scale_});
         }
-        require_greys(reference.xyz);
+        require_greys(reference);
         return reference;
     }
 
@@ -188,10 +188,12 @@ private:
         }
     }
 
-    /// Another scale and another order of the patches show there.
-    void require_greys(const std::vector<Colour>& xyz) const {
+    /// Another scale, order or white than stated shows there.
+    void require_greys(const ChartReference& reference) const {
         constexpr double kLeastWhite = 0.5;
         constexpr double kMostWhite = 1.1;
+        constexpr double kMostChroma = 10;  // D50 for D65, or X, Y, Z for L, a, b make more
+        const std::vector<Colour>& xyz = reference.xyz;
         const double white = xyz[kFirstGrey][1];
         if (white < kLeastWhite || white > kMostWhite) {
             refuse(lines_[kFirstGrey],
@@ -200,8 +202,16 @@ private:
                             "the patches",
                             white, kLeastWhite, kMostWhite));
         }
-        for (std::size_t patch = kFirstGrey + 1; patch < xyz.size(); ++patch) {
-            if (xyz[patch][1] >= xyz[patch - 1][1]) {
+        for (std::size_t patch = kFirstGrey; patch < xyz.size(); ++patch) {
+            const Colour lab = lab_of_xyz(xyz[patch], reference.white[0], reference.white[2]);
+            const double chroma = std::hypot(lab[1], lab[2]);
+            if (chroma > kMostChroma) {
+                refuse(lines_[patch], "the grey " + patch_name(patch) +
+                                          text(" has a chroma of %.1f, expected at most %g: check the white, the "
+                                               "columns and the order of the patches",
+                                               chroma, kMostChroma));
+            }
+            if (patch > kFirstGrey && xyz[patch][1] >= xyz[patch - 1][1]) {
                 refuse(lines_[patch], "the grey " + patch_name(patch) + " is no darker than " + patch_name(patch - 1) +
                                           ": check the order of the patches");
             }
