@@ -19,6 +19,7 @@ struct ChartReference {
     InputRecord input;
     std::vector<Colour> xyz;  ///< in chart order; Y of the perfect white is 1
     Colour white{};           ///< XYZ of the light for which they hold, Y = 1
+    std::string light;        ///< "white D65, observer 2", and what of it the file does not state
 };
 
 /// XYZ with Y = 1 of a white by name (A, C, D50, D55, D65, D75, E) for the observer of 2 or 10 degrees.

@@ -78,7 +78,7 @@ std::string excerpt(std::string_view found) {
     constexpr std::size_t kMost = 40;
     std::string shown(found.substr(0, kMost));
     std::ranges::replace_if(
-        shown, [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+        shown, [](unsigned char c) { return std::isprint(c) == 0; }, '?');
     return "'" + shown + (found.size() > kMost ? "...'" : "'");
 }
 
@@ -126,6 +126,7 @@ public:
             refuse(line, "white " + excerpt(name) + ", expected A, C, D50, D55, D65, D75 or E");
         }
         white_ = upper;
+        white_stated_ = true;
     }
 
     /// "2", "10degree"; the years of the two standards as well.
@@ -135,6 +136,7 @@ public:
         if (observer_ == 0) {
             refuse(line, "observer " + excerpt(name) + ", expected 2 or 10");
         }
+        observer_stated_ = true;
     }
 
     void set_scale(double scale) { scale_ = scale; }
@@ -169,6 +171,9 @@ public:
         require_all();
         ChartReference reference;
         reference.white = named_white(white_, observer_).value_or(Colour{});
+        constexpr const char* kAssumed = " (not stated)";
+        reference.light = "white " + white_ + (white_stated_ ? "" : kAssumed) + text(", observer %d", observer_) +
+                          (observer_stated_ ? "" : kAssumed);
         for (const Colour& value : values_) {
             reference.xyz.push_back(lab_ ? xyz_of_lab(value, reference.white)
                                          : Colour{value[0] / scale_, value[1] / scale_, value[2] / scale_});
@@ -220,7 +225,9 @@ private:
 
     const std::filesystem::path& file_;
     std::string white_ = "D50";
+    bool white_stated_ = false;
     int observer_ = 2;
+    bool observer_stated_ = false;
     double scale_ = kCgatsScale;
     bool lab_ = false;
     std::array<std::size_t, kChartPatches> lines_{};  ///< 0: not there yet

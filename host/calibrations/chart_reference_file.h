@@ -7,7 +7,8 @@
 
 namespace cali::host {
 
-/// Every patch once, within range, the greys neutral and falling from white to black. Throws InputError, which names file and line.
+/// Every patch once, within range, the greys neutral and falling from white to black. Throws InputError, which names
+/// file and line.
 [[nodiscard]] ChartReference read_chart_reference(const std::filesystem::path& file);
 
 }  // namespace cali::host

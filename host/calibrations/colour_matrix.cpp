@@ -210,6 +210,8 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
         const ChartReference measured = read_chart_reference(settings.reference);
         result.reference = linear_colours(measured, settings.white_point);
         result.record.inputs = {measured.input};
+        result.record.in_force = {
+            {"chart reference", reference_name(settings.reference) + ", " + measured.light, Source::metadata}};
     }
 
     TuningValues applied = values;

@@ -49,8 +49,9 @@ struct MatrixCalibration {
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.
 [[nodiscard]] ChartWindows chart_windows(const ChartPlace& place, const Capture& chart);
 
-/// Behind `values`, whose gains the joint method does not read. The result's record names the reference file among its
-/// inputs. Throws InputError; CalibrationError where the greys show no light or no matrix comes out.
+/// Behind `values`, whose gains the joint method does not read. The result's record has the reference file among its
+/// inputs, and for which light it holds. Throws InputError; CalibrationError where the greys show no light or no matrix
+/// comes out.
 [[nodiscard]] MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values,
                                                  const MatrixSettings& settings, const LibraryOutput& output);
 

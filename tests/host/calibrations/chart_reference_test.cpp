@@ -84,6 +84,7 @@ TEST(ChartReference, EveryFormGivesTheSameColours) {
             }
         }
         EXPECT_EQ(reference.input.bytes, text.size());
+        EXPECT_EQ(reference.light.find("observer 2 (not stated)") != std::string::npos, text.starts_with("CGATS"));
     }
 }
 
@@ -201,6 +202,7 @@ TEST_F(MeasuredChart, SessionFitsAndJudgesByIt) {
     EXPECT_EQ(found["method"], "measured");
     EXPECT_EQ(found["reference"], "ref.csv");
     EXPECT_EQ(found["made"]["inputs"][1]["file"], "ref.csv");
+    EXPECT_EQ(found["made"]["in_force"].back()["value"], "ref.csv, white D65, observer 2");
     EXPECT_EQ(results["colour_table"][0]["reference"], "ref.csv");
 
     // The simulated patches, without noise or shading, become the reference.

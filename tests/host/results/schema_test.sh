@@ -63,7 +63,7 @@ while IFS='|' read -r change line; do
 done <<'CASES'
 s/"bits": 12/"bits": 17/|sensor.bits: 17 is greater
 s/"verdict":/"verdicts":/|the document: 'verdict' is a required property
-s/"file": "dark_1/"file": "\/dark_1/|black_level.frames[0].file: '/dark_1.raw' does not match
+s/"file": "dark_1/"file": "\/dark_1/|black_level[0].frames[0].file: '/dark_1.raw' does not match
 s/"de_2000"/"de_00"/|colour_matrix[0].difference_after: 'de_2000' is a required property
 s/"code": "dark_level"/"code": "dark_lavel"/|findings[0].code: 'dark_lavel' is not one of
 CASES
