@@ -15,7 +15,7 @@ struct NamedWhite {
     Colour degrees10;
 };
 
-// ASTM E308, tables of tristimulus weighting factors: their sums, in steps of 5 nm.
+// ASTM E308.
 constexpr std::array<NamedWhite, 7> kWhites = {{
     {"A", {1.09850, 1, 0.35585}, {1.11144, 1, 0.35200}},
     {"C", {0.98074, 1, 1.18232}, {0.97285, 1, 1.16145}},

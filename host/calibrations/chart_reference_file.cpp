@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t kMostBytes = 1U << 20U;
 constexpr const char* kHeader = "'# white D50, observer 2, scale 100'";
 constexpr const char* kPatches = "1 to 24, or A1 to D6";
-constexpr double kCgatsScale = 100;
+constexpr double kOwnScale = 100;  ///< of CGATS, and of L
 
 using Fields = std::vector<std::string>;
 
@@ -141,7 +141,6 @@ public:
 
     void set_scale(double scale) { scale_ = scale; }
     void set_lab(bool lab) { lab_ = lab; }
-    [[nodiscard]] bool lab() const { return lab_; }
 
     void add(std::size_t line, std::size_t patch, const std::array<std::string, 3>& fields) {
         if (lines_[patch] != 0) {
@@ -228,7 +227,7 @@ private:
     bool white_stated_ = false;
     int observer_ = 2;
     bool observer_stated_ = false;
-    double scale_ = kCgatsScale;
+    double scale_ = kOwnScale;
     bool lab_ = false;
     std::array<std::size_t, kChartPatches> lines_{};  ///< 0: not there yet
     std::array<Colour, kChartPatches> values_{};
@@ -236,10 +235,10 @@ private:
 
 // CSV.
 
-/// "white D50, observer 2, scale 100"; Lab needs no scale.
+/// "white D50, observer 2, scale 100"; CIELAB has a scale of its own.
 struct Header {
     bool found = false;
-    bool scaled = false;
+    std::optional<double> scale;
 };
 
 Header read_header(Reader& reader, const Line& line, std::string_view content) {
@@ -257,15 +256,15 @@ Header read_header(Reader& reader, const Line& line, std::string_view content) {
     }
     reader.set_white(line.number, settings["white"]);
     reader.set_observer(line.number, settings["observer"]);
-    const bool scaled = settings.count("scale") != 0;
-    if (scaled) {
-        const auto scale = number_of(settings["scale"]);
-        if (!scale || *scale <= 0) {
+    Header header{true, std::nullopt};
+    if (settings.count("scale") != 0) {
+        header.scale = number_of(settings["scale"]);
+        if (!header.scale || *header.scale <= 0) {
             reader.refuse(line.number, "scale " + excerpt(settings["scale"]) + ", expected Y of a perfect white");
         }
-        reader.set_scale(*scale);
+        reader.set_scale(*header.scale);
     }
-    return {true, scaled};
+    return header;
 }
 
 void read_columns(Reader& reader, const Line& line, const Header& header) {
@@ -277,8 +276,11 @@ void read_columns(Reader& reader, const Line& line, const Header& header) {
     if (!header.found) {
         reader.refuse(line.number, std::string("no header before the columns, expected ") + kHeader);
     }
-    if (!lab && !header.scaled) {
+    if (!lab && !header.scale) {
         reader.refuse(line.number, std::string("the header names no scale, expected ") + kHeader);
+    }
+    if (lab && header.scale.value_or(kOwnScale) != kOwnScale) {
+        reader.refuse(line.number, text("scale %g in the header, expected %g with L, a, b", *header.scale, kOwnScale));
     }
     reader.set_lab(lab);
 }
