@@ -4,26 +4,20 @@
 #include <cmath>
 
 #include "base/error.h"
+#include "base/least_squares.h"
 #include "base/text.h"
 #include "base/uncertainty.h"
 #include "calibrations/chart_geometry.h"
+#include "calibrations/chart_reference.h"
+#include "calibrations/chart_reference_file.h"
 #include "library/chart_mosaic.h"
 #include "library/exports.h"
 #include "library/front_end.h"
+#include "math/colour_matrix.h"
 #include "math/colour_space.h"
 
 namespace cali::host {
 namespace {
-
-std::vector<Colour> reference_colours() {
-    std::vector<Colour> linear;
-    linear.reserve(kChartPatches);
-    for (const auto& encoded : kChartSrgb24) {
-        linear.push_back({static_cast<double>(srgb_decode(encoded[0])), static_cast<double>(srgb_decode(encoded[1])),
-                          static_cast<double>(srgb_decode(encoded[2]))});
-    }
-    return linear;
-}
 
 std::vector<Colour> to_lab(const std::vector<Colour>& linear, int white) {
     std::vector<Colour> lab;
@@ -75,15 +69,42 @@ struct FitRequest {
     const TuningValues& values;
     const ChartWindows& windows;
     const MatrixSettings& settings;
+    const std::vector<Colour>& reference;  ///< of the measured method; exports have their own table
     exports::PatchWeights weights = exports::kEqualWeights;
 };
 
-/// The method's export; the joint one finds its own gains.
+/// Weighted least squares in linear RGB with rows that sum to 1. By that, a row's output less the blue input is linear
+/// in red less blue and green less blue: two entries are free.
+MatrixRegisters fit_measured(const Capture& chart, const FitRequest& request) {
+    const std::vector<Colour> measured = measure_chart_windows(chart, request.values, request.windows);
+    ColourMatrix matrix;
+    for (std::size_t c = 0; c < 3; ++c) {
+        LeastSquares<2> row(0);
+        for (std::size_t patch = 0; patch < measured.size(); ++patch) {
+            const Colour& in = measured[patch];
+            row.add({in[0] - in[2], in[1] - in[2]}, request.reference[patch][c] - in[2],
+                    static_cast<double>(request.weights[patch]));
+        }
+        const std::array<double, 2> free = row.solution();
+        const double blue = 1 - free[0] - free[1];
+        if (!std::isfinite(blue)) {
+            throw CalibrationError(chart.file.filename().string() + ": the patches have no colours to fit a matrix to");
+        }
+        matrix.value[3 * c] = static_cast<float>(free[0]);
+        matrix.value[3 * c + 1] = static_cast<float>(free[1]);
+        matrix.value[3 * c + 2] = static_cast<float>(blue);
+    }
+    matrix.round_to_q10();
+    return {matrix.value, matrix.q10};
+}
+
+/// By the method; the joint one finds its own gains.
 MatrixRegisters fit(Capture& chart, const FitRequest& request, GainRegisters& gains, const LibraryOutput& output) {
-    const auto& [values, windows, settings, weights] = request;
+    const auto& [values, windows, settings, reference, weights] = request;
     switch (settings.method) {
         case MatrixMethod::lsq: return exports::ccm_pipe(chart, values, windows, weights, output);
         case MatrixMethod::joint: return exports::awb_ccm(chart, values, windows, weights, gains, output);
+        case MatrixMethod::measured: return fit_measured(chart, request);
         default: break;
     }
     constexpr int kMostNodes = exports::kMostOptimisedNodes;
@@ -106,7 +127,7 @@ void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCali
     std::vector<std::array<float, 9>> without;
     std::array<double, 9> mean{};
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
-        FitRequest request{mosaic.values, mosaic.windows, whole.settings};
+        FitRequest request{mosaic.values, mosaic.windows, whole.settings, whole.reference};
         request.weights[patch] = 0;
         GainRegisters gains;
         without.push_back(fit(mosaic.frame, request, gains, quiet).value);
@@ -128,22 +149,25 @@ void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCali
     }
 }
 
-/// Fills `reference` and `exposure`, and scales the restoring gains by it.
-void expose(const Capture& chart, const ChartWindows& windows, TuningValues& values, MatrixCalibration& result) {
+/// Scales the restoring gains by the factor that brings the greys to those of `reference`, and returns it.
+double expose(const Capture& chart, const ChartWindows& windows, const std::vector<Colour>& reference,
+              TuningValues& values) {
     const GainRegisters gains = values.gains;
     values.gains = {};
     const std::vector<Colour> raw = measure_chart_windows(chart, values, windows);
-    result.reference = reference_colours();
-    result.exposure = grey_sum(result.reference, 1) / grey_sum(raw, 1);
-    if (!std::isfinite(result.exposure) || result.exposure <= 0) {
+    const double exposure = grey_sum(reference, 1) / grey_sum(raw, 1);
+    if (!std::isfinite(exposure) || exposure <= 0) {
         throw CalibrationError(chart.file.filename().string() + ": the chart's greys show no light above black");
     }
-    scale_exposure(values, result.exposure);
+    scale_exposure(values, exposure);
     values.gains = gains;
+    return exposure;
 }
 
-/// Fills what the matrix makes of the chart behind `values`.
-void prove(const Capture& chart, const ChartWindows& windows, const TuningValues& values, MatrixCalibration& result) {
+/// Fills what the matrix makes of the chart behind `values` and its gains, exposed as its reference.
+void prove(const Capture& chart, const ChartWindows& windows, TuningValues values, MatrixCalibration& result) {
+    values.gains = result.gains;
+    result.exposure = expose(chart, windows, result.reference, values);
     result.measured = measure_chart_windows(chart, values, windows);
     result.limited = 0;
     result.corrected = apply_matrix(result.matrix.value, result.measured, result.limited);
@@ -180,12 +204,22 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
     result.flat_field = values.flat_field;
     result.gains = values.gains;
 
+    const std::vector<Colour> built_in = built_in_colours();
+    result.reference = built_in;
+    if (!settings.reference.empty()) {
+        const ChartReference measured = read_chart_reference(settings.reference);
+        result.reference = linear_colours(measured, settings.white_point);
+        result.record.inputs = {measured.input};
+        result.record.in_force = {
+            {"chart reference", reference_name(settings.reference) + ", " + measured.light, Source::metadata}};
+    }
+
     TuningValues applied = values;
-    expose(chart, windows, applied, result);
-    result.matrix = fit(chart, {applied, windows, settings}, result.gains, output);
+    (void)expose(chart, windows, settings.method == MatrixMethod::measured ? result.reference : built_in, applied);
+    result.matrix = fit(chart, {applied, windows, settings, result.reference}, result.gains, output);
+    prove(chart, windows, values, result);
     applied.gains = result.gains;
-    prove(chart, windows, applied, result);
-    leave_patches_out(chart, {applied, windows, settings}, result);
+    leave_patches_out(chart, {applied, windows, settings, result.reference}, result);
     return result;
 }
 
@@ -198,9 +232,7 @@ MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values,
     result.windows_from = place_name(place);
     result.flat_field = values.flat_field;
     result.gains = values.gains;
-    TuningValues applied = values;
-    expose(chart, windows, applied, result);
-    prove(chart, windows, applied, result);
+    prove(chart, windows, values, result);
     return result;
 }
 
@@ -243,6 +275,7 @@ Section describe(const MatrixCalibration& result) {
     };
     add("before", result.before);
     add("after", result.after);
+    section.notes.push_back("reference: " + reference_name(result.settings.reference));
     if (result.leave_one_out > 0) {
         section.notes.push_back(text("leave-one-out mean dE2000 %.2f", result.leave_one_out));
         section.figures.push_back({"leave_one_out_mean_de_2000", result.leave_one_out, "dE"});

@@ -37,7 +37,7 @@ struct MatrixCalibration {
     MatrixRegisters matrix;
     std::vector<Colour> measured;   ///< linear, normalised, white-balanced; 1 = white
     std::vector<Colour> corrected;  ///< by the matrix, within 0..1
-    std::vector<Colour> reference;  ///< linear
+    std::vector<Colour> reference;  ///< linear; measured ones may lie outside 0..1
     int limited = 0;                ///< components that the matrix pushed out of 0..1
     ChartDifferences before;
     ChartDifferences after;
@@ -49,12 +49,14 @@ struct MatrixCalibration {
 /// Windows of the chart in a frame. Throws InputError where they do not lie inside.
 [[nodiscard]] ChartWindows chart_windows(const ChartPlace& place, const Capture& chart);
 
-/// Behind `values`, whose gains the joint method does not read. Throws InputError; CalibrationError where the greys
-/// show no light or the library rejects the chart.
+/// Behind `values`, whose gains the joint method does not read. The result's record has the reference file among its
+/// inputs, and for which light it holds. Throws InputError; CalibrationError where the greys show no light or no matrix
+/// comes out.
 [[nodiscard]] MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values,
                                                  const MatrixSettings& settings, const LibraryOutput& output);
 
-/// What a matrix that is known makes of another capture of the chart, behind `values`. Throws as above.
+/// What a matrix that is known makes of another capture of the chart, behind `values`, against its own reference.
+/// Throws as above.
 [[nodiscard]] MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values,
                                              const MatrixCalibration& matrix, const ChartPlace& place);
 

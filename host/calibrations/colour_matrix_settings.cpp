@@ -6,7 +6,7 @@
 namespace cali::host {
 namespace {
 
-constexpr std::array<const char*, 3> kMethodNames = {"lsq", "optimised", "joint"};
+constexpr std::array<const char*, 4> kMethodNames = {"lsq", "optimised", "joint", "measured"};
 constexpr std::array<int, 2> kWhitePoints = {65, 50};
 
 }  // namespace
@@ -23,6 +23,14 @@ int parse_white_point(const std::string& text, const std::string& where) {
 }
 
 std::string white_point_name(int white_point) { return text("D%d", white_point); }
+
+void require_reference(const MatrixSettings& settings) {
+    if (settings.method == MatrixMethod::measured && settings.reference.empty()) {
+        throw InputError(
+            "method measured: the chart's measured colours are not known, expected --reference FILE, or reference in "
+            "[colour_matrix] of the session");
+    }
+}
 
 const char* place_name(const ChartPlace& place) {
     return place.windows                       ? "windows"

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -10,7 +11,7 @@
 
 namespace cali::host {
 
-enum class MatrixMethod { lsq, optimised, joint };
+enum class MatrixMethod { lsq, optimised, joint, measured };
 
 [[nodiscard]] const char* matrix_method_name(MatrixMethod method);
 /// Throws InputError.
@@ -40,6 +41,10 @@ struct MatrixSettings {
     int white_point = 65;
     float saturation = 1;  ///< of the optimised fit
     ChartPlace place;
+    std::filesystem::path reference = {};  ///< file of the chart's measured colours; empty: the built-in table
 };
+
+/// Throws InputError where the method needs measured colours and there are none.
+void require_reference(const MatrixSettings& settings);
 
 }  // namespace cali::host

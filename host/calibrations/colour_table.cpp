@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "base/text.h"
+#include "calibrations/chart_reference.h"
 #include "library/exports.h"
 #include "lut/apply.h"
 #include "math/colour_space.h"
@@ -170,6 +171,7 @@ Section describe(const ColourTable& table) {
         section.notes.push_back(
             text("%d components that the matrix pushed out of 0..1 were limited to it", table.input.limited));
     }
+    section.notes.push_back("reference: " + reference_name(table.input.reference_file));
     section.notes.push_back(text("CIEDE2000 before: mean %.3f, worst %.3f; after: mean %.3f, worst %.3f",
                                  table.before.mean, table.before.worst, table.after.mean, table.after.worst));
     section.notes.push_back(

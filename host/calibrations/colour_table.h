@@ -14,13 +14,14 @@
 
 namespace cali::host {
 
-/// A chart's patches behind its matrix, and what they should be: linear, within 0..1.
+/// A chart's patches behind its matrix, within 0..1, and what they should be: linear.
 struct TableInput {
     std::filesystem::path file;
     Conditions taken;
     std::vector<Colour> corrected;
     std::vector<Colour> reference;
-    int limited = 0;  ///< components that the matrix pushed out of 0..1
+    int limited = 0;                            ///< components that the matrix pushed out of 0..1
+    std::filesystem::path reference_file = {};  ///< empty: the built-in table
 };
 
 struct ColourTable {

@@ -123,8 +123,11 @@ void check_neutral(const std::vector<Colour>& measured, Judge& judge) {
 }
 
 /// Diagonal entries at a limit of the fit. The closed forms raise an entry below 1 to it and then divide the row by its
-/// sum, which leaves it below 1.
+/// sum, which leaves it below 1; the one to measured colours has no limits.
 int limited_entries(const MatrixCalibration& matrix) {
+    if (matrix.settings.method == MatrixMethod::measured) {
+        return 0;
+    }
     constexpr double kMargin = 1e-4;
     constexpr double kMostOptimised = 2.5;
     const bool optimised = matrix.settings.method == MatrixMethod::optimised;

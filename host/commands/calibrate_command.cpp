@@ -90,6 +90,9 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     for (const std::filesystem::path& capture : captures_of(session)) {
         run.files().input(capture, "capture");
     }
+    if (!session.matrix.reference.empty()) {
+        run.files().input(session.matrix.reference, "reference");
+    }
     run.start();
     const ChainPlan plan = plan_chain(session, options.only, run.earlier());
     if (plan.parts.empty()) {

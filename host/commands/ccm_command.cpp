@@ -11,6 +11,7 @@ struct CcmOptions {
     std::string method;
     std::string white;
     std::optional<double> saturation;
+    std::string reference;
     std::vector<double> corners;
     bool fills_frame = false;
     LightOption light;
@@ -23,10 +24,16 @@ void describe(Command& command, CcmOptions& options) {
     command.option("CHART", options.chart, "capture of the chart").required();
     options.values.add_to(command, {ValueOptions::all, ValueOptions::black_level});
     command.option("--method", options.method,
-                   "lsq (least squares, default), optimised (least colour difference), or joint (least squares, white "
-                   "balance from the chart's greys)");
+                   "lsq (least squares, default), optimised (least colour difference), joint (least squares, white "
+                   "balance from the chart's greys), or measured (least squares to the colours of --reference)");
     command.option("--white", options.white, "white of the colour differences: D65 (default) or D50");
     command.option("--saturation", options.saturation, "factor of the optimised method; default 1").range(0.0, 4.0);
+    command
+        .option(
+            "--reference", options.reference,
+            "colours that were measured on the chart, CSV or CGATS (docs/colour.md), by which it is judged; default: "
+            "what the session says, or else the built-in table")
+        .type_name("FILE");
     const Option corners =
         command
             .option("--corners", options.corners,
@@ -42,7 +49,8 @@ void describe(Command& command, CcmOptions& options) {
     command.examples(
         "  cali ccm shots/chart_5000K.raw --session shots/session.toml --results shots/results.json --illuminant 5000\n"
         "  cali ccm chart.pgm --pattern RGGB --method joint --corners 40 40 370 38 372 300 38 302 --picture "
-        "patches.png");
+        "patches.png\n"
+        "  cali ccm chart.pgm --pattern RGGB --reference my_chart.csv --method measured");
 }
 
 MatrixSettings settings_of(const CcmOptions& options) {
@@ -57,6 +65,10 @@ MatrixSettings settings_of(const CcmOptions& options) {
     if (options.saturation) {
         settings.saturation = static_cast<float>(*options.saturation);
     }
+    if (!options.reference.empty()) {
+        settings.reference = options.reference;
+    }
+    require_reference(settings);
     if (options.fills_frame) {
         settings.place = {};
         settings.place.fills_frame = true;
@@ -76,6 +88,9 @@ int act(const CcmOptions& options, const Invocation& invocation) {
     const MatrixSettings settings = settings_of(options);
     Run run(options.run, invocation, options.geometry.session());
     run.files().input(options.chart, "chart");
+    if (!settings.reference.empty()) {
+        run.files().input(settings.reference, "--reference");
+    }
     options.values.name_files(run.files());
     if (!options.picture.empty()) {
         run.files().output(options.picture, "--picture");

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "detection/least_squares.h"
+#include "base/least_squares.h"
 
 namespace cali::host {
 namespace {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <span>
 
-#include "detection/least_squares.h"
+#include "base/least_squares.h"
 
 namespace cali::host {
 namespace {

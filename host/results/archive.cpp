@@ -57,15 +57,14 @@ void Archive::file(const char* key, std::optional<std::filesystem::path>& value)
     }
 }
 
-void Archive::file_or_unity(const char* key, std::filesystem::path& value) {
-    constexpr const char* kUnity = "unity";
+void Archive::file_or(const char* key, std::filesystem::path& value, const char* none) {
     if (!reading() && value.empty()) {
-        (*into_)[key] = kUnity;
+        (*into_)[key] = none;
         return;
     }
     if (reading() && holds(key)) {
         const auto* const name = member(key).as<std::string>();
-        if (name != nullptr && *name == kUnity) {
+        if (name != nullptr && *name == none) {
             value.clear();
             return;
         }

@@ -79,8 +79,9 @@ public:
     void file(const char* key, std::filesystem::path& value);
     /// Absent where there is none.
     void file(const char* key, std::optional<std::filesystem::path>& value);
-    /// A file, or else "unity".
-    void file_or_unity(const char* key, std::filesystem::path& value);
+    /// A file, or else the word for none.
+    void file_or(const char* key, std::filesystem::path& value, const char* none);
+    void file_or_unity(const char* key, std::filesystem::path& value) { file_or(key, value, "unity"); }
 
     /// Follows from other fields: written for readers, not read back.
     void derived(const char* key, Json value) {

@@ -81,7 +81,7 @@ MatrixCalibration ValueChooser::matrix(const Conditions& taken) const {
 }
 
 TableInput table_input(const MatrixCalibration& matrix) {
-    return {matrix.file, matrix.taken, matrix.corrected, matrix.reference, matrix.limited};
+    return {matrix.file, matrix.taken, matrix.corrected, matrix.reference, matrix.limited, matrix.settings.reference};
 }
 
 }  // namespace cali::host

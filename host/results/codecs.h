@@ -32,6 +32,8 @@ void condition_fields(Archive& archive, Conditions& conditions);
 /// How the section came about.
 void record_fields(Archive& archive, Record& record);
 void limit_fields(Archive& archive, Limits& limits);
+/// The chart's reference; absent from files of earlier versions, which know the built-in table alone.
+void reference_field(Archive& archive, std::filesystem::path& file);
 /// Register gains with key "gain_q10".
 void gain_fields(Archive& archive, GainRegisters& gains);
 

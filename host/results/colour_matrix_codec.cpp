@@ -68,6 +68,7 @@ void fields(Archive& archive, MatrixCalibration& result) {
     archive.named("method", result.settings.method, matrix_method_name, parse_matrix_method);
     archive.named("white_point", result.settings.white_point, white_point_name, parse_white_point);
     archive.field("saturation", result.settings.saturation);
+    reference_field(archive, result.settings.reference);
     window_fields(archive, result);
     archive.file_or_unity("lens_shading", result.flat_field);
     gain_fields(archive, result.gains);

@@ -6,6 +6,7 @@ void fields(Archive& archive, ColourTable& table) {
     ColourTableSettings& settings = table.settings;
     archive.file("file", table.input.file);
     condition_fields(archive, table.input.taken);
+    reference_field(archive, table.input.reference_file);
     archive.named("domain", settings.domain, table_domain_name, parse_table_domain);
     archive.field("nodes", settings.nodes, 2, 65);
     archive.field("strength", settings.strength);

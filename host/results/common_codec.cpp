@@ -1,3 +1,4 @@
+#include "calibrations/chart_reference.h"
 #include "results/codecs.h"
 
 namespace cali::host {
@@ -21,6 +22,12 @@ void window_fields(Archive& archive, const char* key, Window& window) {
         sides.field("width", window.width, 0, kMaxSide);
         sides.field("height", window.height, 0, kMaxSide);
     });
+}
+
+void reference_field(Archive& archive, std::filesystem::path& file) {
+    if (!archive.reading() || archive.holds("reference")) {
+        archive.file_or("reference", file, kBuiltInReference);
+    }
 }
 
 void gain_fields(Archive& archive, GainRegisters& gains) {

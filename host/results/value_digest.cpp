@@ -54,6 +54,11 @@ ValueRecord value_record(const MatrixCalibration& result) {
     for (const Colour& colour : result.corrected) {
         add(values, colour);
     }
+    if (!result.settings.reference.empty()) {
+        for (const Colour& colour : result.reference) {
+            add(values, colour);
+        }
+    }
     return record("colour_matrix", entry_name(result.taken, result.file), values, result.record);
 }
 

@@ -4,6 +4,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "calibrations/chart_reference_file.h"
 #include "captures/burst.h"
 #include "captures/read_capture.h"
 #include "results/choose_values.h"
@@ -374,6 +375,9 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
             plan.lit.insert(plan.lit.end(), captures->begin(), captures->end());
         }
     }
+    if (plan.does("ccm")) {
+        require_reference(session.matrix);
+    }
     if (plan.does("noise")) {
         plan.series = series_by_gain(session.series, session.geometry);
     }
@@ -403,6 +407,9 @@ std::vector<std::pair<std::filesystem::path, SensorGeometry>> check_captures(con
             return std::ranges::find(entry.files, file) != entry.files.end();
         });
     };
+    if (plan.does("ccm") && !session.matrix.reference.empty()) {
+        (void)read_chart_reference(session.matrix.reference);
+    }
     for (const std::filesystem::path& file : plan.captures()) {
         const Capture capture = probe_capture(file, session.geometry);
         if (plan.does("ccm") && session.matrix.place.stated() && is_one_of(session.chart, file)) {

@@ -40,7 +40,7 @@ struct ChainPlan {
                                    const Results& earlier);
 
 /// The plan's captures and what is known of each before its samples are read: all are there, large enough, and hold the
-/// windows that the session names. Throws InputError.
+/// windows that the session names. The chart's reference is sound. Throws InputError.
 [[nodiscard]] std::vector<std::pair<std::filesystem::path, SensorGeometry>> check_captures(const Session& session,
                                                                                            const ChainPlan& plan);
 

@@ -51,7 +51,7 @@ ShadingSettings read_shading(const TomlSection& section) {
 }
 
 MatrixSettings read_matrix_settings(const TomlSection& section) {
-    section.allow_only({"method", "white", "saturation", "windows", "corners", "fills_frame"});
+    section.allow_only({"method", "white", "saturation", "reference", "windows", "corners", "fills_frame"});
     MatrixSettings settings;
     if (const auto method = section.text("method")) {
         settings.method = parse_matrix_method(*method, section.where("method"));
@@ -59,6 +59,7 @@ MatrixSettings read_matrix_settings(const TomlSection& section) {
     if (const auto white = section.text("white")) {
         settings.white_point = parse_white_point(*white, section.where("white"));
     }
+    settings.reference = section.file("reference").value_or("");
     const double saturation = section.number("saturation").value_or(settings.saturation);
     if (!(saturation >= 0 && saturation <= 4)) {
         throw InputError(section.where("saturation") + " is " + std::to_string(saturation) + ", expected 0 to 4");

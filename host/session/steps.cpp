@@ -68,6 +68,9 @@ Step<T> carry_out(Judge judge, const StepRules& rules, Record made, Compute comp
     const bool failed = worst(step.findings) == Severity::fail;
     if (step.result) {
         Record& record = step.result->record;
+        // What the calibration read itself stands behind the capture.
+        std::ranges::move(record.inputs, std::back_inserter(made.inputs));
+        std::ranges::move(record.in_force, std::back_inserter(made.in_force));
         record = std::move(made);
         record.standing = !failed ? Standing::passed : rules.forced ? Standing::forced : Standing::rejected;
         record.command = rules.command;

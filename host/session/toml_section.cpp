@@ -196,6 +196,11 @@ std::optional<std::string> TomlSection::text(std::string_view key) const {
     return value<std::string>(key, "a text in quotes");
 }
 
+std::optional<std::filesystem::path> TomlSection::file(std::string_view key) const {
+    const auto name = value<std::string>(key, "a file name");
+    return name ? std::optional(folder_ / *name) : std::nullopt;
+}
+
 std::vector<std::filesystem::path> TomlSection::files(std::string_view key) const {
     std::vector<std::filesystem::path> files;
     for_each_element(find(table_, key), [&](const toml::node& element) {
@@ -237,8 +242,8 @@ std::vector<CaptureEntry> TomlSection::entries(std::string_view key, bool lit) c
         }
         CaptureEntry& capture = captures.emplace_back();
         capture.files = table.files_or_glob();
-        if (const auto name = table.text("file")) {
-            capture.files.insert(capture.files.begin(), folder_ / *name);
+        if (const auto file = table.file("file")) {
+            capture.files.insert(capture.files.begin(), *file);
         }
         if (capture.files.empty()) {
             throw InputError(table.name_ + ": an entry has no 'file'");

@@ -41,6 +41,7 @@ public:
     /// Every key of the table with its two numbers.
     [[nodiscard]] std::vector<std::pair<std::string, std::array<double, 2>>> number_pairs() const;
 
+    [[nodiscard]] std::optional<std::filesystem::path> file(std::string_view key) const;
     /// One text or a list of them.
     [[nodiscard]] std::vector<std::filesystem::path> files(std::string_view key) const;
     /// Lists of { file = "...", illuminant_k = 5000, gain = 2, exposure_ms = 10 }; a plain file name will do, and

@@ -2,17 +2,15 @@
 
 #include <cmath>
 
+#include "math/colour_space.h"
+
 namespace cali::host {
 namespace {
 
-constexpr Vector3 kD65 = {0.95047, 1.0, 1.08883};
+constexpr Vector3 kWhiteD65 = {0.95047, 1.0, 1.08883};
 
 constexpr Matrix3 kXyzOfSrgb = {
     {{0.4124564, 0.3575761, 0.1804375}, {0.2126729, 0.7151522, 0.0721750}, {0.0193339, 0.1191920, 0.9503041}}};
-
-constexpr Matrix3 kBradford = {{{0.8951, 0.2664, -0.1614}, {-0.7502, 1.7135, 0.0367}, {0.0389, -0.0685, 1.0296}}};
-constexpr Matrix3 kBradfordInverse = {
-    {{0.9869929, -0.1470543, 0.1599627}, {0.4323053, 0.5183603, 0.0492912}, {-0.0085287, 0.0400428, 0.9684867}}};
 
 /// ((c3 t + c2) t + c1) t + c0
 double cubic(const std::array<double, 4>& c, double t) { return ((c[0] * t + c[1]) * t + c[2]) * t + c[3]; }
@@ -53,14 +51,6 @@ double linear_of_srgb(double encoded) {
     return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
 }
 
-Vector3 adapt_from_d65(const Vector3& xyz, const Vector3& white) {
-    Vector3 cone = multiply(kBradford, xyz);
-    const Vector3 from = multiply(kBradford, kD65);
-    const Vector3 to = multiply(kBradford, white);
-    for (std::size_t k = 0; k < 3; ++k) {
-        cone[k] *= to[k] / from[k];
-    }
-    return multiply(kBradfordInverse, cone);
-}
+Vector3 adapt_from_d65(const Vector3& xyz, const Vector3& white) { return adapt_bradford(xyz, kWhiteD65, white); }
 
 }  // namespace cali::host

@@ -1,6 +1,25 @@
 #include "math/colour_space.h"
 
 namespace cali {
+namespace {
+
+using Matrix3 = std::array<Colour, 3>;
+
+constexpr Matrix3 kBradford = {{{0.8951, 0.2664, -0.1614}, {-0.7502, 1.7135, 0.0367}, {0.0389, -0.0685, 1.0296}}};
+constexpr Matrix3 kBradfordInverse = {
+    {{0.9869929, -0.1470543, 0.1599627}, {0.4323053, 0.5183603, 0.0492912}, {-0.0085287, 0.0400428, 0.9684867}}};
+
+Colour multiply(const Matrix3& matrix, const Colour& colour) {
+    Colour product{};
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t column = 0; column < 3; ++column) {
+            product[row] += matrix[row][column] * colour[column];
+        }
+    }
+    return product;
+}
+
+}  // namespace
 
 float srgb_decode(double encoded) {
     // Narrowed before it is compared, so that 0.04045 meets itself.
@@ -28,6 +47,16 @@ const WhitePoint& white_point(int32_t selector) {
 Colour srgb_to_lab(const Colour& encoded, int32_t selector) {
     const auto linear = [&](std::size_t c) { return static_cast<double>(srgb_decode(encoded[c])); };
     return lab_of_linear_rgb({linear(0), linear(1), linear(2)}, white_point(selector));
+}
+
+Colour adapt_bradford(const Colour& xyz, const Colour& from, const Colour& to) {
+    Colour cone = multiply(kBradford, xyz);
+    const Colour cone_from = multiply(kBradford, from);
+    const Colour cone_to = multiply(kBradford, to);
+    for (std::size_t k = 0; k < cone.size(); ++k) {
+        cone[k] *= cone_to[k] / cone_from[k];
+    }
+    return multiply(kBradfordInverse, cone);
 }
 
 }  // namespace cali

@@ -81,9 +81,9 @@ TEST(Console, EveryCalibrationShowsItsFigures) {
               "Colour matrix: c.raw, method lsq, white D65, exposure x 1.500, gains 2.0000 and 0.5000 1.00000 2.00000 "
               "3.00000 11 12 13 4.00000 5.00000 6.00000 14 15 16 7.00000 8.00000 9.00000 17 18 19 mean dE*ab worst "
               "dE*ab mean dE2000 worst dE2000 before 1.00 2.00 ( 3) 3.00 4.00 ( 4) after 5.00 6.00 ( 5) 7.00 8.00 ( 6) "
-              "leave-one-out mean dE2000 9.00");
+              "leave-one-out mean dE2000 9.00 reference: built-in");
     host::ColourTable table;
-    table.input = {"c.raw", {}, {}, {}, 2};
+    table.input = {"c.raw", {}, {}, {}, 2, "charts/my.csv"};
     table.settings = {host::TableDomain::rgb, 33, 1, 0.2};
     table.before = {0.7, 1.4, 0, {}};
     table.after = {0.3, 0.6, 0, {}};
@@ -92,8 +92,8 @@ TEST(Console, EveryCalibrationShowsItsFigures) {
     EXPECT_EQ(
         squeezed(describe(table)),
         "Colour table: c.raw, rgb, 33^3 nodes, strength 1.00, radius 0.20 2 components that the matrix pushed out "
-        "of 0..1 were limited to it CIEDE2000 before: mean 0.700, worst 1.400; after: mean 0.300, worst 0.600 "
-        "leave-one-out mean 0.500; greys move by at most 0.100");
+        "of 0..1 were limited to it reference: my.csv CIEDE2000 before: mean 0.700, worst 1.400; after: mean 0.300, "
+        "worst 0.600 leave-one-out mean 0.500; greys move by at most 0.100");
     host::NoiseResults noise;
     noise.window = {1, 2, 3, 4};
     noise.levels = {{"level 1", 2, {1, 2, 3, 4}, {5, 6, 7, 8}, {}}};

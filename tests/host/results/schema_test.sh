@@ -19,7 +19,14 @@ run 0 blc "$session/dark_1.raw" "${geometry[@]}" --blocks 6 --results steps.json
 run 0 lsc "$session/flat_5000K.raw" "${geometry[@]}" --results steps.json
 run 0 awb "$session/grey_5000K.raw" "${geometry[@]}" --results steps.json
 run 0 ccm "$session/chart_5000K.raw" "${geometry[@]}" --method joint --results steps.json
-run 0 clut --domain hsv --nodes 5 --results steps.json
+{
+  echo '# white D65, observer 2, scale 1'
+  echo 'patch,X,Y,Z'
+  for patch in {1..18}; do echo "$patch,0.1,0.2,0.3"; done
+  for patch in {19..24}; do echo "$patch,0.$((27 - patch))6,0.$((28 - patch)),0.$((28 - patch))9"; done
+} >chart.csv
+run 1 ccm "$session/chart_5000K.raw" "${geometry[@]}" --reference chart.csv --method measured --results steps.json
+run 0 clut --domain hsv --nodes 5 --results steps.json --force
 run 1 lsc "$session/dark_1.raw" "${geometry[@]}" --illuminant 5000 --results steps.json
 run 1 blc "$session/grey_5000K.raw" "${geometry[@]}" --results rejected.json
 run 0 blc "$session/grey_5000K.raw" "${geometry[@]}" --results forced.json --force
