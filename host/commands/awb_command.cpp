@@ -1,4 +1,3 @@
-#include "captures/read_capture.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 
@@ -46,10 +45,8 @@ int act(const AwbOptions& options, const Invocation& invocation) {
     run.files().input(options.frame, "grey card");
     options.values.name_files(run.files());
     run.start();
-    Capture grey = read_capture(options.frame, options.geometry.geometry());
-    grey.taken.illuminant_k = options.light.kelvin();
+    Capture grey = run.read(options.frame, options.geometry.geometry(), options.light.kelvin());
     require_colours(grey, "white balance");
-    run.require_sensor(grey.sensor, grey.file);
     const Results known = options.values.values(grey, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;

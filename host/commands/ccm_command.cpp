@@ -1,4 +1,3 @@
-#include "captures/read_capture.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 #include "outputs/patch_picture.h"
@@ -97,10 +96,8 @@ int act(const CcmOptions& options, const Invocation& invocation) {
         run.files().output(options.picture, "--picture");
     }
     run.start();
-    Capture chart = read_capture(options.chart, options.geometry.geometry());
-    chart.taken.illuminant_k = options.light.kelvin();
+    Capture chart = run.read(options.chart, options.geometry.geometry(), options.light.kelvin());
     require_colours(chart, "a colour matrix");
-    run.require_sensor(chart.sensor, chart.file);
     const Results known = options.values.values(chart, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;

@@ -11,6 +11,8 @@ void add_blc_command(CommandLine& line);
 void add_lsc_command(CommandLine& line);
 void add_awb_command(CommandLine& line);
 void add_awb_curve_command(CommandLine& line);
+void add_check_command(CommandLine& line);
+void add_init_command(CommandLine& line);
 void add_chart_command(CommandLine& line);
 void add_ccm_command(CommandLine& line);
 void add_clut_command(CommandLine& line);

@@ -55,22 +55,6 @@ std::vector<CaptureEntry> lit_captures(const Session& session) {
     return captures;
 }
 
-/// Charts of lights that have no grey card, one for a light and gain.
-std::vector<CaptureEntry> charts_for_balance(const Session& session) {
-    std::vector<CaptureEntry> charts;
-    if (session.matrix.method == MatrixMethod::joint) {
-        return charts;
-    }
-    std::ranges::copy_if(session.chart, std::back_inserter(charts), [&](const CaptureEntry& chart) {
-        return chart.taken.illuminant_k
-                   ? std::ranges::none_of(
-                         session.grey,
-                         [&](const CaptureEntry& grey) { return grey.taken.illuminant_k == chart.taken.illuminant_k; })
-                   : session.grey.empty();
-    });
-    return charts;
-}
-
 bool is_mono(const Session& session) {
     std::vector<CaptureEntry> captures = lit_captures(session);
     captures.insert(captures.end(), session.dark.begin(), session.dark.end());
@@ -314,6 +298,21 @@ private:
 
 }  // namespace
 
+std::vector<CaptureEntry> charts_for_balance(const Session& session) {
+    std::vector<CaptureEntry> charts;
+    if (session.matrix.method == MatrixMethod::joint) {
+        return charts;
+    }
+    std::ranges::copy_if(session.chart, std::back_inserter(charts), [&](const CaptureEntry& chart) {
+        return chart.taken.illuminant_k
+                   ? std::ranges::none_of(
+                         session.grey,
+                         [&](const CaptureEntry& grey) { return grey.taken.illuminant_k == chart.taken.illuminant_k; })
+                   : session.grey.empty();
+    });
+    return charts;
+}
+
 ChainPlan plan_chain(const Session& session, const std::vector<std::string>& only, const Results& earlier) {
     const bool all = only.empty();
     const auto asked = [&](const char* part) { return all || std::ranges::find(only, part) != only.end(); };
@@ -360,9 +359,6 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
         } else {
             throw InputError(session.file.string() + ": --only " + need.part + ": " + need.missing);
         }
-    }
-    if (plan.parts.empty()) {
-        throw InputError(session.file.string() + ": nothing can be calibrated: " + plan.left_out.front().second);
     }
     if (plan.does("blc") && plan.given.empty()) {
         plan.dark =

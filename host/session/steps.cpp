@@ -39,10 +39,11 @@ Record made_of(const Capture& capture, const TuningValues* values) {
     made.inputs = capture.inputs;
     made.mono = capture.sensor.mono;
     made.in_force = capture.settings;
+    // What the file states of it gives way to the one that is applied, or measured.
+    std::erase_if(made.in_force, [](const Setting& setting) { return setting.name == "black level"; });
     if (values != nullptr) {
         made.values = values->origin;
         const auto& offset = values->black_level.offset;
-        std::erase_if(made.in_force, [](const Setting& setting) { return setting.name == "black level"; });
         made.in_force.push_back(
             {"black level",
              text("%u %u %u %u codes of %d bits", offset[kRR], offset[kGR], offset[kGB], offset[kBB], kLibraryBits),

@@ -144,6 +144,10 @@ TEST(LensShading, OptionsTakeEffectAndRegistersAgreeWithTheResults) {
     const ShadingTables tables = host::read_results(folder / "lsc.json").lens_shading[0].tables;
     EXPECT_EQ(read_text(folder / "flat_6500K_lsc_registers.txt"), lsc_register_text(tables));
     EXPECT_EQ(read_text(folder / "flat_6500K_lsc_coefficients.csv"), lsc_coefficient_csv(tables));
+    // A file of that name that no run wrote is the user's.
+    const TemporaryFolder own;
+    write_text(own / "flat_6500K_lsc_registers.txt", "mine");
+    expect_errors(own, {{line + "--registers", "flat_6500K_lsc_registers.txt: is there already"}});
     // Chroma gains leave the light's fall, the radial ones do not.
     EXPECT_NE(read_text(folder / "flat_6500K_mesh.pgm"), read_text(folder / "flat_6500K_radial.pgm"));
     // Without cleaning the tables differ, on the same capture; a session's settings count where no option is given.

@@ -51,6 +51,75 @@ TEST(Calibrate, RecoversTheSimulatedSensor) {
     }
 }
 
+/// No option beyond the folder.
+TEST(Init, FoldersOfDngsAndOfPackedRawGiveTheTruth) {
+    const TemporaryFolder folder;
+    for (const std::string form : {"dng --names tuning", "mipi --bits 10 --names geometry"}) {
+        SCOPED_TRACE(form);
+        run_line(folder.path(), "simulate s --overwrite --size 800x600 --series-levels 4 --format " + form);
+        std::filesystem::remove(folder / "s/session.toml");
+        run_line(folder.path(), "init s");
+        const std::string shown = run_line(folder.path(), "check s/session.toml");
+        EXPECT_EQ(shown.find(" no "), std::string::npos) << shown;
+        run_line(folder.path(), "calibrate s/session.toml --strict");
+        expect_truth(folder / "s");
+        const json results = read_json(folder / "s/results.json");
+        EXPECT_EQ(results["noise"].size(), 1U);
+        EXPECT_EQ(results["colour_matrix"].size(), 4U);
+        EXPECT_EQ(results["white_balance"][0]["measured_on"], form.starts_with("dng") ? "chart" : "grey card");
+        EXPECT_NEAR(results["white_balance_curve"]["reference_k"], 5000, 1);
+        std::filesystem::remove_all(folder / "s");
+    }
+}
+
+TEST(Init, PlacesByNamesFoldersAndPictures) {
+    const TemporaryFolder folder;
+    run_line(folder.path(),
+             "simulate s --size 640x480 --format dng --illuminants 5000 --dark-frames 3 --series-levels 1");
+    const auto move = [&](const std::string& from, const std::string& to) {
+        std::filesystem::create_directories((folder / to).parent_path());
+        std::filesystem::rename(folder / ("s/" + from), folder / to);
+    };
+    move("dark_1.dng", "c/dark/a.dng");
+    move("dark_2.dng", "c/IMG_4K_2.dng");  // no light of 4 K
+    move("flat_5000K.dng", "c/IMG_4K_3.dng");
+    move("chart_5000K.dng", "c/IMG_4K_4.dng");
+    move("grey_5000K.dng", "c/Grey/5000K/b.dng");
+    move("series_1_1.dng", "c/noise/dim/1.dng");
+    move("series_1_2.dng", "c/noise/dim/2.dng");
+    move("dark_3.dng", "c/dark_of_600k.dng");
+    std::filesystem::copy_file(folder / "c/dark/a.dng", folder / "c/flat_4000K_1.dng");
+    std::filesystem::copy_file(folder / "c/dark/a.dng", folder / "c/flat_4000K_2.dng");
+    write_text(folder / "c/flat_4000K_2.tif", "II*");
+    write_text(folder / "c/notes.txt", "not a capture");
+    run_line(folder.path(), "simulate t --size 64x48 --format pgm --illuminants 5000 --series-levels 0");
+    std::filesystem::copy_file(folder / "t/dark_1.pgm", folder / "c/dark_9.pgm");
+    const std::string printed = run_line(folder.path(), "init c --out session.toml --pattern RGGB");
+    EXPECT_NE(printed.find("c/IMG_4K_3.dng: a flat field"), std::string::npos) << printed;
+    EXPECT_NE(printed.find("c/dark_9.pgm: 64 x 48, RGGB, 12 bits, and most captures are 640 x 480"), std::string::npos)
+        << printed;
+    EXPECT_NE(printed.find("c/flat_4000K_2.tif: "), std::string::npos) << printed;
+    EXPECT_EQ(printed.find("notes"), std::string::npos);
+    const std::string session = read_text(folder / "session.toml");
+    for (const char* const line :
+         {"{ file = \"c/dark/a.dng\" }", "{ file = \"c/dark_of_600k.dng\" }", "{ file = \"c/IMG_4K_2.dng\" }",
+          "{ files = [\"c/flat_4000K_1.dng\", \"c/flat_4000K_2.dng\"], illuminant_k = 4000 }",
+          "{ file = \"c/Grey/5000K/b.dng\", illuminant_k = 5000 }", "chart = [\n    { file = \"c/IMG_4K_4.dng\" }",
+          "series = [\n    { files = [\"c/noise/dim/1.dng\", \"c/noise/dim/2.dng\"] }", "pattern = \"RGGB\""}) {
+        EXPECT_NE(session.find(line), std::string::npos) << line << "\n" << session;
+    }
+    const std::string coverage = run_line(folder.path(), "check session.toml");
+    EXPECT_NE(coverage.find("white_balance_curve  no    1 lights of known temperature: grey cards or charts under 3"),
+              std::string::npos)
+        << coverage;
+    expect_errors(folder, {{"init c --out session.toml", "session.toml: exists already; expected another name"},
+                           {"init nothere", "nothere: no such folder"},
+                           {"init c/dark/a.dng", "no such folder"},
+                           {"check nothere.toml", "nothere.toml: no such session file"}});
+    std::filesystem::create_directory(folder / "empty");
+    expect_errors(folder, {{"init empty", "empty: holds no capture that could be placed"}});
+}
+
 TEST(Calibrate, RunsEveryCalibrationAndWritesWhatIsAskedFor) {
     const TemporaryFolder& folder = simulated_session();
     expect_truth(folder.path());

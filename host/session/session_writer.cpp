@@ -1,0 +1,131 @@
+#include "session/session_writer.h"
+
+#include "base/text.h"
+
+namespace cali::host {
+namespace {
+
+/// As TOML's basic strings take it.
+std::string quoted(const std::string& words) {
+    std::string out = "\"";
+    for (const char c : words) {
+        const auto code = static_cast<unsigned char>(c);
+        out += c == '"' || c == '\\' ? std::string("\\") + c : code < 0x20 ? text("\\u%04X", code) : std::string(1, c);
+    }
+    return out + '"';
+}
+
+/// A remark is one line whatever a file is called.
+std::string remark(const std::string& words) {
+    std::string line = "# " + words;
+    for (char& c : line) {
+        c = static_cast<unsigned char>(c) < 0x20 ? '?' : c;
+    }
+    return line + "\n";
+}
+
+class Writer {
+public:
+    /// Empty: the current folder.
+    explicit Writer(const std::filesystem::path& folder)
+        : folder_(std::filesystem::absolute(folder.empty() ? "." : folder).lexically_normal()) {}
+
+    [[nodiscard]] std::string name(const std::filesystem::path& file) const {
+        const std::filesystem::path near =
+            std::filesystem::absolute(file).lexically_normal().lexically_relative(folder_);
+        return (near.empty() ? file : near).generic_string();
+    }
+
+    [[nodiscard]] std::string files(const std::vector<std::filesystem::path>& files) const {
+        std::string list;
+        for (const std::filesystem::path& file : files) {
+            list += (list.empty() ? "" : ", ") + quoted(name(file));
+        }
+        return "[" + list + "]";
+    }
+
+    /// An example where there is none.
+    [[nodiscard]] std::string entries(const char* key, const std::vector<CaptureEntry>& captures,
+                                      const std::string& what, const std::string& example) const {
+        std::string list = remark(what);
+        if (captures.empty()) {
+            return list + remark(std::string(key) + " = [" + example + "]");
+        }
+        list += std::string(key) + " = [\n";
+        for (const CaptureEntry& entry : captures) {
+            list += "    { ";
+            list += entry.files.size() == 1 ? "file = " + quoted(name(entry.file())) : "files = " + files(entry.files);
+            list += entry.taken.illuminant_k ? text(", illuminant_k = %g", *entry.taken.illuminant_k) : "";
+            list += entry.taken.gain ? text(", gain = %g", *entry.taken.gain) : "";
+            list += " },\n";
+        }
+        return list + "]\n";
+    }
+
+private:
+    std::filesystem::path folder_;
+};
+
+std::string sensor_text(const SensorGeometry& sensor, const Geometry& told) {
+    std::string out = remark(to_text(sensor));
+    out += "[sensor]\n";
+    if (told.width && told.height) {
+        out += text("width = %d\nheight = %d\n", *told.width, *told.height);
+    }
+    if (told.pattern) {
+        out += "pattern = " + quoted(pattern_text(sensor)) + "\n";
+    }
+    if (told.bits) {
+        out += text("bits = %d\n", *told.bits);
+    }
+    const RawLayout& layout = told.layout;
+    out += layout.stride_bytes ? text("stride_bytes = %d\n", *layout.stride_bytes) : "";
+    out += layout.header_bytes ? text("header_bytes = %d\n", *layout.header_bytes) : "";
+    out += layout.big_endian ? std::string("byte_order = ") + (*layout.big_endian ? "\"big\"\n" : "\"little\"\n") : "";
+    out += layout.packing ? "packing = " + quoted(kPackingNames[static_cast<std::size_t>(*layout.packing)]) + "\n" : "";
+    return out;
+}
+
+}  // namespace
+
+std::string session_file_text(const Placement& placement, const Geometry& told, const std::filesystem::path& folder) {
+    const Writer writer(folder);
+    std::string out = remark("Captures of one sensor, sorted by cali init. Look them over, then: cali calibrate") +
+                      sensor_text(placement.sensor, told) + "\n[captures]\n";
+    out += writer.entries("dark", placement.dark, "Lens capped.", "\"dark_1.raw\"");
+    out += writer.entries("flat", placement.flat, "An evenly lit, bright surface that fills the frame.",
+                          "{ file = \"flat_5000K.raw\", illuminant_k = 5000 }");
+    out += writer.entries("grey", placement.grey, "A grey card. Lights without one take their chart's greys.",
+                          "{ file = \"grey_5000K.raw\", illuminant_k = 5000 }");
+    out += writer.entries("chart", placement.chart, "The 24-patch chart; it is found where it lies.",
+                          "{ file = \"chart_5000K.raw\", illuminant_k = 5000 }");
+    out += remark("One even light at several brightness levels, dark to bright; two frames or more of each.");
+    if (placement.series.empty()) {
+        out += remark("series = [{ files = [\"noise_1_1.raw\", \"noise_1_2.raw\"] }]");
+    } else {
+        out += "series = [\n";
+        for (const SeriesLevel& level : placement.series) {
+            out += "    { files = " + writer.files(level.files) + (level.gain ? text(", gain = %g", *level.gain) : "") +
+                   " },\n";
+        }
+        out += "]\n";
+    }
+    if (!placement.seen.empty()) {
+        out += "\n" + remark("Told by what they show, not by their names:");
+        for (const auto& [file, as] : placement.seen) {
+            out += remark("  " + writer.name(file) + ": " + as);
+        }
+    }
+    if (!placement.left_out.empty()) {
+        out += "\n" + remark("Not placed:");
+        for (const auto& [file, why] : placement.left_out) {
+            out += remark("  " + writer.name(file) + ": " + why);
+        }
+    }
+    if (placement.dark.empty()) {
+        out += "\n[black_level]\n" + remark("offset = 64   # known, where there is no dark frame");
+    }
+    return out;
+}
+
+}  // namespace cali::host
