@@ -81,7 +81,7 @@ TEST(Console, EveryCalibrationShowsItsFigures) {
               "Colour matrix: c.raw, method lsq, white D65, exposure x 1.500, gains 2.0000 and 0.5000 1.00000 2.00000 "
               "3.00000 11 12 13 4.00000 5.00000 6.00000 14 15 16 7.00000 8.00000 9.00000 17 18 19 mean dE*ab worst "
               "dE*ab mean dE2000 worst dE2000 before 1.00 2.00 ( 3) 3.00 4.00 ( 4) after 5.00 6.00 ( 5) 7.00 8.00 ( 6) "
-              "leave-one-out mean dE2000 9.00 reference: built-in");
+              "reference: built-in leave-one-out mean dE2000 9.00");
     host::ColourTable table;
     table.input = {"c.raw", {}, {}, {}, 2, "charts/my.csv"};
     table.settings = {host::TableDomain::rgb, 33, 1, 0.2};
