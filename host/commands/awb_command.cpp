@@ -1,4 +1,3 @@
-#include "captures/read_capture.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 
@@ -46,7 +45,7 @@ int act(const AwbOptions& options, const Invocation& invocation) {
     run.files().input(options.frame, "grey card");
     options.values.name_files(run.files());
     run.start();
-    Capture grey = read_capture(options.frame, options.geometry.geometry());
+    Capture grey = options.geometry.capture(options.frame);
     grey.taken.illuminant_k = options.light.kelvin();
     require_colours(grey, "white balance");
     run.require_sensor(grey.sensor, grey.file);

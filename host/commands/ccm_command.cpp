@@ -1,4 +1,3 @@
-#include "captures/read_capture.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 #include "outputs/patch_picture.h"
@@ -82,7 +81,7 @@ int act(const CcmOptions& options, const Invocation& invocation) {
         run.files().output(options.picture, "--picture");
     }
     run.start();
-    Capture chart = read_capture(options.chart, options.geometry.geometry());
+    Capture chart = options.geometry.capture(options.chart);
     chart.taken.illuminant_k = options.light.kelvin();
     require_colours(chart, "a colour matrix");
     run.require_sensor(chart.sensor, chart.file);

@@ -1,4 +1,3 @@
-#include "captures/read_capture.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 #include "outputs/register_files.h"
@@ -58,7 +57,7 @@ int act(const LscOptions& options, const Invocation& invocation) {
     for (const std::filesystem::path& file : shading_file_names(folder, options.frame, options.files)) {
         run.own_output(file);
     }
-    Capture flat = read_capture(options.frame, options.geometry.geometry());
+    Capture flat = options.geometry.capture(options.frame);
     flat.taken.illuminant_k = options.light.kelvin();
     run.require_sensor(flat.sensor, flat.file);
     const Results known = options.values.values(flat, run);

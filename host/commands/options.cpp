@@ -8,6 +8,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "captures/burst.h"
 #include "captures/limits.h"
 
 namespace cali::host {
@@ -180,6 +181,16 @@ void GeometryOptions::add_to(Command& command) {
     command.option("--byte-order", byte_order_, "of headerless 16-bit words: little or big");
     command.option("--stride-bytes", stride_bytes_, "of headerless raw files: from one row to the next");
     command.option("--header-bytes", header_bytes_, "of headerless raw files: bytes before the first row");
+}
+
+CaptureEntry GeometryOptions::entry(const std::filesystem::path& file) const {
+    const std::optional<Session> told = session();
+    return {{file}, {{}, told ? stated_gain(*told, file) : std::nullopt}, {}};
+}
+
+Capture GeometryOptions::capture(const std::filesystem::path& file) const {
+    constexpr double kAny = 1;  // of a single frame nothing is left out
+    return read_entry(entry(file), geometry(), kAny);
 }
 
 std::optional<Session> GeometryOptions::session() const {
