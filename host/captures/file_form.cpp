@@ -74,7 +74,7 @@ std::vector<Setting> settings_of(const Capture& capture, const Geometry& geometr
         add("white level", text("%d", *sensor.white_level));
     }
     if (metadata.gain) {
-        add("gain", text("%g", *metadata.gain));
+        settings.push_back({"gain", text("%g", *metadata.gain), source(geometry.gain.has_value(), Source::option)});
     }
     if (metadata.exposure_ms) {
         add("exposure", text("%g ms", *metadata.exposure_ms));

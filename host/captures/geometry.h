@@ -79,6 +79,7 @@ struct Geometry {
     Source pattern_by = Source::session;
     Source bits_by = Source::session;
     RawLayout layout = {};
+    std::optional<double> gain = {};  ///< analogue; by option
 };
 
 /// Throws InputError where a capture's `what` is not known: an option or a session file must tell.

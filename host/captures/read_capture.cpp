@@ -82,6 +82,13 @@ bool is_container(const std::filesystem::path& file, std::span<const uint8_t> he
     return is_png(file, head) || is_tiff(file, head) || is_camera_raw(file, head);
 }
 
+/// Once the file has told what it does.
+void set_in_force(Capture& capture, const Geometry& geometry) {
+    capture.metadata.gain = geometry.gain ? geometry.gain : capture.metadata.gain;
+    capture.taken.gain = capture.metadata.gain;
+    capture.settings = settings_of(capture, geometry);
+}
+
 }  // namespace
 
 FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry) {
@@ -91,7 +98,7 @@ FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry
     capture.file = file;
     capture.inputs = {{file, content.size(), digest_of(content)}};
     reader_of(file, content).read(frame, content, geometry);
-    capture.settings = settings_of(capture, geometry);
+    set_in_force(capture, geometry);
     return frame;
 }
 
@@ -109,7 +116,7 @@ Capture probe_capture(const std::filesystem::path& file, const Geometry& geometr
         content = read_all(file);
     }
     reader_of(file, content).probe(capture, content, bytes, geometry);
-    capture.settings = settings_of(capture, geometry);
+    set_in_force(capture, geometry);
     return capture;
 }
 

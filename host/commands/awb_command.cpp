@@ -45,10 +45,8 @@ int act(const AwbOptions& options, const Invocation& invocation) {
     run.files().input(options.frame, "grey card");
     options.values.name_files(run.files());
     run.start();
-    Capture grey = options.geometry.capture(options.frame);
-    grey.taken.illuminant_k = options.light.kelvin();
+    Capture grey = run.read(options.frame, options.geometry, options.light.kelvin());
     require_colours(grey, "white balance");
-    run.require_sensor(grey.sensor, grey.file);
     const Results known = options.values.values(grey, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;

@@ -92,6 +92,9 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     }
     run.start();
     const ChainPlan plan = plan_chain(session, options.only, run.earlier());
+    if (plan.parts.empty()) {
+        throw InputError(session.file.string() + ": nothing can be calibrated: " + plan.left_out.front().second);
+    }
     for (const std::filesystem::path& name : ChainFiles::names(session, plan, folder, options.files)) {
         run.own_output(name);
     }

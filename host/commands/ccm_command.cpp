@@ -81,10 +81,8 @@ int act(const CcmOptions& options, const Invocation& invocation) {
         run.files().output(options.picture, "--picture");
     }
     run.start();
-    Capture chart = options.geometry.capture(options.chart);
-    chart.taken.illuminant_k = options.light.kelvin();
+    Capture chart = run.read(options.chart, options.geometry, options.light.kelvin());
     require_colours(chart, "a colour matrix");
-    run.require_sensor(chart.sensor, chart.file);
     const Results known = options.values.values(chart, run);
     const ValueChooser chooser(known, options.run.force);
     TuningValues values;

@@ -25,8 +25,8 @@ int act(const CheckOptions& options, const Invocation& invocation) {
         require_same_sensor(sensor, file.string(), captures.front().second, captures.front().first.string());
     }
     report.section(coverage(session, plan));
-    report.note(std::to_string(captures.size()) + " captures" +
-                (captures.empty() ? "" : " of " + to_text(captures.front().second)));
+    report.note(std::to_string(captures.size()) + " captures would be read" +
+                (captures.empty() ? "" : ", of " + to_text(captures.front().second)));
     report.finish();
     return 0;
 }

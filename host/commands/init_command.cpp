@@ -76,14 +76,17 @@ int act(const InitOptions& options, const Invocation& /*invocation*/) {
         throw InputError(folder.string() + ": holds no capture that could be placed" + first);
     }
     write_text_file(out, session_file_text(placement, told, out.parent_path()));
-    std::printf("%s\n  dark: %zu frames\n  flat: %s\n  grey: %s\n  chart: %s\n  series: %zu levels\n",
-                to_text(placement.sensor).c_str(), placement.dark.size(), lights_of(placement.flat, told).c_str(),
-                lights_of(placement.grey, told).c_str(), lights_of(placement.chart, told).c_str(),
-                placement.series.size());
-    print_list(placement.seen, "told by what they show:", stdout);
-    print_list(placement.left_out, "not placed:", stdout);
-    std::printf("written: %s\nnext: cali check %s, then cali calibrate %s\n", out.string().c_str(),
-                out.string().c_str(), out.string().c_str());
+    // Where the session itself goes to standard output, nothing else does.
+    std::FILE* const stream = out == "-" ? stderr : stdout;
+    std::fprintf(stream, "%s\n  dark: %zu frames\n  flat: %s\n  grey: %s\n  chart: %s\n  series: %zu levels\n",
+                 to_text(placement.sensor).c_str(), placement.dark.size(), lights_of(placement.flat, told).c_str(),
+                 lights_of(placement.grey, told).c_str(), lights_of(placement.chart, told).c_str(),
+                 placement.series.size());
+    print_list(placement.seen, "told by what they show:", stream);
+    print_list(placement.left_out, "not placed:", stream);
+    const std::string name = out.string();
+    std::fprintf(stream, "written: %s\nnext: cali check %s, then cali calibrate %s\n", name.c_str(), name.c_str(),
+                 name.c_str());
     return 0;
 }
 

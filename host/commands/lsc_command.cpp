@@ -57,9 +57,7 @@ int act(const LscOptions& options, const Invocation& invocation) {
     for (const std::filesystem::path& file : shading_file_names(folder, options.frame, options.files)) {
         run.own_output(file);
     }
-    Capture flat = options.geometry.capture(options.frame);
-    flat.taken.illuminant_k = options.light.kelvin();
-    run.require_sensor(flat.sensor, flat.file);
+    Capture flat = run.read(options.frame, options.geometry, options.light.kelvin());
     const Results known = options.values.values(flat, run);
     TuningValues values;
     (void)ValueChooser(known, options.run.force).black_level(flat.taken, values);

@@ -181,6 +181,8 @@ void GeometryOptions::add_to(Command& command) {
     command.option("--byte-order", byte_order_, "of headerless 16-bit words: little or big");
     command.option("--stride-bytes", stride_bytes_, "of headerless raw files: from one row to the next");
     command.option("--header-bytes", header_bytes_, "of headerless raw files: bytes before the first row");
+    command.option("--gain", gain_, "analogue gain of the capture, 1 = ISO 100; default: what the file tells")
+        .range(kLeastGain, kMostGain);
 }
 
 CaptureEntry GeometryOptions::entry(const std::filesystem::path& file) const {
@@ -226,6 +228,7 @@ Geometry GeometryOptions::geometry() const {
     if (header_bytes_) {
         layout.header_bytes = check_number(*header_bytes_, 0, kMostLayoutBytes, "--header-bytes");
     }
+    geometry.gain = gain_;
     return geometry;
 }
 

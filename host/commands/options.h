@@ -111,6 +111,7 @@ private:
     std::string byte_order_;
     std::optional<int> stride_bytes_;
     std::optional<int> header_bytes_;
+    std::optional<double> gain_;
 };
 
 /// --verbose and --log: where the library's own output goes.

@@ -359,9 +359,6 @@ ChainPlan plan_chain(const Session& session, const std::vector<std::string>& onl
             throw InputError(session.file.string() + ": --only " + need.part + ": " + need.missing);
         }
     }
-    if (plan.parts.empty()) {
-        throw InputError(session.file.string() + ": nothing can be calibrated: " + plan.left_out.front().second);
-    }
     if (plan.does("blc") && plan.given.empty()) {
         plan.dark =
             by_gain(session.dark, [&](const CaptureEntry& dark) { return conditions_of(dark, session.geometry).gain; });

@@ -96,19 +96,21 @@ std::size_t known_lights(const Session& session) {
 Table calibrations(const Session& session, const ChainPlan& plan) {
     Table table;
     table.columns = {{"calibration", 20, true}, {"", 5, true}, {"made of, or what is missing", 40, true}};
-    const auto missing = [&](const std::string& section, const std::string& why) {
-        table.rows.push_back({{section, "no", why + ": " + how_to_take(section)}, ""});
+    const auto missing = [&](const std::string& section, const std::string& why, const std::string& needed) {
+        table.rows.push_back({{section, "no", why + ": " + how_to_take(needed)}, ""});
     };
     for_each_section_name([&](const std::string& section) {
         const auto left = std::ranges::find(plan.left_out, section, &std::pair<std::string, std::string>::first);
         if (left != plan.left_out.end()) {
-            missing(section, left->second);
+            // Black level comes first: where it is missing for others, it is what has to be taken.
+            const auto& [first, why] = plan.left_out.front();
+            missing(section, left->second, left->second == why ? first : section);
         } else if (section == "white_balance_curve") {
             const std::size_t lights = plan.does("awb") ? known_lights(session) : 0;
             if (lights >= kLeastCurveLights && lights <= kMostCurveLights) {
                 table.rows.push_back({{section, "yes", text("%zu lights", lights)}, ""});
             } else {
-                missing(section, text("%zu lights of known temperature", lights));
+                missing(section, text("%zu lights of known temperature", lights), section);
             }
         } else {
             table.rows.push_back({{section, "yes", made_of(section, session, plan)}, ""});

@@ -253,7 +253,7 @@ void World::for_every_export(Visit&& visit) {
               "U-4.8", "U4.+8", " U4.8", "U4 .8", "U4.8.1", "U32.1", "U1.32", "U4294967300.8");
     by_format(call(cali_isp_ynr_np_fix_calc, &ratios[0], &ratios[0], 9, "U4.8", "U8.0", n, n + 1), "", "U4.-8");
     visit("Noise", call(cali_isp_diff_img_calc, &frame[0], &frame[1], 48, 40, &frame[2]),
-          bad<2>("frame size", 0x80000000U));
+          bad<2>("frame size", 0x80000000U), bad<3>("frame size", 0x80000000U));
     visit("Noise", call(cali_isp_std_img_calc, frame.data(), 6, 48, 40, r), bad<1>("nframes is 1, expected 2", 1),
           Spoilt{"frames", [](World& w) { w.frame[5] = nullptr; }});
 

@@ -115,6 +115,7 @@ TEST_F(NoiseSeries, RecoversTheSimulatedSensorWithTheBitsOfTheExports) {
     EXPECT_NE(plot.find("cx=\"802.9\""), std::string::npos);
     // And the largest deviation at 1/1.15 of its 480, above the foot.
     EXPECT_NE(plot.find("cy=\"122.6\""), std::string::npos);
+    EXPECT_NE(plot.find("<path d=\"M60.0 "), std::string::npos);  // lines begin at black
     EXPECT_NE(plot.find("<text x=\"75.0\" y=\"98.0\" text-anchor=\"start\" fill=\"#"), std::string::npos);  // gr
 }
 
