@@ -8,7 +8,6 @@
 #include "base/error.h"
 #include "base/file_lock.h"
 #include "base/text.h"
-#include "captures/read_capture.h"
 #include "results/merge.h"
 #include "results/results_file.h"
 #include "results/sections.h"
