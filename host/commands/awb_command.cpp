@@ -45,7 +45,7 @@ int act(const AwbOptions& options, const Invocation& invocation) {
     run.files().input(options.frame, "grey card");
     options.values.name_files(run.files());
     run.start();
-    Capture grey = run.read(options.frame, options.geometry.geometry(), options.light.kelvin());
+    Capture grey = run.read(options.frame, options.geometry, options.light.kelvin());
     require_colours(grey, "white balance");
     const Results known = options.values.values(grey, run);
     const ValueChooser chooser(known, options.run.force);

@@ -37,7 +37,7 @@ int act(const BlcOptions& options, const Invocation& invocation) {
     std::vector<CaptureEntry> entries;
     for (const std::filesystem::path file : options.frames) {
         run.files().input(file, "dark frame");
-        entries.push_back({{file}, {}, {}});
+        entries.push_back(options.geometry.entry(file));
     }
     run.start();
     for (const auto& [taken, of_gain] :

@@ -96,7 +96,7 @@ int act(const CcmOptions& options, const Invocation& invocation) {
         run.files().output(options.picture, "--picture");
     }
     run.start();
-    Capture chart = run.read(options.chart, options.geometry.geometry(), options.light.kelvin());
+    Capture chart = run.read(options.chart, options.geometry, options.light.kelvin());
     require_colours(chart, "a colour matrix");
     const Results known = options.values.values(chart, run);
     const ValueChooser chooser(known, options.run.force);

@@ -57,7 +57,7 @@ int act(const LscOptions& options, const Invocation& invocation) {
     for (const std::filesystem::path& file : shading_file_names(folder, options.frame, options.files)) {
         run.own_output(file);
     }
-    Capture flat = run.read(options.frame, options.geometry.geometry(), options.light.kelvin());
+    Capture flat = run.read(options.frame, options.geometry, options.light.kelvin());
     const Results known = options.values.values(flat, run);
     TuningValues values;
     (void)ValueChooser(known, options.run.force).black_level(flat.taken, values);

@@ -8,6 +8,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "captures/burst.h"
 #include "captures/limits.h"
 
 namespace cali::host {
@@ -182,6 +183,16 @@ void GeometryOptions::add_to(Command& command) {
     command.option("--header-bytes", header_bytes_, "of headerless raw files: bytes before the first row");
     command.option("--gain", gain_, "analogue gain of the capture, 1 = ISO 100; default: what the file tells")
         .range(kLeastGain, kMostGain);
+}
+
+CaptureEntry GeometryOptions::entry(const std::filesystem::path& file) const {
+    const std::optional<Session> told = session();
+    return {{file}, {{}, told ? stated_gain(*told, file) : std::nullopt}, {}};
+}
+
+Capture GeometryOptions::capture(const std::filesystem::path& file) const {
+    constexpr double kAny = 1;  // of a single frame nothing is left out
+    return read_entry(entry(file), geometry(), kAny);
 }
 
 std::optional<Session> GeometryOptions::session() const {

@@ -96,6 +96,10 @@ public:
     /// What the session says, overridden by the options. Throws InputError.
     [[nodiscard]] Geometry geometry() const;
     [[nodiscard]] std::optional<Session> session() const;
+    /// The file as a capture, with the gain that the session states for it.
+    [[nodiscard]] CaptureEntry entry(const std::filesystem::path& file) const;
+    /// Reads it. Throws InputError.
+    [[nodiscard]] Capture capture(const std::filesystem::path& file) const;
     [[nodiscard]] const std::string& session_file() const { return session_; }
 
 private:

@@ -8,7 +8,6 @@
 #include "base/error.h"
 #include "base/file_lock.h"
 #include "base/text.h"
-#include "captures/read_capture.h"
 #include "results/merge.h"
 #include "results/results_file.h"
 #include "results/sections.h"
@@ -214,8 +213,9 @@ Results Run::read_values(const std::string& file) {
     return values;
 }
 
-Capture Run::read(const std::filesystem::path& file, const Geometry& geometry, std::optional<double> illuminant_k) {
-    Capture capture = read_capture(file, geometry);
+Capture Run::read(const std::filesystem::path& file, const GeometryOptions& geometry,
+                  std::optional<double> illuminant_k) {
+    Capture capture = geometry.capture(file);
     capture.taken.illuminant_k = illuminant_k;
     require_sensor(capture.sensor, capture.file);
     return capture;

@@ -68,7 +68,7 @@ public:
     /// Another results file, or the one that grows where it is that. Throws InputError.
     [[nodiscard]] Results read_values(const std::string& file);
     /// The capture that a command measures, under its light; refused likewise. Throws InputError.
-    [[nodiscard]] Capture read(const std::filesystem::path& file, const Geometry& geometry,
+    [[nodiscard]] Capture read(const std::filesystem::path& file, const GeometryOptions& geometry,
                                std::optional<double> illuminant_k);
     /// For steps: refuses captures of another sensor.
     [[nodiscard]] CaptureRead reader();

@@ -5,7 +5,6 @@
 #include "base/text.h"
 #include "captures/pgm_file.h"
 #include "captures/raw_file.h"
-#include "captures/read_capture.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 #include "library/front_end.h"
@@ -122,7 +121,7 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
         read_limits(options.limits, limits);
     }
     const Results stored = read_results(options.results);
-    Capture frame = read_capture(options.frame, options.geometry.geometry());
+    Capture frame = options.geometry.capture(options.frame);
     frame.taken.illuminant_k = light;
     RunReport report = options.report.report(invocation.command);
     const LibraryOutput output = options.report.output.output();

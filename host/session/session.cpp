@@ -156,6 +156,21 @@ Session read_session(const std::filesystem::path& file) {
     return session;
 }
 
+std::optional<double> stated_gain(const Session& session, const std::filesystem::path& file) {
+    for (const auto* const captures : {&session.dark, &session.flat, &session.grey, &session.chart}) {
+        for (const CaptureEntry& capture : *captures) {
+            const bool named = std::ranges::any_of(capture.files, [&](const std::filesystem::path& other) {
+                std::error_code error;
+                return std::filesystem::equivalent(other, file, error);
+            });
+            if (named) {
+                return capture.taken.gain;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 void read_limits(const std::filesystem::path& file, Limits& limits) {
     const TomlSection root = TomlSection::read_file(file, "file of limits");
     root.allow_only({"limits", "diff"});

@@ -37,6 +37,9 @@ struct Session {
 /// Capture paths are relative to the file's folder. Unknown keys are errors. Throws InputError.
 [[nodiscard]] Session read_session(const std::filesystem::path& file);
 
+/// The gain that the session states for a capture, or a frame of a burst, where it names the file.
+[[nodiscard]] std::optional<double> stated_gain(const Session& session, const std::filesystem::path& file);
+
 /// A file of limits: tables [limits], whose keys are the checks' codes, and [diff]. Each overrides the one in force.
 /// Throws InputError.
 void read_limits(const std::filesystem::path& file, Limits& limits);

@@ -65,6 +65,14 @@ TEST(Gains, EachHasItsBlackLevelAndNoiseAndTheRestTheNearest) {
         EXPECT_TRUE(value["entry"].get<std::string>().ends_with(" K at gain 1")) << value;
     }
 
+    // The session tells single commands, too.
+    run_line(folder.path(),
+             "awb raw/grey_6500K_g4.raw --session raw/session.toml --results raw/results.json "
+             "--illuminant 6500");
+    json again = read_json(folder / "raw/results.json")["white_balance"];
+    ASSERT_EQ(again.size(), 6U);
+    EXPECT_EQ(again[5]["gain"], results["white_balance"][5]["gain"]);
+
     // DNGs tell their gain, to a session that is made of the folder too.
     run_line(folder.path(), "simulate dng --format dng --names tuning --burst 2 --illuminants 5000" + line);
     run_line(folder.path(), "init dng --overwrite");
