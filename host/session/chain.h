@@ -34,8 +34,8 @@ struct ChainPlan {
 /// Charts whose lights have no grey card: white balance comes from their greys. None with the joint method.
 [[nodiscard]] std::vector<CaptureEntry> charts_for_balance(const Session& session);
 
-/// What the session's captures are enough for, which may be nothing; `only`: nothing but those parts, all of which must be possible. With
-/// them `earlier` may hold what is applied. Throws InputError.
+/// What the session's captures are enough for, which may be nothing; `only`: nothing but those parts, all of which must
+/// be possible. With them `earlier` may hold what is applied. Throws InputError.
 [[nodiscard]] ChainPlan plan_chain(const Session& session, const std::vector<std::string>& only,
                                    const Results& earlier);
 
