@@ -93,7 +93,9 @@ void add_places(const PatchLattice& lattice, std::size_t index, std::vector<Plac
     const int width = right + kMissing - left + 1;
     const int height = bottom + kMissing - top + 1;
     std::vector<bool> there(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    const auto at = [&](int i, int j) { return static_cast<std::size_t>(j * width + i); };
+    const auto at = [&](int i, int j) {
+        return static_cast<std::size_t>(j) * static_cast<std::size_t>(width) + static_cast<std::size_t>(i);
+    };
     for (const auto& [node, p] : lattice) {
         there[at(node.first - left, node.second - top)] = true;
     }

@@ -190,7 +190,8 @@ public:
             const double down = cover(v - row - 0.5, half_[1]);
             for (int column = std::max(left, 0); column <= std::min(left + 1, kColumns - 1); ++column) {
                 const double share = down * cover(u - column - 0.5, half_[0]);
-                const auto& patch = patches_[static_cast<std::size_t>(row * kColumns + column)];
+                const auto& patch =
+                    patches_[static_cast<std::size_t>(row) * kChartColumns + static_cast<std::size_t>(column)];
                 for (std::size_t c = 0; c < 3; ++c) {
                     level[c] += share * (patch[c] - gap_[c]);
                 }

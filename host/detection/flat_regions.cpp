@@ -276,7 +276,8 @@ std::vector<FlatRegion> flat_regions(const SmallPicture& picture) {
         bool known = false;
         for (int j = std::max(row - 1, 0); j <= std::min(row + 1, picture.height / kBucket) && !known; ++j) {
             for (int i = std::max(column - 1, 0); i <= std::min(column + 1, columns - 1) && !known; ++i) {
-                const auto& bucket = buckets[static_cast<std::size_t>(j * columns + i)];
+                const auto& bucket = buckets[static_cast<std::size_t>(j) * static_cast<std::size_t>(columns) +
+                                             static_cast<std::size_t>(i)];
                 known = std::ranges::any_of(bucket, [&](std::size_t k) {
                     return kept[k].area < 6 * region.area &&
                            std::hypot(kept[k].centre.x - region.centre.x, kept[k].centre.y - region.centre.y) < reach;
@@ -284,7 +285,9 @@ std::vector<FlatRegion> flat_regions(const SmallPicture& picture) {
             }
         }
         if (!known) {
-            buckets[static_cast<std::size_t>(row * columns + column)].push_back(kept.size());
+            buckets[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
+                    static_cast<std::size_t>(column)]
+                .push_back(kept.size());
             kept.push_back(region);
         }
     }

@@ -235,7 +235,8 @@ TEST_F(MeasuredChart, SessionFitsAndJudgesByIt) {
     const std::string proof = run_line(folder_.path(),
                                        "verify chart_5000K.raw --session session.toml --results "
                                        "results.json --as chart --json");
-    for (const json& figure : json::parse(proof)["sections"][0]["figures"]) {
+    const json other = json::parse(proof);
+    for (const json& figure : other["sections"][0]["figures"]) {
         if (figure["name"] == "after_mean_de_2000") {
             EXPECT_EQ(figure["value"], found["difference_after"]["de_2000"]["mean"]);
         }
