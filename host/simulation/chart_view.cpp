@@ -188,10 +188,10 @@ public:
             for (int y = 0; y < height_; ++y) {
                 for (int x = 0; x < width_; ++x) {
                     Vector3 mean{};
-                    for (int i = -reach; i <= reach; ++i) {
-                        const Vector3& other = from.at(across ? std::clamp(x + i, 0, width_ - 1) : x,
-                                                       across ? y : std::clamp(y + i, 0, height_ - 1));
-                        const double weight = weights[static_cast<std::size_t>(i + reach)];
+                    for (int i = 0; i <= 2 * reach; ++i) {
+                        const Vector3& other = from.at(across ? std::clamp(x + i - reach, 0, width_ - 1) : x,
+                                                       across ? y : std::clamp(y + i - reach, 0, height_ - 1));
+                        const double weight = weights[static_cast<std::size_t>(i)];
                         for (std::size_t c = 0; c < 3; ++c) {
                             mean[c] += weight * other[c];
                         }
