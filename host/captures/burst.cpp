@@ -107,27 +107,4 @@ Capture read_entry(const CaptureEntry& entry, const Geometry& geometry, double m
     return capture;
 }
 
-std::vector<std::pair<Conditions, std::vector<SeriesLevel>>> series_by_gain(const std::vector<SeriesLevel>& series,
-                                                                            const Geometry& geometry) {
-    return by_gain(series, [&](const SeriesLevel& level) {
-        return level.files.empty() ? level.gain : conditions_of({level.files, {{}, level.gain}, {}}, geometry).gain;
-    });
-}
-
-std::optional<Capture> try_probe(const CaptureEntry& entry, const Geometry& geometry) {
-    try {
-        return probe_capture(entry.file(), geometry);
-    } catch (const InputError&) {
-        return std::nullopt;
-    }
-}
-
-Conditions conditions_of(const CaptureEntry& entry, const Geometry& geometry) {
-    if (entry.taken.gain) {
-        return entry.taken;
-    }
-    const std::optional<Capture> capture = try_probe(entry, geometry);
-    return {entry.taken.illuminant_k, capture ? capture->metadata.gain : std::nullopt};
-}
-
 }  // namespace cali::host

@@ -83,20 +83,4 @@ template <typename Entry>
                      (one_light && !fitting.empty() ? " and --gain" : ""));
 }
 
-/// Entries of equal gain together, in the order in which gains appear.
-template <typename Entry, typename Gain>
-[[nodiscard]] std::vector<std::pair<Conditions, std::vector<Entry>>> by_gain(const std::vector<Entry>& entries,
-                                                                             Gain gain_of) {
-    std::vector<std::pair<Conditions, std::vector<Entry>>> groups;
-    for (const Entry& entry : entries) {
-        const Conditions taken{{}, gain_of(entry)};
-        auto group = std::ranges::find(groups, taken, [](const auto& known) { return known.first; });
-        if (group == groups.end()) {
-            group = groups.insert(group, {taken, {}});
-        }
-        group->second.push_back(entry);
-    }
-    return groups;
-}
-
 }  // namespace cali::host

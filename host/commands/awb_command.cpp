@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "commands/run.h"
+#include "commands/value_options.h"
 
 namespace cali::host {
 namespace {

@@ -1,4 +1,4 @@
-#include "captures/burst.h"
+#include "captures/headers.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 
@@ -40,8 +40,7 @@ int act(const BlcOptions& options, const Invocation& invocation) {
         entries.push_back(options.geometry.entry(file));
     }
     run.start();
-    for (const auto& [taken, of_gain] :
-         by_gain(entries, [&](const CaptureEntry& dark) { return conditions_of(dark, geometry).gain; })) {
+    for (const auto& [taken, of_gain] : CaptureHeaders(geometry).by_gain(entries)) {
         Step<BlackLevelResults> step =
             black_level_step({of_gain, method, options.blocks, taken}, geometry, run.rules(), run.reader());
         run.take(step, [](Results& made, BlackLevelResults& result) { made.black_level.push_back(result); });

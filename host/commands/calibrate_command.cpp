@@ -94,14 +94,15 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
         run.files().input(session.matrix.reference, "reference");
     }
     run.start();
-    const ChainPlan plan = plan_chain(session, options.only, run.earlier());
+    CaptureHeaders headers(session.geometry);
+    const ChainPlan plan = plan_chain(session, options.only, run.earlier(), headers);
     if (plan.parts.empty()) {
         throw InputError(session.file.string() + ": nothing can be calibrated: " + plan.left_out.front().second);
     }
     for (const std::filesystem::path& name : ChainFiles::names(session, plan, folder, options.files)) {
         run.own_output(name);
     }
-    for (const auto& [file, sensor] : check_captures(session, plan)) {
+    for (const auto& [file, sensor] : check_captures(session, plan, headers)) {
         run.require_sensor(sensor, file);
     }
     const std::size_t captures = plan.captures().size();

@@ -8,6 +8,7 @@
 #include "captures/read_capture.h"
 #include "commands/commands.h"
 #include "commands/run.h"
+#include "commands/value_options.h"
 #include "detection/chart_finder.h"
 #include "detection/locate_chart.h"
 #include "outputs/chart_picture.h"

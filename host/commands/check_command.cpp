@@ -18,13 +18,14 @@ void describe(Command& command, CheckOptions& options) {
 
 int act(const CheckOptions& options, const Invocation& invocation) {
     const Session session = read_session(options.session);
-    const ChainPlan plan = plan_chain(session, {}, {});
+    CaptureHeaders headers(session.geometry);
+    const ChainPlan plan = plan_chain(session, {}, {}, headers);
     RunReport report = options.report.report(invocation.command);
-    const auto captures = check_captures(session, plan);
+    const auto captures = check_captures(session, plan, headers);
     for (const auto& [file, sensor] : captures) {
         require_same_sensor(sensor, file.string(), captures.front().second, captures.front().first.string());
     }
-    report.section(coverage(session, plan));
+    report.section(coverage(session, plan, headers));
     report.note(std::to_string(captures.size()) + " captures would be read" +
                 (captures.empty() ? "" : ", of " + to_text(captures.front().second)));
     report.finish();

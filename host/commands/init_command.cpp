@@ -4,7 +4,7 @@
 #include "base/error.h"
 #include "base/output_file.h"
 #include "base/text.h"
-#include "captures/burst.h"
+#include "captures/headers.h"
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "session/placement.h"
@@ -43,10 +43,10 @@ void print_list(const std::vector<std::pair<std::filesystem::path, std::string>>
 }
 
 /// "flat: 2850 K, 5000 K at gain 4 (3 frames)".
-std::string lights_of(const std::vector<CaptureEntry>& entries, const Geometry& geometry) {
+std::string lights_of(const std::vector<CaptureEntry>& entries, CaptureHeaders& headers) {
     std::string list;
     for (const CaptureEntry& entry : entries) {
-        const std::string taken = to_text(conditions_of(entry, geometry));
+        const std::string taken = to_text(headers.conditions_of(entry));
         list += (list.empty() ? "" : ", ") + (taken.empty() ? entry.file().filename().string() : taken);
         list += entry.files.size() > 1 ? text(" (%zu frames)", entry.files.size()) : "";
     }
@@ -65,7 +65,8 @@ int act(const InitOptions& options, const Invocation& /*invocation*/) {
         throw InputError(out.string() + ": exists already; expected another name (--out), or --overwrite");
     }
     const Geometry told = options.geometry.geometry();
-    const Placement placement = place_captures(folder, told, {out});
+    CaptureHeaders headers(told);
+    const Placement placement = place_captures(folder, headers, {out});
     if (placement.count() == 0) {
         std::string first;
         if (!placement.left_out.empty()) {
@@ -79,8 +80,8 @@ int act(const InitOptions& options, const Invocation& /*invocation*/) {
     // Where the session itself goes to standard output, nothing else does.
     std::FILE* const stream = out == "-" ? stderr : stdout;
     std::fprintf(stream, "%s\n  dark: %zu frames\n  flat: %s\n  grey: %s\n  chart: %s\n  series: %zu levels\n",
-                 to_text(placement.sensor).c_str(), placement.dark.size(), lights_of(placement.flat, told).c_str(),
-                 lights_of(placement.grey, told).c_str(), lights_of(placement.chart, told).c_str(),
+                 to_text(placement.sensor).c_str(), placement.dark.size(), lights_of(placement.flat, headers).c_str(),
+                 lights_of(placement.grey, headers).c_str(), lights_of(placement.chart, headers).c_str(),
                  placement.series.size());
     print_list(placement.seen, "told by what they show:", stream);
     print_list(placement.left_out, "not placed:", stream);

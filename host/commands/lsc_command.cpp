@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "commands/run.h"
+#include "commands/value_options.h"
 #include "outputs/register_files.h"
 
 namespace cali::host {

@@ -1,10 +1,10 @@
 #include "base/error.h"
 #include "base/progress.h"
-#include "captures/burst.h"
 #include "captures/file_patterns.h"
-#include "captures/read_capture.h"
+#include "captures/headers.h"
 #include "commands/commands.h"
 #include "commands/run.h"
+#include "commands/value_options.h"
 #include "outputs/noise_plot.h"
 
 namespace cali::host {
@@ -51,10 +51,10 @@ void describe(Command& command, NoiseOptions& options) {
 }
 
 /// For a black level by number, and for its gain.
-Capture first_frame(const std::vector<SeriesLevel>& series, const Geometry& geometry) {
+Capture first_frame(const std::vector<SeriesLevel>& series, CaptureHeaders& headers) {
     for (const SeriesLevel& level : series) {
         if (!level.files.empty()) {
-            Capture frame = probe_capture(level.files.front(), geometry);
+            Capture frame = headers.of(level.files.front());
             frame.taken.gain = level.gain ? level.gain : frame.metadata.gain;
             return frame;
         }
@@ -96,8 +96,8 @@ NoiseSettings settings_of(const NoiseOptions& options, const std::optional<Sessi
 }
 
 /// A line through levels of several gains is none.
-void require_one_gain(const std::vector<SeriesLevel>& series, const Geometry& geometry) {
-    auto gains = series_by_gain(series, geometry);
+void require_one_gain(const std::vector<SeriesLevel>& series, CaptureHeaders& headers) {
+    auto gains = headers.series_by_gain(series);
     std::erase_if(gains, [](const auto& group) { return !group.first.gain; });
     if (gains.size() > 1) {
         throw InputError("the series has levels of " + to_text(gains[0].first) + " and " + to_text(gains[1].first) +
@@ -121,9 +121,10 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
         run.files().output(options.plot, "--plot");
     }
     run.start();
-    require_one_gain(series, geometry);
+    CaptureHeaders headers(geometry);
+    require_one_gain(series, headers);
     SensorGeometry sensor;
-    const Capture first = first_frame(series, geometry);
+    const Capture first = first_frame(series, headers);
     const Results known = options.values.values(first, run);
     TuningValues values;
     (void)ValueChooser(known, options.run.force).black_level(first.taken, values);

@@ -114,35 +114,4 @@ private:
     PendingFiles outputs_;
 };
 
-/// Values to apply: the results of earlier steps, with sections of other files, or a black level by number, in place of
-/// theirs.
-class ValueOptions {
-public:
-    enum Kind { black_level, lens_shading, all };
-    /// --black-level; --lens-shading; --values, which takes several files.
-    void add_to(Command& command, std::initializer_list<Kind> kinds);
-
-    void name_files(RunFiles& files) const;
-    /// What is known, for the capture: by option, by the session, of earlier runs, or by the capture's own file, the
-    /// strongest first. Throws InputError.
-    [[nodiscard]] Results values(const Capture& capture, Run& run) const;
-
-private:
-    std::string black_level_;
-    std::string lens_shading_;
-    std::vector<std::string> values_;
-};
-
-/// Of the black levels that an option or a session gives by number, those `known`, and that of the capture's own file
-/// the strongest; none where nothing tells. Throws InputError for codes beyond the capture's depth.
-[[nodiscard]] std::vector<BlackLevelResults> strongest_black_level(const std::optional<Channels<uint32_t>>& option,
-                                                                   const std::optional<Channels<double>>& session,
-                                                                   std::vector<BlackLevelResults> known,
-                                                                   const Capture& capture);
-/// Throws InputError, which speaks of the file.
-void require_black_level(const Results& results, const std::string& file);
-
-/// "64" or "64,66,65,63": RR, GR, GB, BB. Nothing where the text is no list of numbers. Throws InputError.
-[[nodiscard]] std::optional<Channels<uint32_t>> parse_codes(const std::string& text, const std::string& what);
-
 }  // namespace cali::host

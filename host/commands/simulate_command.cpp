@@ -6,7 +6,7 @@
 #include "base/output_file.h"
 #include "base/text.h"
 #include "commands/commands.h"
-#include "simulation/session_text.h"
+#include "session/simulated_session.h"
 #include "simulation/truth.h"
 
 namespace cali::host {

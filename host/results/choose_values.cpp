@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/error.h"
+#include "calibrations/black_level.h"
 #include "captures/capture_entry.h"
 #include "results/sections.h"
 #include "results/value_digest.h"
@@ -78,6 +79,32 @@ bool ValueChooser::nearest_gains(const Conditions& taken, TuningValues& values) 
 MatrixCalibration ValueChooser::matrix(const Conditions& taken) const {
     return choose_entry(applicable(results_.matrices, "colour_matrix"), taken, results_.file, "colour matrix",
                         "results of cali ccm, or of cali calibrate with a chart");
+}
+
+std::vector<BlackLevelResults> strongest_black_level(const std::optional<Channels<uint32_t>>& option,
+                                                     const std::optional<Channels<double>>& session,
+                                                     std::vector<BlackLevelResults> known, const Capture& capture) {
+    const SensorGeometry& sensor = capture.sensor;
+    const auto given = [&](const Channels<double>& codes, Source source, const char* name) {
+        for (const double code : codes) {
+            check_number(static_cast<int64_t>(code), 0, sensor.white_level.value_or((1 << sensor.bits) - 1), name);
+        }
+        std::vector<BlackLevelResults> levels = {given_black_level(codes, sensor.bits, source)};
+        levels.front().record.given = kSourceNames[static_cast<std::size_t>(source)];
+        return levels;
+    };
+    if (option) {
+        Channels<double> codes{};
+        std::ranges::copy(*option, codes.begin());
+        return given(codes, Source::option, "--black-level");
+    }
+    if (session) {
+        return given(*session, Source::session, "black_level: offset");
+    }
+    if (known.empty() && capture.metadata.black_level) {
+        return given(*capture.metadata.black_level, Source::metadata, "black level of the file");
+    }
+    return known;
 }
 
 TableInput table_input(const MatrixCalibration& matrix) {

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "base/conditions.h"
+#include "captures/channels.h"
+#include "captures/frame.h"
 #include "library/tuning_values.h"
 #include "results/results.h"
 
@@ -41,6 +44,12 @@ private:
     bool forced_;
 };
 
+/// Of the black levels that an option or a session gives by number, those `known`, and that of the capture's own file
+/// the strongest; none where nothing tells. Throws InputError for codes beyond the capture's depth.
+[[nodiscard]] std::vector<BlackLevelResults> strongest_black_level(const std::optional<Channels<uint32_t>>& option,
+                                                                   const std::optional<Channels<double>>& session,
+                                                                   std::vector<BlackLevelResults> known,
+                                                                   const Capture& capture);
 /// A chart's patches behind its matrix.
 [[nodiscard]] TableInput table_input(const MatrixCalibration& matrix);
 

@@ -6,7 +6,6 @@
 
 #include "base/text.h"
 #include "calibrations/white_balance_curve.h"
-#include "captures/burst.h"
 #include "results/sections.h"
 
 namespace cali::host {
@@ -39,17 +38,18 @@ std::string how_to_take(const std::string& section) {
     return "the 24-patch chart under each light, whole, sharp and without glare";
 }
 
-std::string list_of(const std::vector<CaptureEntry>& entries, const Geometry& geometry) {
+std::string list_of(const std::vector<CaptureEntry>& entries, CaptureHeaders& headers) {
     std::string list;
     for (const CaptureEntry& entry : entries) {
-        const std::string taken = to_text(conditions_of(entry, geometry));
+        const std::string taken = to_text(headers.conditions_of(entry));
         list += (list.empty() ? "" : ", ") + (taken.empty() ? entry.file().filename().string() : taken);
     }
     return list;
 }
 
 /// What a calibration that can be done is made of.
-std::string made_of(const std::string& section, const Session& session, const ChainPlan& plan) {
+std::string made_of(const std::string& section, const Session& session, const ChainPlan& plan,
+                    CaptureHeaders& headers) {
     if (section == "black_level") {
         std::size_t frames = 0;
         for (const auto& [taken, entries] : plan.dark) {
@@ -61,15 +61,15 @@ std::string made_of(const std::string& section, const Session& session, const Ch
                                         kSourceNames[static_cast<std::size_t>(plan.given.front().record.source)];
     }
     if (section == "lens_shading") {
-        return list_of(session.flat, session.geometry);
+        return list_of(session.flat, headers);
     }
     if (section == "white_balance") {
-        const std::string cards = list_of(session.grey, session.geometry);
-        const std::string charts = list_of(charts_for_balance(session), session.geometry);
+        const std::string cards = list_of(session.grey, headers);
+        const std::string charts = list_of(charts_for_balance(session), headers);
         return cards + (charts.empty() ? "" : (cards.empty() ? "" : "; ") + ("from the chart's greys: " + charts));
     }
     if (section == "colour_matrix" || section == "colour_table") {
-        return list_of(session.chart, session.geometry);
+        return list_of(session.chart, headers);
     }
     std::string levels;
     for (const auto& [taken, series] : plan.series) {
@@ -93,7 +93,7 @@ std::size_t known_lights(const Session& session) {
     return lights.size();
 }
 
-Table calibrations(const Session& session, const ChainPlan& plan) {
+Table calibrations(const Session& session, const ChainPlan& plan, CaptureHeaders& headers) {
     Table table;
     table.columns = {{"calibration", 20, true}, {"", 5, true}, {"made of, or what is missing", 40, true}};
     const auto missing = [&](const std::string& section, const std::string& why, const std::string& needed) {
@@ -113,18 +113,18 @@ Table calibrations(const Session& session, const ChainPlan& plan) {
                 missing(section, text("%zu lights of known temperature", lights), section);
             }
         } else {
-            table.rows.push_back({{section, "yes", made_of(section, session, plan)}, ""});
+            table.rows.push_back({{section, "yes", made_of(section, session, plan, headers)}, ""});
         }
     });
     return table;
 }
 
-Table lights(const Session& session) {
+Table lights(const Session& session, CaptureHeaders& headers) {
     std::map<Conditions, std::array<std::string, 3>, ByConditions> rows;
     const std::array<const std::vector<CaptureEntry>*, 3> kinds = {&session.flat, &session.grey, &session.chart};
     for (std::size_t k = 0; k < kinds.size(); ++k) {
         for (const CaptureEntry& entry : *kinds[k]) {
-            std::string& cell = rows[conditions_of(entry, session.geometry)][k];
+            std::string& cell = rows[headers.conditions_of(entry)][k];
             cell += (cell.empty() ? "" : ", ") + entry.file().filename().string() +
                     (entry.files.size() > 1 ? text(" and %zu more", entry.files.size() - 1) : "");
         }
@@ -142,10 +142,10 @@ Table lights(const Session& session) {
 
 }  // namespace
 
-Section coverage(const Session& session, const ChainPlan& plan) {
+Section coverage(const Session& session, const ChainPlan& plan, CaptureHeaders& headers) {
     Section section;
     section.title = session.file.filename().string() + ": what can be calibrated";
-    section.tables = {calibrations(session, plan), lights(session)};
+    section.tables = {calibrations(session, plan, headers), lights(session, headers)};
     return section;
 }
 

@@ -9,9 +9,9 @@
 #include <set>
 
 #include "base/error.h"
+#include "calibrations/black_level.h"
 #include "calibrations/flatness.h"
 #include "calibrations/noise.h"
-#include "captures/burst.h"
 #include "captures/file_patterns.h"
 #include "captures/read_capture.h"
 #include "detection/chart_finder.h"
@@ -73,7 +73,7 @@ int rank_of(const Candidate& candidate) {
 
 class Sorter {
 public:
-    Sorter(const path& folder, const Geometry& geometry) : folder_(folder), geometry_(geometry) {}
+    Sorter(const path& folder, CaptureHeaders& headers) : folder_(folder), headers_(headers) {}
 
     Placement sort(const std::vector<path>& known) {
         find_candidates(known);
@@ -102,8 +102,7 @@ private:
                 continue;
             }
             try {
-                candidates_.push_back(
-                    {file, probe_capture(file, geometry_), name_parts(file.lexically_relative(folder_))});
+                candidates_.push_back({file, headers_.of(file), name_parts(file.lexically_relative(folder_))});
             } catch (const InputError& problem) {
                 // The message begins with the file's name.
                 const std::string text = problem.what();
@@ -161,7 +160,7 @@ private:
         constexpr double kFlatLeast = 0.05;  // of the brightest block: no lens falls off further
         Capture capture;
         try {
-            capture = read_capture(candidate.file, geometry_);
+            capture = read_capture(candidate.file, headers_.geometry());
         } catch (const InputError& problem) {
             leave_out(candidate.file, problem.what());
             return;
@@ -182,10 +181,7 @@ private:
         }
         TuningValues values;
         if (const auto& black = capture.metadata.black_level) {
-            for (std::size_t c = 0; c < black->size(); ++c) {
-                values.black_level.offset[c] =
-                    static_cast<uint32_t>(std::lround(std::ldexp((*black)[c], kLibraryBits - capture.sensor.bits)));
-            }
+            values.black_level = given_black_level(*black, capture.sensor.bits, Source::metadata).values;
         }
         if (most > kFlatShare * full && least > kFlatLeast * most && largest_bend(blocks) < kFlatBend) {
             is(CaptureKind::flat, "a flat field");
@@ -265,7 +261,7 @@ private:
     const Channels<double>& means_of(const path& file) {
         const auto [at, missing] = means_.try_emplace(file);
         if (missing) {
-            const Capture capture = read_capture(file, geometry_);
+            const Capture capture = read_capture(file, headers_.geometry());
             const BlockMeans blocks = block_means(capture.view(), {});
             for (const std::array<double, 3>& block : blocks.colour) {
                 for (std::size_t colour = 0; colour < block.size(); ++colour) {
@@ -284,7 +280,7 @@ private:
         const std::optional<double> gain = candidate.taken().gain;
         const LevelKey key = {gain.value_or(0), candidate.name.level};
         if (!levels_.contains(key)) {
-            const Capture frame = read_capture(candidate.file, geometry_);
+            const Capture frame = read_capture(candidate.file, headers_.geometry());
             brightness_[key] = std::accumulate(frame.samples.begin(), frame.samples.end(), 0.0) /
                                static_cast<double>(frame.samples.size());
         }
@@ -344,7 +340,7 @@ private:
     using LevelKey = std::pair<double, std::string>;
 
     const path& folder_;
-    const Geometry& geometry_;
+    CaptureHeaders& headers_;
     std::vector<Candidate> candidates_;
     std::map<LevelKey, SeriesLevel> levels_;
     std::map<LevelKey, double> brightness_;
@@ -365,8 +361,8 @@ std::size_t Placement::count() const {
     return total;
 }
 
-Placement place_captures(const path& folder, const Geometry& geometry, const std::vector<path>& known) {
-    return Sorter(folder, geometry).sort(known);
+Placement place_captures(const path& folder, CaptureHeaders& headers, const std::vector<path>& known) {
+    return Sorter(folder, headers).sort(known);
 }
 
 }  // namespace cali::host

@@ -8,7 +8,7 @@
 
 #include "captures/capture_entry.h"
 #include "captures/frame_series.h"
-#include "captures/geometry.h"
+#include "captures/headers.h"
 
 namespace cali::host {
 
@@ -31,7 +31,7 @@ struct Placement {
 /// found. Captures of one kind, light and gain are a burst, where the light is not known those of equal colour; dark
 /// frames stay single. Where a capture is there in several forms, one of them is taken. Entries tell light and gain
 /// where the files do not tell them themselves. `known` are other things than captures.
-[[nodiscard]] Placement place_captures(const std::filesystem::path& folder, const Geometry& geometry,
+[[nodiscard]] Placement place_captures(const std::filesystem::path& folder, CaptureHeaders& headers,
                                        const std::vector<std::filesystem::path>& known);
 
 }  // namespace cali::host

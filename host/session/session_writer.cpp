@@ -1,19 +1,13 @@
 #include "session/session_writer.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "base/text.h"
+#include "session/session_lists.h"
 
 namespace cali::host {
 namespace {
-
-/// As TOML's basic strings take it.
-std::string quoted(const std::string& words) {
-    std::string out = "\"";
-    for (const char c : words) {
-        const auto code = static_cast<unsigned char>(c);
-        out += c == '"' || c == '\\' ? std::string("\\") + c : code < 0x20 ? text("\\u%04X", code) : std::string(1, c);
-    }
-    return out + '"';
-}
 
 /// A remark is one line whatever a file is called.
 std::string remark(const std::string& words) {
@@ -36,14 +30,6 @@ public:
         return (near.empty() ? file : near).generic_string();
     }
 
-    [[nodiscard]] std::string files(const std::vector<std::filesystem::path>& files) const {
-        std::string list;
-        for (const std::filesystem::path& file : files) {
-            list += (list.empty() ? "" : ", ") + quoted(name(file));
-        }
-        return "[" + list + "]";
-    }
-
     /// An example where there is none.
     [[nodiscard]] std::string entries(const char* key, const std::vector<CaptureEntry>& captures,
                                       const std::string& what, const std::string& example) const {
@@ -51,18 +37,33 @@ public:
         if (captures.empty()) {
             return list + remark(std::string(key) + " = [" + example + "]");
         }
-        list += std::string(key) + " = [\n";
+        std::vector<ListedCapture> listed;
         for (const CaptureEntry& entry : captures) {
-            list += "    { ";
-            list += entry.files.size() == 1 ? "file = " + quoted(name(entry.file())) : "files = " + files(entry.files);
-            list += entry.taken.illuminant_k ? text(", illuminant_k = %g", *entry.taken.illuminant_k) : "";
-            list += entry.taken.gain ? text(", gain = %g", *entry.taken.gain) : "";
-            list += " },\n";
+            listed.push_back({names(entry.files), entry.taken});
         }
-        return list + "]\n";
+        return list + key + " = " + toml_list(listed);
+    }
+
+    /// Likewise.
+    [[nodiscard]] std::string series(const std::vector<SeriesLevel>& levels, const std::string& what,
+                                     const std::string& example) const {
+        if (levels.empty()) {
+            return remark(what) + remark("series = [" + example + "]");
+        }
+        std::vector<ListedCapture> listed;
+        for (const SeriesLevel& level : levels) {
+            listed.push_back({names(level.files), {{}, level.gain}});
+        }
+        return remark(what) + "series = " + toml_list(listed, true);
     }
 
 private:
+    [[nodiscard]] std::vector<std::string> names(const std::vector<std::filesystem::path>& files) const {
+        std::vector<std::string> out;
+        std::ranges::transform(files, std::back_inserter(out), [&](const auto& file) { return name(file); });
+        return out;
+    }
+
     std::filesystem::path folder_;
 };
 
@@ -73,7 +74,7 @@ std::string sensor_text(const SensorGeometry& sensor, const Geometry& told) {
         out += text("width = %d\nheight = %d\n", *told.width, *told.height);
     }
     if (told.pattern) {
-        out += "pattern = " + quoted(pattern_text(sensor)) + "\n";
+        out += "pattern = " + toml_string(pattern_text(sensor)) + "\n";
     }
     if (told.bits) {
         out += text("bits = %d\n", *told.bits);
@@ -82,7 +83,8 @@ std::string sensor_text(const SensorGeometry& sensor, const Geometry& told) {
     out += layout.stride_bytes ? text("stride_bytes = %d\n", *layout.stride_bytes) : "";
     out += layout.header_bytes ? text("header_bytes = %d\n", *layout.header_bytes) : "";
     out += layout.big_endian ? std::string("byte_order = ") + (*layout.big_endian ? "\"big\"\n" : "\"little\"\n") : "";
-    out += layout.packing ? "packing = " + quoted(kPackingNames[static_cast<std::size_t>(*layout.packing)]) + "\n" : "";
+    out += layout.packing ? "packing = " + toml_string(kPackingNames[static_cast<std::size_t>(*layout.packing)]) + "\n"
+                          : "";
     return out;
 }
 
@@ -99,17 +101,9 @@ std::string session_file_text(const Placement& placement, const Geometry& told, 
                           "{ file = \"grey_5000K.raw\", illuminant_k = 5000 }");
     out += writer.entries("chart", placement.chart, "The 24-patch chart; it is found where it lies.",
                           "{ file = \"chart_5000K.raw\", illuminant_k = 5000 }");
-    out += remark("One even light at several brightness levels, dark to bright; two frames or more of each.");
-    if (placement.series.empty()) {
-        out += remark("series = [{ files = [\"noise_1_1.raw\", \"noise_1_2.raw\"] }]");
-    } else {
-        out += "series = [\n";
-        for (const SeriesLevel& level : placement.series) {
-            out += "    { files = " + writer.files(level.files) + (level.gain ? text(", gain = %g", *level.gain) : "") +
-                   " },\n";
-        }
-        out += "]\n";
-    }
+    out += writer.series(placement.series,
+                         "One even light at several brightness levels, dark to bright; two frames or more of each.",
+                         "{ files = [\"noise_1_1.raw\", \"noise_1_2.raw\"] }");
     if (!placement.seen.empty()) {
         out += "\n" + remark("Told by what they show, not by their names:");
         for (const auto& [file, as] : placement.seen) {
