@@ -127,7 +127,7 @@ BlackLevelMethod parse_method(const std::string& text, const std::string& where)
 DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const LibraryOutput& output) {
     DarkFrameLevels result;
     result.file = dark.file;
-    result.step = std::ldexp(1.0, std::max(kLibraryBits - dark.sensor.bits, 0));
+    result.step = code_step(dark.sensor.bits);
     result.samples = sum_samples(dark, result.step);
     const auto levels = [&](BlackLevelMethod method) -> BlackLevels& {
         return result.by_method[static_cast<std::size_t>(method)];

@@ -13,7 +13,6 @@ namespace cali::host {
 namespace {
 
 constexpr int kGreySteps = 64;
-constexpr double kLeastNeed = 0.5;  ///< mean CIEDE2000
 
 // What is tried. Coarse tables suffice to choose: they differ from fine ones by less than the settings do.
 constexpr std::array kRadii = {0.1, 0.2, 0.3, 0.45};
@@ -138,7 +137,7 @@ ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& 
     ColourTable table;
     table.input = input;
     table.before = differences(input.corrected, input.reference);
-    table.needed = table.before.mean >= kLeastNeed;
+    table.needed = table.before.mean >= kLeastTableNeed;
     // One that nobody needs is not worth the search.
     table.chosen = table.needed && (!asked.radius || !asked.strength);
     table.settings = table.chosen ? chosen_settings(input, asked) : with_defaults(asked);
@@ -181,7 +180,7 @@ Section describe(const ColourTable& table) {
         {"after_mean_de_2000", table.after.mean, "dE"},    {"after_worst_de_2000", table.after.worst, "dE"},
         {"leave_one_out_mean", table.leave_one_out, "dE"}, {"grey_movement", table.grey_movement, "dE"}};
     if (!table.needed) {
-        section.notes.push_back(text("not needed: the matrix leaves a mean below %.1f", kLeastNeed));
+        section.notes.push_back(text("not needed: the matrix leaves a mean below %.1f", kLeastTableNeed));
     }
     section.pictures.push_back({table.input.corrected, table.result, table.input.reference});
     return section;

@@ -14,6 +14,9 @@
 
 namespace cali::host {
 
+/// Mean CIEDE2000 behind the matrix below which no table is offered: nobody sees less.
+inline constexpr double kLeastTableNeed = 0.5;
+
 /// A chart's patches behind its matrix, within 0..1, and what they should be: linear.
 struct TableInput {
     std::filesystem::path file;
@@ -31,7 +34,7 @@ struct ColourTable {
     std::vector<Colour> result;    ///< linear patches behind the table
     DifferenceSummary before;      ///< CIEDE2000
     DifferenceSummary after;
-    bool needed = true;        ///< false where the matrix leaves less than anybody sees
+    bool needed = true;        ///< whether the matrix leaves kLeastTableNeed or more
     double leave_one_out = 0;  ///< mean over the patches, each behind a table made without it
     double grey_movement = 0;  ///< largest CIEDE2000 of a 64-step grey ramp
     bool chosen = false;       ///< strength or radius were left to the program

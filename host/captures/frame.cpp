@@ -1,6 +1,7 @@
 #include "captures/frame.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 #include <string>
 
@@ -21,6 +22,8 @@ uint32_t to_library_scale(uint32_t sample, int bits) {
     const auto shift = static_cast<unsigned>(bits - kLibraryBits);
     return std::min((sample + (1U << (shift - 1U))) >> shift, kLibraryFullScale);
 }
+
+double code_step(int bits) { return std::ldexp(1.0, std::max(kLibraryBits - bits, 0)); }
 
 uint32_t full_scale_code(const SensorGeometry& sensor) {
     // A container's white level may exceed the depth that the user states.

@@ -50,6 +50,9 @@ struct FileFrame {
 /// That of the mean of `count` samples whose sum is known, rounded once.
 [[nodiscard]] uint32_t mean_on_library_scale(uint64_t sum, uint32_t count, int bits);
 
+/// Largest step between codes of `bits` bits on the library's scale.
+[[nodiscard]] double code_step(int bits);
+
 /// Library samples as a file of 12 bits takes them: what exceeds 4095 becomes 4095.
 [[nodiscard]] std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples);
 

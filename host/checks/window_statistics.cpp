@@ -92,8 +92,6 @@ Channels<ChannelStatistics> measure_window(const ConstRawFrame& frame, FrontEndR
     return result;
 }
 
-double code_step(int bits) { return std::ldexp(1.0, std::max(kLibraryBits - bits, 0)); }
-
 double beyond_noise(double value, double noise) { return std::sqrt(std::max(value * value - noise * noise, 0.0)); }
 
 }  // namespace cali::host

@@ -20,9 +20,6 @@ struct ChannelStatistics {
 [[nodiscard]] Channels<ChannelStatistics> measure_window(const ConstRawFrame& frame, FrontEndRows& rows,
                                                          const RoiRect& window);
 
-/// Largest step between codes of a file on the 12-bit scale.
-[[nodiscard]] double code_step(int bits);
-
 /// What is left of a measured value whose noise adds in squares; 0 where noise alone explains it.
 [[nodiscard]] double beyond_noise(double value, double noise);
 

@@ -330,14 +330,15 @@ TEST(NoiseChecks, OrderReadNoiseAndRounding) {
 
 TEST(TableChecks, OneThatIsWorseThanNoneFails) {
     host::ColourTable table;
-    const auto worst = [&](double before, double leave_one_out) {
+    const auto worst = [&](double before, double leave_one_out, bool needed = true) {
         table.before.mean = before;
+        table.needed = needed;
         table.leave_one_out = leave_one_out;
         host::Judge found = judge();
         check_table(table, found);
         return found.worst();
     };
-    EXPECT_EQ(worst(0.4, 0.6), Severity::pass);  // not needed
+    EXPECT_EQ(worst(0.4, 0.6, false), Severity::pass);
     EXPECT_EQ(worst(2, 1.9), Severity::pass);
     EXPECT_EQ(worst(2, 2), Severity::fail);
 }
