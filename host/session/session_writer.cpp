@@ -38,6 +38,7 @@ public:
             return list + remark(std::string(key) + " = [" + example + "]");
         }
         std::vector<ListedCapture> listed;
+        listed.reserve(captures.size());
         for (const CaptureEntry& entry : captures) {
             listed.push_back({names(entry.files), entry.taken});
         }
@@ -51,6 +52,7 @@ public:
             return remark(what) + remark("series = [" + example + "]");
         }
         std::vector<ListedCapture> listed;
+        listed.reserve(levels.size());
         for (const SeriesLevel& level : levels) {
             listed.push_back({names(level.files), {{}, level.gain}});
         }

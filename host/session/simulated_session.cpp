@@ -15,6 +15,7 @@ bool states_gain(const SimulationPlan& plan) {
 
 std::string list(const SimulationPlan& plan, const std::vector<ShotNames::Entry>& entries, bool levels = false) {
     std::vector<ListedCapture> listed;
+    listed.reserve(entries.size());
     for (const ShotNames::Entry& entry : entries) {
         listed.push_back({entry.files,
                           {entry.illuminant_k > 0 ? std::optional(entry.illuminant_k) : std::nullopt,
