@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "boundary/warning.h"
+#include "core/printf_format.h"
 
 namespace cali {
 
@@ -38,7 +39,7 @@ public:
     void range(const char* name, int64_t found, int64_t low, int64_t high);
 
     /// Shows the text (as printf would print it) unless an earlier argument was rejected already.
-    [[gnu::format(printf, 2, 3)]] void reject(const char* format, ...);
+    [[gnu::format(CALI_PRINTF_FORMAT, 2, 3)]] void reject(const char* format, ...);
 
 private:
     void pointee(const char* name, const void* value);

@@ -5,8 +5,7 @@
 #ifdef _WIN32
 #include <windows.h>
 
-#include <cstdlib>
-#include <cstring>
+#include "core/environment.h"
 #endif
 
 namespace cali {
@@ -14,8 +13,7 @@ namespace {
 
 void platform_sink(const char* caption, const char* text) {
 #ifdef _WIN32
-    const char* where = std::getenv("CALI_WARNINGS");
-    if (where == nullptr || std::strcmp(where, "stderr") != 0) {
+    if (environment_variable("CALI_WARNINGS") != "stderr") {
         MessageBoxA(nullptr, text, caption, MB_OK);
         return;
     }

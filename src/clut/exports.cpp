@@ -7,6 +7,7 @@
 #include "boundary/export_call.h"
 #include "cali/cali.h"
 #include "clut/table.h"
+#include "core/environment.h"
 #include "pictures/debug_file.h"
 
 namespace cali::clut {
@@ -19,12 +20,12 @@ constexpr int kLastPhase = 5;
 
 /// An environment variable read as a decimal number; echoed where it is set.
 bool is_enabled(const char* name) {
-    const char* const text = std::getenv(name);
-    if (text == nullptr) {
+    const std::optional<std::string> text = environment_variable(name);
+    if (!text) {
         return false;
     }
-    std::printf("%s = %s\n", name, text);
-    return std::strtol(text, nullptr, 10) > 0;
+    std::printf("%s = %s\n", name, text->c_str());
+    return std::strtol(text->c_str(), nullptr, 10) > 0;
 }
 
 bool is_component(float value) { return value >= 0 && value <= 1; }  // false for NaN

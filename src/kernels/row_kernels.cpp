@@ -6,11 +6,11 @@
 
 #include <immintrin.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <optional>
 
+#include "core/environment.h"
 #include "kernels/sample_math.h"
 
 namespace cali {
@@ -67,9 +67,9 @@ const RowKernels& kernels_of(Isa isa) { return isa == Isa::avx2 ? kAvx2 : kBasel
 
 /// The set that CALI_ISA names, if it is one that this machine runs.
 std::optional<Isa> asked_isa() {
-    const char* const asked = std::getenv("CALI_ISA");
+    const std::optional<std::string> asked = environment_variable("CALI_ISA");
     for (const Isa isa : kAllIsas) {
-        if (asked != nullptr && std::strcmp(asked, isa_name(isa)) == 0 && isa_available(isa)) {
+        if (asked == isa_name(isa) && isa_available(isa)) {
             return isa;
         }
     }
@@ -86,9 +86,9 @@ const RowKernels*& chosen_kernels() {
 
 const RowKernels& row_kernels() { return *chosen_kernels(); }
 
-const char* refused_isa() {
-    const char* const asked = std::getenv("CALI_ISA");
-    return asked == nullptr || *asked == '\0' || asked_isa() ? nullptr : asked;
+std::optional<std::string> refused_isa() {
+    std::optional<std::string> asked = environment_variable("CALI_ISA");
+    return asked == "" || asked_isa() ? std::nullopt : asked;
 }
 
 bool isa_available(Isa isa) { return isa == Isa::baseline || __builtin_cpu_supports("avx2") != 0; }

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 namespace cali {
 
@@ -94,8 +96,8 @@ struct RowKernels {
 /// "avx2". Read once, and silent: the program has a copy of this next to the library's, which alone complains.
 [[nodiscard]] const RowKernels& row_kernels();
 
-/// What CALI_ISA asks for, where it names no set that this machine runs; else null. Empty counts as not set.
-[[nodiscard]] const char* refused_isa();
+/// What CALI_ISA asks for, where it names no set that this machine runs; else nothing. Empty counts as not set.
+[[nodiscard]] std::optional<std::string> refused_isa();
 
 /// Whether this machine runs it.
 [[nodiscard]] bool isa_available(Isa isa);

@@ -24,13 +24,11 @@ TEST(Exports, ColourTableRemovesFilesOfSkippedPhases) {
     for (const char* name : {"clut_phase_4.txt", "clut_phase_5.txt"}) {
         std::ofstream(name) << "old";
     }
-    setenv("CLUT_EXPORT_TABLE", "1", 1);
-    setenv("CLUT_BYPASS_POSTPROCESS", "1", 1);
+    const EnvironmentVariable dump("CLUT_EXPORT_TABLE", "1");
+    const EnvironmentVariable bypass("CLUT_BYPASS_POSTPROCESS", "1");
     World world;
     CapturedOutput output;
     EXPECT_EQ(cali_clut_calc_rgb(world.from.data(), world.to.data(), 2, &world.clut, world.whole.data()), 0);
-    unsetenv("CLUT_EXPORT_TABLE");
-    unsetenv("CLUT_BYPASS_POSTPROCESS");
     EXPECT_NE(read_file("clut_phase_3.txt"), "");
     EXPECT_FALSE(std::filesystem::exists("clut_phase_4.txt") || std::filesystem::exists("clut_phase_5.txt"));
 }

@@ -29,19 +29,19 @@ void record(const char* name, decltype(&cali_clut_calc) calibrate) {
         const ClutSettings settings{{nodes(), nodes(), nodes()},
                                     static_cast<float>(random.within(0, 8)) / 8.0F,
                                     static_cast<float>(random.within(1, 16)) / 16.0F};
+        std::optional<EnvironmentVariable> dump;
+        std::optional<EnvironmentVariable> bypass;
         if (turn % 20 == 0) {
-            setenv("CLUT_EXPORT_TABLE", turn % 60 == 0 ? "0" : "2", 1);
+            dump.emplace("CLUT_EXPORT_TABLE", turn % 60 == 0 ? "0" : "2");
         }
         if (turn % 8 == 0) {
-            setenv("CLUT_BYPASS_POSTPROCESS", turn % 16 == 0 ? "0" : "1", 1);
+            bypass.emplace("CLUT_BYPASS_POSTPROCESS", turn % 16 == 0 ? "0" : "1");
         }
         std::vector<int32_t> table(
             static_cast<std::size_t>(3 * settings.nodes[0] * settings.nodes[1] * settings.nodes[2]));
         digest << calibrate(measured.data(), target.data(), static_cast<int32_t>(measured.size()), &settings,
                             table.data())
                << table;
-        unsetenv("CLUT_EXPORT_TABLE");
-        unsetenv("CLUT_BYPASS_POSTPROCESS");
         digest.take_files();
     });
 }

@@ -11,7 +11,7 @@ namespace {
 /// In a process of its own, since the variable is read once: the set in force, and what two exports say of it.
 void expect_isa(const char* asked, Isa isa, const std::string& said) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    setenv("CALI_ISA", asked, 1);
+    const EnvironmentVariable variable("CALI_ISA", asked);
     EXPECT_EXIT(
         {
             const int status = run_export([] { return 0; }) + run_export([] { return 0; });
@@ -19,11 +19,9 @@ void expect_isa(const char* asked, Isa isa, const std::string& said) {
         },
         ::testing::ExitedWithCode(0), ::testing::Eq(said))
         << asked;
-    unsetenv("CALI_ISA");
 }
 
 TEST(RowKernels, AreTheOnesAskedFor) {
-    const std::string before = std::getenv("CALI_ISA") != nullptr ? std::getenv("CALI_ISA") : "";
     const Isa widest = isa_available(Isa::avx2) ? Isa::avx2 : Isa::baseline;
     const std::string choice = isa_available(Isa::avx2) ? "\"baseline\" or \"avx2\"; taking avx2\n"
                                                         : "\"baseline\", all that this machine runs; taking baseline\n";
@@ -34,9 +32,6 @@ TEST(RowKernels, AreTheOnesAskedFor) {
         expect_isa("avx2", Isa::avx2, "");
     } else {
         expect_isa("avx2", widest, "CALI_ISA is \"avx2\", expected " + choice);
-    }
-    if (!before.empty()) {
-        setenv("CALI_ISA", before.c_str(), 1);
     }
 }
 

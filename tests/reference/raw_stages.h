@@ -7,12 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "core/printf_format.h"
+
 namespace cali::reference {
 
 using Samples = std::vector<uint32_t>;
 
 /// printf into a string.
-[[gnu::format(printf, 1, 2)]] std::string text(const char* format, ...);
+[[gnu::format(CALI_PRINTF_FORMAT, 1, 2)]] std::string text(const char* format, ...);
 
 /// Truncation toward zero as x86 converts: INT32_MIN for NaN and whatever no int32 holds.
 int32_t x86_int32(double value);

@@ -24,9 +24,20 @@ std::string Digest::text() const {
     return digits.data();
 }
 
+std::string without_sign_of_nan(std::string printed) {
+    for (std::size_t at = 0; (at = printed.find("-nan", at)) != std::string::npos;) {
+        printed[at] = ' ';
+    }
+    return printed;
+}
+
 void expect_digest(const std::string& name, const Digest& digest) {
     if (const char* const record = std::getenv("CALI_RECORD_DIGESTS")) {
         std::ofstream(record, std::ios::app) << name << ' ' << digest.text() << '\n';
+        return;
+    }
+    if (const char* const folder = std::getenv("CALI_RECORD_RESULTS")) {
+        std::ofstream(std::filesystem::path(folder) / name, std::ios::binary) << digest.values();
         return;
     }
     std::ifstream file(CALI_DIGESTS);

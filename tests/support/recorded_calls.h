@@ -28,6 +28,10 @@ public:
                 bits = 0;
                 std::memcpy(&bits, &value, sizeof value);
             }
+            values_ += std::is_floating_point_v<Value> ? sizeof value == sizeof(float) ? 'f' : 'd'
+                       : sizeof value == 1             ? 'c'
+                                                       : 'i';
+            values_.append(reinterpret_cast<const char*>(&bits), sizeof bits);
             state_ = (state_ ^ bits) * 0x9E3779B97F4A7C15U;
             state_ ^= state_ >> 32U;
         }
@@ -40,12 +44,20 @@ public:
     /// 16 digits.
     [[nodiscard]] std::string text() const;
 
+    /// All of it, nine bytes each: 'c' for a character or byte, 'i', 'f' or 'd', and the bits.
+    [[nodiscard]] const std::string& values() const { return values_; }
+
 private:
     uint64_t state_ = 0;
+    std::string values_;
 };
 
+/// "-nan" as " nan": runtimes differ in whether they print the sign.
+[[nodiscard]] std::string without_sign_of_nan(std::string printed);
+
 /// Compares with tests/support/digests.txt. Where the environment names a file in CALI_RECORD_DIGESTS, as
-/// scripts/update-digests does, appends to that instead.
+/// scripts/update-digests does, appends to that instead; where it names a folder in CALI_RECORD_RESULTS, as
+/// scripts/compare-platforms does, writes all values there.
 void expect_digest(const std::string& name, const Digest& digest);
 
 /// Calls `call(random, turn, digest)` `turns` times on every instruction set, in a directory of its own, and compares
@@ -67,7 +79,7 @@ void expect_recorded(const std::string& name, int turns, Call&& call) {
         for (int turn = 0; turn < turns; ++turn) {
             call(random, turn, digest);
         }
-        digest << ::testing::internal::GetCapturedStderr() << output.take() << warnings.texts();
+        digest << ::testing::internal::GetCapturedStderr() << without_sign_of_nan(output.take()) << warnings.texts();
         expect_digest(name, digest);
     });
 }

@@ -1,10 +1,16 @@
 #include "support/support.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <random>
 
 #include "boundary/warning.h"
+#include "core/environment.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace cali::test {
 namespace {
@@ -12,6 +18,14 @@ namespace {
 std::vector<std::string> collected;
 
 void collect(const char* caption, const char* text) { collected.push_back(std::string(caption) + ": " + text); }
+
+void set_variable(const char* name, const std::optional<std::string>& value) {
+#ifdef _WIN32
+    SetEnvironmentVariableA(name, value ? value->c_str() : nullptr);
+#else
+    (void)(value ? setenv(name, value->c_str(), 1) : unsetenv(name));
+#endif
+}
 
 }  // namespace
 
@@ -46,6 +60,13 @@ TemporaryDirectory::~TemporaryDirectory() {
     std::filesystem::current_path(before_, ignored);
     std::filesystem::remove_all(directory_, ignored);
 }
+
+EnvironmentVariable::EnvironmentVariable(const char* name, const std::string& value)
+    : name_(name), before_(environment_variable(name)) {
+    set_variable(name, value);
+}
+
+EnvironmentVariable::~EnvironmentVariable() { set_variable(name_, before_); }
 
 std::ostream& operator<<(std::ostream& stream, const Geometry& geometry) {
     return stream << geometry.width << " x " << geometry.height << ", pattern " << geometry.pattern;

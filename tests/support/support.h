@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -104,6 +105,19 @@ public:
 private:
     std::filesystem::path before_;
     std::filesystem::path directory_;
+};
+
+/// A variable of the environment while it lives.
+class EnvironmentVariable {
+public:
+    EnvironmentVariable(const char* name, const std::string& value);
+    ~EnvironmentVariable();
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+private:
+    const char* name_;
+    std::optional<std::string> before_;
 };
 
 /// Memory comparison: NaN equals itself, -0 differs from 0.
