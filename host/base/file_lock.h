@@ -1,6 +1,7 @@
 /// One process at a time reads a file, changes it and writes it back.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 
 namespace cali::host {
@@ -16,7 +17,7 @@ public:
     FileLock& operator=(const FileLock&) = delete;
 
 private:
-    int handle_ = -1;
+    std::intptr_t handle_ = -1;
 };
 
 }  // namespace cali::host

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "base/error.h"
+#include "base/process.h"
 #include "base/system_file.h"
 #include "base/text.h"
 
@@ -21,7 +22,15 @@ std::string reason(int error) { return error == 0 ? "unknown error" : std::gener
 /// ".results.json." of "results.json", cut where the whole name would be too long for a folder.
 std::string temporary_prefix(const std::filesystem::path& destination) {
     constexpr std::size_t kMost = kLongestName - 2 - kMarkLength - std::string_view(kSuffix).size();
-    return text(".%.*s.", static_cast<int>(kMost), destination.filename().string().c_str());
+    std::string name = destination.filename().string();
+    if (name.size() > kMost) {
+        std::size_t end = kMost;
+        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80) {
+            --end;  // not in the midst of a character
+        }
+        name.resize(end);
+    }
+    return "." + name + ".";
 }
 
 std::string random_mark() {
@@ -127,12 +136,13 @@ OutputFile::OutputFile(std::filesystem::path target) : target_(std::move(target)
 
 void OutputFile::open_temporary() {
     do {
-        temporary_ = (destination_.parent_path() / (temporary_prefix(destination_) + random_mark() + kSuffix)).string();
-        system_file::remove_on_signal(temporary_.c_str());
-        buffer_.file = system_file::create_locked(temporary_, destination_);
+        temporary_ =
+            (destination_.parent_path() / path_of(temporary_prefix(destination_) + random_mark() + kSuffix)).string();
+        process::remove_on_signal(temporary_.c_str());
+        buffer_.file = system_file::create_locked(path_of(temporary_), destination_);
         if (buffer_.file == nullptr) {
             const int error = errno;
-            system_file::keep_on_signal(temporary_.c_str());
+            process::keep_on_signal(temporary_.c_str());
             errno = error;
         }
     } while (buffer_.file == nullptr && errno == EEXIST);
@@ -150,8 +160,8 @@ void OutputFile::open_temporary() {
 OutputFile::~OutputFile() {
     if (!temporary_.empty()) {
         std::error_code ignored;
-        std::filesystem::remove(temporary_, ignored);
-        system_file::keep_on_signal(temporary_.c_str());
+        std::filesystem::remove(path_of(temporary_), ignored);
+        process::keep_on_signal(temporary_.c_str());
     }
     close();
 }
@@ -180,11 +190,11 @@ void OutputFile::commit() {
     flush();
     if (!temporary_.empty()) {
         std::error_code error;
-        std::filesystem::rename(temporary_, destination_, error);
+        std::filesystem::rename(path_of(temporary_), destination_, error);
         if (error) {
             throw OutputError(target_.string() + ": cannot be replaced: " + error.message());
         }
-        system_file::keep_on_signal(temporary_.c_str());
+        process::keep_on_signal(temporary_.c_str());
         temporary_.clear();
         system_file::flush_folder(destination_.has_parent_path() ? destination_.parent_path() : ".");
     }

@@ -58,7 +58,7 @@ private:
 
     std::filesystem::path target_;
     std::filesystem::path destination_;  ///< behind links; empty where writing is direct
-    std::string temporary_;
+    std::string temporary_;              ///< its name in UTF-8, which handlers of signals read
     Buffer buffer_;
     std::ostream stream_{&buffer_};
 };

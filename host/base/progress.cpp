@@ -3,13 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-#ifdef _WIN32
-#include <io.h>
-#define isatty _isatty
-#define fileno _fileno
-#else
-#include <unistd.h>
-#endif
+#include "base/process.h"
 
 namespace cali::host {
 
@@ -20,7 +14,7 @@ constexpr int kBar = 24;
 }  // namespace
 
 Progress::Progress(std::size_t total, Lines lines)
-    : total_(total), bar_(isatty(fileno(stderr)) != 0), lines_(lines == Lines::all) {}
+    : total_(total), bar_(process::is_terminal(stderr)), lines_(lines == Lines::all) {}
 
 void Progress::step(const std::string& name) {
     ++done_;

@@ -1,7 +1,7 @@
-/// What files need of the operating system beyond the standard library: all of POSIX stands behind this. On Windows
-/// there are no locks, nothing is flushed to disk, and permissions are those of new files.
+/// What files need of the operating system beyond the standard library. On Windows permissions are those of new files.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 
@@ -24,24 +24,20 @@ namespace cali::host::system_file {
 /// Keeps a new name in the folder from being lost; does what can be done.
 void flush_folder(const std::filesystem::path& folder);
 
+/// For writing, in place of what is there. Null, with errno.
+[[nodiscard]] std::FILE* create_log(const std::filesystem::path& name);
+/// For writing and reading, and gone once it is closed. Null where none can be made.
+[[nodiscard]] std::FILE* temporary_file();
+
 /// Removes a file that `create_locked` made unless its maker still has it open.
 void remove_abandoned(const std::filesystem::path& name);
 
 /// A folder held by one process at a time. -1 where it cannot be opened, with errno; waits for others. A file system
 /// without locks gives none.
-[[nodiscard]] int lock_folder(const std::filesystem::path& folder);
-void unlock_folder(int handle);
+[[nodiscard]] std::intptr_t lock_folder(const std::filesystem::path& folder);
+void unlock_folder(std::intptr_t handle);
 
 /// Whether the error is the user's to mend by another name: no such folder, no permission. Else the disk's.
 [[nodiscard]] bool is_wrong_name(int error);
-
-/// Has SIGINT, SIGTERM and SIGHUP remove temporary files and end the program with status 128 + signal, and makes a
-/// closed pipe an error of writing. Called once, by main.
-void clean_up_on_signals();
-
-/// `name` is removed where a signal ends the program. At most 1024 at a time; more are left for the next run to remove.
-/// The text stays where it is until it is taken back.
-void remove_on_signal(const char* name);
-void keep_on_signal(const char* name);
 
 }  // namespace cali::host::system_file

@@ -19,6 +19,8 @@ std::string text(const char* format, ...) {
     return result;
 }
 
+std::filesystem::path path_of(const std::string& name) { return std::u8string(name.begin(), name.end()); }
+
 std::string by(int width, int height) { return text("%d x %d", width, height); }
 
 std::string percent(double share) { return text("%.1f %%", share * 100); }

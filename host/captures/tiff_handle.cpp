@@ -118,8 +118,8 @@ void TiffHandle::open(const char* mode) {
         TIFFOpenOptionsSetMaxSingleMemAlloc(options, static_cast<tmsize_t>(kMostFileBytes));
         TIFFOpenOptionsSetErrorHandlerExtR(options, Call::error, stream_.get());
         TIFFOpenOptionsSetWarningHandlerExtR(options, Call::warning, stream_.get());
-        tiff_ = TIFFClientOpenExt(file_.c_str(), mode, stream_.get(), Call::read, Call::write, Call::seek, Call::close,
-                                  Call::size, Call::map, Call::unmap, options);
+        tiff_ = TIFFClientOpenExt(file_.string().c_str(), mode, stream_.get(), Call::read, Call::write, Call::seek,
+                                  Call::close, Call::size, Call::map, Call::unmap, options);
         TIFFOpenOptionsFree(options);
     }
     if (tiff_ == nullptr) {

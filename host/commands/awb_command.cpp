@@ -6,7 +6,7 @@ namespace cali::host {
 namespace {
 
 struct AwbOptions {
-    std::string frame;
+    std::filesystem::path frame;
     ValueOptions values;
     std::vector<int> window;
     LightOption light;

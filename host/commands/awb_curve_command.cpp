@@ -5,7 +5,7 @@ namespace cali::host {
 namespace {
 
 struct AwbCurveOptions {
-    std::string source;
+    std::filesystem::path source;
     RunOptions run;
 };
 
@@ -20,7 +20,7 @@ void describe(Command& command, AwbCurveOptions& options) {
 
 int act(const AwbCurveOptions& options, const Invocation& invocation) {
     Run run(options.run, invocation, std::nullopt);
-    const std::string source = options.source.empty() ? options.run.results : options.source;
+    const std::filesystem::path source = options.source.empty() ? options.run.results : options.source;
     run.files().values(source, "RESULTS");
     run.start();
     const Results known = run.read_values(source);

@@ -6,7 +6,7 @@ namespace cali::host {
 namespace {
 
 struct BlcOptions {
-    std::vector<std::string> frames;
+    std::vector<std::filesystem::path> frames;
     std::string method = "median";
     uint32_t blocks = 0;
     GeometryOptions geometry;
@@ -35,7 +35,7 @@ int act(const BlcOptions& options, const Invocation& invocation) {
     const Geometry geometry = options.geometry.geometry();
     Run run(options.run, invocation, options.geometry.session());
     std::vector<CaptureEntry> entries;
-    for (const std::filesystem::path file : options.frames) {
+    for (const std::filesystem::path& file : options.frames) {
         run.files().input(file, "dark frame");
         entries.push_back(options.geometry.entry(file));
     }

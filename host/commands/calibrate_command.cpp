@@ -9,8 +9,8 @@ namespace cali::host {
 namespace {
 
 struct CalibrateOptions {
-    std::string session;
-    std::string folder;
+    std::filesystem::path session;
+    std::filesystem::path folder;
     std::vector<std::string> only;
     ChainFileChoice files;
     RunOptions run;
@@ -80,11 +80,10 @@ private:
 
 int act(const CalibrateOptions& options, const Invocation& invocation) {
     const Session session = read_session(options.session);
-    const std::filesystem::path folder =
-        options.folder.empty() ? session.file.parent_path() : std::filesystem::path(options.folder);
+    const std::filesystem::path folder = options.folder.empty() ? session.file.parent_path() : options.folder;
     const OutputFolder output_folder(folder);
     RunOptions run_options = options.run;
-    run_options.results = (folder / "results.json").string();
+    run_options.results = folder / "results.json";
     run_options.fresh = options.only.empty();
     Run run(run_options, invocation, session);
     for (const std::filesystem::path& capture : captures_of(session)) {

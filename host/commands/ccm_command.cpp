@@ -7,7 +7,7 @@ namespace cali::host {
 namespace {
 
 struct CcmOptions {
-    std::string chart;
+    std::filesystem::path chart;
     ValueOptions values;
     std::string method;
     std::string white;
@@ -16,7 +16,7 @@ struct CcmOptions {
     std::vector<double> corners;
     bool fills_frame = false;
     LightOption light;
-    std::string picture;
+    std::filesystem::path picture;
     GeometryOptions geometry;
     RunOptions run;
 };

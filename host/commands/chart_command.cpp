@@ -21,9 +21,9 @@ namespace {
 constexpr int kNotFound = 1;
 
 struct ChartOptions {
-    std::string frame;
+    std::filesystem::path frame;
     std::string black_level;
-    std::string picture;
+    std::filesystem::path picture;
     bool json = false;
     GeometryOptions geometry;
 };
@@ -60,7 +60,7 @@ BlackLevels black_level_of(const ChartOptions& options, const Capture& capture) 
     const auto codes = parse_codes(options.black_level, "--black-level");
     Results known;
     if (!codes && !options.black_level.empty()) {
-        known = read_results(options.black_level);
+        known = read_results(path_of(options.black_level));
         require_black_level(known, options.black_level);
     }
     const bool file = !known.black_level.empty();
@@ -130,7 +130,7 @@ int act(const ChartOptions& options, const Invocation&) {
         return chart.found ? 0 : kNotFound;
     }
     if (!chart.found) {
-        throw CalibrationError(options.frame + ": " + not_found_text(chart.reason));
+        throw CalibrationError(options.frame.string() + ": " + not_found_text(chart.reason));
     }
     print(section_of(chart, capture.file.filename().string()));
     if (!options.picture.empty()) {

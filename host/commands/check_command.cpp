@@ -6,7 +6,7 @@ namespace cali::host {
 namespace {
 
 struct CheckOptions {
-    std::string session;
+    std::filesystem::path session;
     ReportOptions report;
 };
 

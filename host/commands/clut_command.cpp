@@ -8,13 +8,13 @@ namespace cali::host {
 namespace {
 
 struct ClutOptions {
-    std::string source;
+    std::filesystem::path source;
     LightOption light;
     std::optional<double> gain;
     std::string domain = "rgb";
     ColourTableSettings settings;
-    std::string cube;
-    std::string picture;
+    std::filesystem::path cube;
+    std::filesystem::path picture;
     RunOptions run;
 };
 
@@ -45,7 +45,7 @@ int act(const ClutOptions& options, const Invocation& invocation) {
         throw InputError("--cube takes the rgb domain, found --domain hsv");
     }
     Run run(options.run, invocation, std::nullopt);
-    const std::string source = options.source.empty() ? options.run.results : options.source;
+    const std::filesystem::path source = options.source.empty() ? options.run.results : options.source;
     run.files().values(source, "RESULTS");
     for (const auto& [name, file] : {std::pair("--cube", &options.cube), std::pair("--picture", &options.picture)}) {
         if (!file->empty()) {

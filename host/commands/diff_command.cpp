@@ -9,9 +9,9 @@ namespace cali::host {
 namespace {
 
 struct DiffOptions {
-    std::string golden;
-    std::string results;
-    std::string limits;
+    std::filesystem::path golden;
+    std::filesystem::path results;
+    std::filesystem::path limits;
     ReportOptions report;
 };
 
@@ -52,7 +52,7 @@ int act(const DiffOptions& options, const Invocation& invocation) {
     }
     const Results golden = read_results(options.golden);
     const Results results = read_results(options.results);
-    require_same_sensor(results.sensor, options.results, golden.sensor, options.golden);
+    require_same_sensor(results.sensor, options.results.string(), golden.sensor, options.golden.string());
     RunReport report = options.report.report(invocation.command);
     const Comparison comparison = compare(golden, results, limits);
     report.section(section_of(comparison));

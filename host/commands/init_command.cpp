@@ -14,8 +14,8 @@ namespace cali::host {
 namespace {
 
 struct InitOptions {
-    std::string folder;
-    std::string out;
+    std::filesystem::path folder;
+    std::filesystem::path out;
     bool overwrite = false;
     GeometryOptions geometry;
 };
@@ -59,8 +59,7 @@ int act(const InitOptions& options, const Invocation& /*invocation*/) {
     if (!std::filesystem::is_directory(folder, error)) {
         throw InputError(folder.string() + ": no such folder");
     }
-    const std::filesystem::path out =
-        options.out.empty() ? folder / "session.toml" : std::filesystem::path(options.out);
+    const std::filesystem::path out = options.out.empty() ? folder / "session.toml" : options.out;
     if (!options.overwrite && std::filesystem::exists(out, error)) {
         throw InputError(out.string() + ": exists already; expected another name (--out), or --overwrite");
     }

@@ -7,7 +7,7 @@ namespace cali::host {
 namespace {
 
 struct LscOptions {
-    std::string frame;
+    std::filesystem::path frame;
     ValueOptions values;
     std::string grid;
     std::string type;

@@ -1,11 +1,13 @@
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <new>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "base/error.h"
 #include "base/output_file.h"
-#include "base/system_file.h"
+#include "base/process.h"
 #include "cali/cali.h"
 #include "commands/commands.h"
 
@@ -14,7 +16,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongInput = 2;
 
-int run(int argc, char** argv) {
+int run(std::vector<std::string> arguments) {
     using namespace cali::host;
     try {
         CommandLine line("Calibrates a camera's ISP from raw Bayer captures.", "cali " CALI_VERSION_STRING,
@@ -30,7 +32,7 @@ int run(int argc, char** argv) {
                                add_verify_command, add_show_command, add_diff_command, add_help_command}) {
             add(line);
         }
-        const int status = line.parse_and_run(argc, argv);
+        const int status = line.parse_and_run(std::move(arguments));
         require_standard_output();
         return status;
     } catch (const InputError& problem) {
@@ -54,12 +56,10 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only the last words can fail
+    using namespace cali::host;
     // The library's warnings belong to this program's standard error, never in a window.
-#ifdef _WIN32
-    _putenv_s("CALI_WARNINGS", "stderr");
-#else
-    setenv("CALI_WARNINGS", "stderr", 1);
-#endif
-    cali::host::system_file::clean_up_on_signals();
-    return run(argc, argv);
+    process::set_variable("CALI_WARNINGS", "stderr");
+    process::prepare_streams();
+    process::clean_up_on_signals();
+    return run(process::arguments(argc, argv));
 }

@@ -11,15 +11,15 @@ namespace cali::host {
 namespace {
 
 struct NoiseOptions {
-    std::string folder;
-    std::vector<std::string> levels;
+    std::filesystem::path folder;
+    std::vector<std::filesystem::path> levels;
     ValueOptions values;
     std::vector<int> window;
     std::optional<int> ref_level;
     std::string slope_format;
     std::string level_format;
     bool progress = false;
-    std::string plot;
+    std::filesystem::path plot;
     GeometryOptions geometry;
     RunOptions run;
 };
@@ -76,7 +76,7 @@ std::vector<SeriesLevel> series_of(const NoiseOptions& options, const std::optio
         return session->series;
     }
     std::vector<SeriesLevel> levels;
-    for (const std::string& pattern : options.levels) {
+    for (const std::filesystem::path& pattern : options.levels) {
         levels.push_back({matching_files(pattern)});
     }
     return levels;

@@ -93,6 +93,24 @@ Option Command::option(const char* name, T& value, const char* help) {
     return Option(app_of(app_).add_option(name, value, help));
 }
 
+Option Command::option(const char* name, std::filesystem::path& value, const char* help) {
+    // The parser's own conversion would take the text for one of the old code page on Windows.
+    CLI::Option* const option = app_of(app_).add_option_function<std::string>(
+        name, [&value](const std::string& text) { value = path_of(text); }, help);
+    option->default_function([&value] { return value.string(); });
+    return Option(option);
+}
+
+Option Command::option(const char* name, std::vector<std::filesystem::path>& value, const char* help) {
+    return Option(app_of(app_).add_option_function<std::vector<std::string>>(
+        name,
+        [&value](const std::vector<std::string>& texts) {
+            value.clear();
+            std::ranges::transform(texts, std::back_inserter(value), path_of);
+        },
+        help));
+}
+
 Option Command::flag(const char* name, bool& value, const char* help) {
     return Option(app_of(app_).add_flag(name, value, help));
 }
@@ -155,9 +173,10 @@ Command CommandLine::add(const char* name, const char* description) {
     return {impl_->app.add_subcommand(name, description), &impl_->status};
 }
 
-int CommandLine::parse_and_run(int argc, char** argv) {
+int CommandLine::parse_and_run(std::vector<std::string> arguments) {
+    std::ranges::reverse(arguments);  // as the parser takes them
     try {
-        impl_->app.parse(argc, argv);
+        impl_->app.parse(std::move(arguments));
     } catch (const CLI::ParseError& problem) {
         if (problem.get_exit_code() != 0) {
             throw InputError(problem.what() + std::string(" (see --help)"));

@@ -1,6 +1,7 @@
 /// The command line behind types of our own: its library's header would cost every command seconds to compile.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -52,6 +53,9 @@ public:
     /// A value after "--name", or by its place where the name has no dashes. T: text, number, list or optional of them.
     template <typename T>
     Option option(const char* name, T& value, const char* help);
+    /// A file or folder, as users name it.
+    Option option(const char* name, std::filesystem::path& value, const char* help);
+    Option option(const char* name, std::vector<std::filesystem::path>& value, const char* help);
     Option flag(const char* name, bool& value, const char* help);
     /// "--name,!--no-name"; stays empty where neither is given.
     Option flag(const char* names, std::optional<bool>& value, const char* help);
@@ -81,7 +85,7 @@ public:
 
     /// Runs the command that is named and returns its exit status; 0 where help or version were asked for and printed.
     /// Throws InputError where the line is wrong; what the command throws passes through.
-    int parse_and_run(int argc, char** argv);
+    int parse_and_run(std::vector<std::string> arguments);
 
 private:
     struct Impl;
@@ -100,10 +104,10 @@ public:
     [[nodiscard]] CaptureEntry entry(const std::filesystem::path& file) const;
     /// Reads it. Throws InputError.
     [[nodiscard]] Capture capture(const std::filesystem::path& file) const;
-    [[nodiscard]] const std::string& session_file() const { return session_; }
+    [[nodiscard]] const std::filesystem::path& session_file() const { return session_; }
 
 private:
-    std::string session_;
+    std::filesystem::path session_;
     std::string size_;
     std::string pattern_;
     std::optional<int> bits_;
@@ -120,11 +124,11 @@ public:
     void add_to(Command& command);
     [[nodiscard]] LibraryOutput output() const;
     [[nodiscard]] bool verbose() const { return verbose_; }
-    [[nodiscard]] const std::string& log() const { return log_; }
+    [[nodiscard]] const std::filesystem::path& log() const { return log_; }
 
 private:
     bool verbose_ = false;
-    std::string log_;
+    std::filesystem::path log_;
 };
 
 /// --illuminant: a colour temperature.

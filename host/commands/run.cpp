@@ -41,7 +41,8 @@ RunReport report_of(const RunOptions& options, const Invocation& invocation) {
         return options.report.report(invocation.command);
     }
     if (options.report.json) {
-        throw InputError("--json and --results " + options.results + " both write to standard output, expected one");
+        throw InputError("--json and --results " + options.results.string() +
+                         " both write to standard output, expected one");
     }
     return {invocation.command, RunReport::Style::silent};
 }
@@ -162,7 +163,7 @@ void Run::own_output(const std::filesystem::path& file) {
         return output.lexically_normal() == file.lexically_normal();
     });
     if (is_there(file) && !known) {
-        throw InputError(file.string() + ": is there already, and " + options_.results +
+        throw InputError(file.string() + ": is there already, and " + options_.results.string() +
                          " does not know it for an output of an earlier run: move it away");
     }
 }
@@ -186,7 +187,7 @@ void Run::require_sensor(const SensorGeometry& sensor, const std::filesystem::pa
     take_findings(judge.findings());
 }
 
-Results Run::read_values(const std::string& file) {
+Results Run::read_values(const std::filesystem::path& file) {
     std::error_code error;
     if (!earlier_.file.empty() && std::filesystem::equivalent(file, earlier_.file, error)) {
         return earlier_;

@@ -33,10 +33,10 @@ struct RunOptions {
     /// Without --results and --new, where a command knows them itself.
     void add_rules_to(Command& command);
 
-    std::string results = "results.json";
+    std::filesystem::path results = "results.json";
     bool fresh = false;
     bool force = false;
-    std::string limits;
+    std::filesystem::path limits;
     ReportOptions report;
 };
 
@@ -66,7 +66,7 @@ public:
     /// Throws InputError where the capture, or values, are of another sensor than `earlier`; a finding with --force.
     void require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file);
     /// Another results file, or the one that grows where it is that. Throws InputError.
-    [[nodiscard]] Results read_values(const std::string& file);
+    [[nodiscard]] Results read_values(const std::filesystem::path& file);
     /// The capture that a command measures, under its light; refused likewise. Throws InputError.
     [[nodiscard]] Capture read(const std::filesystem::path& file, const GeometryOptions& geometry,
                                std::optional<double> illuminant_k);

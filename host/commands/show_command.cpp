@@ -9,7 +9,7 @@ namespace cali::host {
 namespace {
 
 struct ShowOptions {
-    std::string results;
+    std::filesystem::path results;
     ReportOptions report;
 };
 

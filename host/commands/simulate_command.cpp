@@ -16,7 +16,7 @@ constexpr const char* kTruthName = "truth.json";
 constexpr const char* kSessionName = "session.toml";
 
 struct SimulateOptions {
-    std::string folder;
+    std::filesystem::path folder;
     std::string size = "1920x1080";
     std::string pattern = "RGGB";
     std::string format = "both";
@@ -114,8 +114,9 @@ void require_no_files(const std::filesystem::path& folder, const std::vector<std
     std::vector<std::filesystem::path> found;
     for (const std::string& name : names) {
         std::error_code error;
-        if (std::filesystem::symlink_status(folder / name, error).type() != std::filesystem::file_type::not_found) {
-            found.push_back(folder / name);
+        if (std::filesystem::symlink_status(folder / path_of(name), error).type() !=
+            std::filesystem::file_type::not_found) {
+            found.push_back(folder / path_of(name));
         }
     }
     if (!found.empty()) {

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "base/error.h"
+#include "base/text.h"
 #include "results/choose_values.h"
 #include "results/merge.h"
 
@@ -53,12 +54,12 @@ void ValueOptions::add_to(Command& command, std::initializer_list<Kind> kinds) {
 
 void ValueOptions::name_files(RunFiles& files) const {
     if (!black_level_.empty() && !parse_codes(black_level_, "--black-level")) {
-        files.values(black_level_, "--black-level");
+        files.values(path_of(black_level_), "--black-level");
     }
     if (!lens_shading_.empty()) {
         files.values(lens_shading_, "--lens-shading");
     }
-    for (const std::string& file : values_) {
+    for (const std::filesystem::path& file : values_) {
         files.values(file, "--values");
     }
 }
@@ -66,12 +67,12 @@ void ValueOptions::name_files(RunFiles& files) const {
 Results ValueOptions::values(const Capture& capture, Run& run) const {
     Results values = run.earlier();
     Results others;
-    for (const std::string& file : values_) {
+    for (const std::filesystem::path& file : values_) {
         merge(others, run.read_values(file));
     }
     const auto codes = parse_codes(black_level_, "--black-level");
     if (!codes && !black_level_.empty()) {
-        Results other = run.read_values(black_level_);
+        Results other = run.read_values(path_of(black_level_));
         require_black_level(other, black_level_);
         others.black_level = std::move(other.black_level);
     }
@@ -86,14 +87,15 @@ Results ValueOptions::values(const Capture& capture, Run& run) const {
     replace(values.white_balance, others.white_balance);
     if (!lens_shading_.empty()) {
         Results other = run.read_values(lens_shading_);
-        require_section(!other.lens_shading.empty(), lens_shading_, "lens shading", "cali lsc or cali calibrate");
+        require_section(!other.lens_shading.empty(), lens_shading_.string(), "lens shading",
+                        "cali lsc or cali calibrate");
         values.lens_shading = std::move(other.lens_shading);
     }
     if (values.black_level.empty()) {
         run.report().warn("no black level is known: none is subtracted");
     }
     // Whose lack of a light messages speak of.
-    values.file = values_.empty() ? values.file : std::filesystem::path(values_.front());
+    values.file = values_.empty() ? values.file : values_.front();
     return values;
 }
 

@@ -26,8 +26,8 @@ public:
 
 private:
     std::string black_level_;
-    std::string lens_shading_;
-    std::vector<std::string> values_;
+    std::filesystem::path lens_shading_;
+    std::vector<std::filesystem::path> values_;
 };
 
 /// Throws InputError, which speaks of the file.

@@ -15,13 +15,13 @@ namespace cali::host {
 namespace {
 
 struct VerifyOptions {
-    std::string frame;
-    std::string results;
-    std::string out;
+    std::filesystem::path frame;
+    std::filesystem::path results;
+    std::filesystem::path out;
     std::string stage = "white-balance";
     std::string kind;
     LightOption light;
-    std::string limits;
+    std::filesystem::path limits;
     bool fills_frame = false;
     bool force = false;
     GeometryOptions geometry;
@@ -102,7 +102,8 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     std::optional<ProofKind> kind = session ? kind_in(*session, options.frame, light) : std::nullopt;
     kind = options.kind.empty() ? kind : parse_kind(options.kind);
     if (!kind && options.out.empty()) {
-        throw InputError("nothing to do with " + options.frame + ": expected --as, or --out for a corrected frame");
+        throw InputError("nothing to do with " + options.frame.string() +
+                         ": expected --as, or --out for a corrected frame");
     }
     RunFiles files;
     files.input(options.frame, "capture");
@@ -129,7 +130,7 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     std::vector<Finding> findings;
     if (!same_sensor(frame.sensor, stored.sensor)) {
         if (!options.force) {
-            require_same_sensor(frame.sensor, options.frame, stored.sensor, options.results);
+            require_same_sensor(frame.sensor, options.frame.string(), stored.sensor, options.results.string());
         }
         Judge judge(limits, {"", frame.file, {}});
         judge.say(Check::other_sensor, Severity::warn, to_text(frame.sensor) + "; values of " + to_text(stored.sensor));
@@ -138,7 +139,8 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     const ValueChooser chooser(stored, options.force);
     TuningValues values;
     if (!chooser.black_level(frame.taken, values)) {
-        throw InputError(options.results + ": holds no black level, expected results of cali blc or cali calibrate");
+        throw InputError(options.results.string() +
+                         ": holds no black level, expected results of cali blc or cali calibrate");
     }
     const bool whole_front_end = options.stage == "white-balance";
     if (kind ? *kind != ProofKind::flat : whole_front_end) {

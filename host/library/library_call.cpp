@@ -5,17 +5,8 @@
 
 #include "base/error.h"
 #include "base/output_file.h"
+#include "base/process.h"
 #include "base/system_file.h"
-
-#ifdef _WIN32
-#include <io.h>
-#define dup _dup
-#define dup2 _dup2
-#define close _close
-#define fileno _fileno
-#else
-#include <unistd.h>
-#endif
 
 namespace cali::host {
 namespace {
@@ -25,10 +16,7 @@ class Redirected {
 public:
     Redirected(std::FILE* stream, std::FILE* target) : stream_(stream) {
         (void)std::fflush(stream);
-        saved_ = dup(fileno(stream));
-        if (saved_ >= 0) {
-            dup2(fileno(target), fileno(stream));
-        }
+        saved_ = process::redirect(stream, target);
     }
     ~Redirected() { (void)restore(); }
     Redirected(const Redirected&) = delete;
@@ -41,8 +29,7 @@ public:
         }
         const bool taken = std::fflush(stream_) == 0 && std::ferror(stream_) == 0;
         std::clearerr(stream_);  // not the stream's own error
-        dup2(saved_, fileno(stream_));
-        close(saved_);
+        process::restore(stream_, saved_);
         saved_ = -1;
         return taken;
     }
@@ -53,7 +40,7 @@ private:
 };
 
 std::unique_ptr<std::FILE, int (*)(std::FILE*)> temporary_file() {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(system_file::temporary_file(), std::fclose);
     if (!file) {
         throw InputError("no temporary file can be made for the library's output");
     }
@@ -95,7 +82,7 @@ LibraryOutput LibraryOutput::verbose() { return {Mode::verbose, nullptr, {}}; }
 
 LibraryOutput LibraryOutput::to_file(const std::filesystem::path& file) {
     std::FILE* const log =
-        is_standard_output(file) ? system_file::duplicate_standard_output() : std::fopen(file.string().c_str(), "wb");
+        is_standard_output(file) ? system_file::duplicate_standard_output() : system_file::create_log(file);
     if (log == nullptr) {
         throw InputError(file.string() + ": cannot be written as the log");
     }

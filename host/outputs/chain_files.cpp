@@ -12,11 +12,13 @@ namespace cali::host {
 namespace {
 
 std::filesystem::path plot_of(const Conditions& taken) {
-    return taken.gain ? text("noise_gain_%g.svg", *taken.gain) : "noise.svg";
+    return path_of(taken.gain ? text("noise_gain_%g.svg", *taken.gain) : "noise.svg");
 }
 
-std::filesystem::path picture_of(const std::filesystem::path& chart) { return chart.stem().string() + "_patches.png"; }
-std::filesystem::path cube_of(const std::filesystem::path& chart) { return chart.stem().string() + ".cube"; }
+std::filesystem::path picture_of(const std::filesystem::path& chart) {
+    return path_of(chart.stem().string() + "_patches.png");
+}
+std::filesystem::path cube_of(const std::filesystem::path& chart) { return path_of(chart.stem().string() + ".cube"); }
 
 void require_distinct_names(const std::vector<CaptureEntry>& captures, const char* options) {
     for (std::size_t i = 0; i < captures.size(); ++i) {

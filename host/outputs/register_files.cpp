@@ -1,5 +1,6 @@
 #include "outputs/register_files.h"
 
+#include "base/text.h"
 #include "captures/pgm_file.h"
 #include "stages/register_text.h"
 
@@ -17,7 +18,7 @@ std::vector<std::filesystem::path> shading_file_names(const std::filesystem::pat
                                                       const std::filesystem::path& capture,
                                                       const ShadingFileChoice& choice) {
     std::vector<std::filesystem::path> names;
-    const auto add = [&](const char* ending) { names.push_back(folder / (capture.stem().string() + ending)); };
+    const auto add = [&](const char* ending) { names.push_back(folder / path_of(capture.stem().string() + ending)); };
     if (choice.registers) {
         add(kRegisters);
         add(kCoefficients);
@@ -31,7 +32,7 @@ std::vector<std::filesystem::path> shading_file_names(const std::filesystem::pat
 
 void add_shading_files(PendingFiles& files, const std::filesystem::path& folder, const LensShading& shading,
                        const SensorGeometry& sensor, const CorrectedFlat& corrected, const ShadingFileChoice& choice) {
-    const auto target = [&](const char* ending) { return folder / (shading.file.stem().string() + ending); };
+    const auto target = [&](const char* ending) { return folder / path_of(shading.file.stem().string() + ending); };
     if (choice.registers) {
         files.add_text(target(kRegisters), lsc_register_text(shading.tables));
         files.add_text(target(kCoefficients), lsc_coefficient_csv(shading.tables));

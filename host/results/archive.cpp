@@ -1,6 +1,7 @@
 #include "results/archive.h"
 
 #include "base/error.h"
+#include "base/text.h"
 
 namespace cali::host {
 namespace {
@@ -21,7 +22,7 @@ std::string relative_name(const std::filesystem::path& file, const std::filesyst
 }
 
 std::filesystem::path named_file(const std::string& name, const std::filesystem::path& folder) {
-    const std::filesystem::path file = name;
+    const std::filesystem::path file = path_of(name);
     const bool in_folder = !file.empty() && file.is_relative() && *file.begin() != "..";
     return in_folder ? folder / file : file;
 }

@@ -3,6 +3,7 @@
 #include <toml++/toml.h>
 
 #include <algorithm>
+#include <fstream>
 #include <sstream>
 
 #include "base/error.h"
@@ -62,8 +63,12 @@ toml::table parse(const std::filesystem::path& file, const char* what) {
     if (!std::filesystem::is_regular_file(file, error)) {
         throw InputError(file.string() + ": no such " + what);
     }
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        throw InputError(file.string() + ": cannot be read");
+    }
     try {
-        return toml::parse_file(file.string());
+        return toml::parse(stream, file.string());
     } catch (const toml::parse_error& problem) {
         std::ostringstream text;
         text << file.string() << ": not valid TOML: " << problem.description() << " (line "
@@ -198,7 +203,7 @@ std::optional<std::string> TomlSection::text(std::string_view key) const {
 
 std::optional<std::filesystem::path> TomlSection::file(std::string_view key) const {
     const auto name = value<std::string>(key, "a file name");
-    return name ? std::optional(folder_ / *name) : std::nullopt;
+    return name ? std::optional(folder_ / path_of(*name)) : std::nullopt;
 }
 
 std::vector<std::filesystem::path> TomlSection::files(std::string_view key) const {
@@ -208,7 +213,7 @@ std::vector<std::filesystem::path> TomlSection::files(std::string_view key) cons
         if (!name) {
             fail(key, &element, "a file name or a list of them");
         }
-        files.push_back(folder_ / *name);
+        files.push_back(folder_ / path_of(*name));
     });
     return files;
 }
@@ -216,7 +221,7 @@ std::vector<std::filesystem::path> TomlSection::files(std::string_view key) cons
 std::vector<std::filesystem::path> TomlSection::files_or_glob() const {
     std::vector<std::filesystem::path> found = files("files");
     if (const auto pattern = text("glob")) {
-        const auto matched = matching_files(folder_ / *pattern);
+        const auto matched = matching_files(folder_ / path_of(*pattern));
         found.insert(found.end(), matched.begin(), matched.end());
     }
     return found;
@@ -226,7 +231,7 @@ std::vector<CaptureEntry> TomlSection::entries(std::string_view key, bool lit) c
     std::vector<CaptureEntry> captures;
     for_each_element(find(table_, key), [&](const toml::node& element) {
         if (const auto name = element.value_exact<std::string>()) {
-            captures.push_back({{folder_ / *name}, {}, {}});
+            captures.push_back({{folder_ / path_of(*name)}, {}, {}});
             return;
         }
         if (!element.is_table()) {

@@ -263,7 +263,7 @@ ShotNames take_shots(const SimulationPlan& plan, const std::filesystem::path& fo
     return plan_shots(plan, [&](const Shot& shot) {
         const std::vector<uint16_t> samples = take(shot, plan.faults, plan.seed);
         for (const ShotForm form : plan.forms) {
-            write_shot(folder / file_name(plan, shot.stem, form), shot, form, samples);
+            write_shot(folder / path_of(file_name(plan, shot.stem, form)), shot, form, samples);
         }
     });
 }

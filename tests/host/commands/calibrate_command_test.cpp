@@ -3,6 +3,7 @@
 #include <array>
 #include <set>
 
+#include "base/process.h"
 #include "support/program.h"
 
 namespace cali::test {
@@ -151,9 +152,9 @@ TEST(Calibrate, GivesTheSameBitsOnTheBaselineInstructionSet) {
     const TemporaryFolder folder;
     const std::string line = "calibrate " + (simulated_session() / "session.toml").string() +
                              " --out base --corrected --only blc,lsc,awb,ccm,noise";
-    ASSERT_EQ(setenv("CALI_ISA", "baseline", 1), 0);
+    host::process::set_variable("CALI_ISA", "baseline");
     run_line(folder.path(), line);
-    ASSERT_EQ(unsetenv("CALI_ISA"), 0);
+    host::process::set_variable("CALI_ISA", "");
     for (const std::string name : {"flat_2850K_mesh.pgm", "flat_6500K_radial.pgm"}) {
         EXPECT_EQ(read_text(folder.path() / "base" / name), read_text(simulated_session() / name)) << name;
     }

@@ -20,9 +20,10 @@ TEST(PatchPicture, ShowsMeasuredCorrectedAndReferenceStripes) {
     const std::vector<Triple> reference(24, Triple{1.0, 0.05, 0.0});
     write_text(folder / "patches.png", host::patch_picture({measured, corrected, reference}));
 
+    const std::string file = read_text(folder / "patches.png");
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
-    ASSERT_NE(png_image_begin_read_from_file(&image, (folder / "patches.png").c_str()), 0) << image.message;
+    ASSERT_NE(png_image_begin_read_from_memory(&image, file.data(), file.size()), 0) << image.message;
     ASSERT_EQ(std::pair(image.width, image.height), std::pair(632U, 424U));
     image.format = PNG_FORMAT_RGB;
     std::vector<uint8_t> pixels(std::size_t{632} * 424 * 3);

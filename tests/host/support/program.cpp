@@ -2,24 +2,25 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <sstream>
 #include <stdexcept>
+
+#include "base/text.h"
 
 namespace cali::test {
 
 TemporaryFolder::TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "cali-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
+    // Letters beyond ASCII, as users' folders have them.
+    path_ =
+        std::filesystem::temp_directory_path() / host::path_of("cali-täst-" + std::to_string(std::random_device{}()));
+    if (!std::filesystem::create_directory(path_)) {
         throw std::runtime_error("no temporary folder");
     }
-    path_ = name;
 }
 
 TemporaryFolder::~TemporaryFolder() {
@@ -36,17 +37,6 @@ std::vector<std::string> TemporaryFolder::names() const {
     }
     std::ranges::sort(names);
     return names;
-}
-
-ProgramRun run_program(const std::filesystem::path& folder, const std::vector<std::string>& arguments) {
-    const TemporaryFolder outputs;
-    std::string command = "cd '" + folder.string() + "' && '" + CALI_PROGRAM + "'";
-    for (const std::string& argument : arguments) {
-        command += " '" + argument + "'";
-    }
-    command += " >'" + (outputs / "out").string() + "' 2>'" + (outputs / "err").string() + "' </dev/null";
-    const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text(outputs / "out"), read_text(outputs / "err")};
 }
 
 std::vector<std::string> words(const std::string& line) {

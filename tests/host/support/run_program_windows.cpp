@@ -1,0 +1,45 @@
+#include <windows.h>
+
+#include "base/text.h"
+#include "support/program.h"
+
+namespace cali::test {
+namespace {
+
+/// As the C runtime takes a command line apart; none of the tests' arguments ends with a backslash.
+std::wstring quoted(const std::string& argument) { return L"\"" + host::path_of(argument).wstring() + L"\""; }
+
+HANDLE inheritable(const std::filesystem::path& file, DWORD access, DWORD disposition) {
+    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+    return CreateFileW(file.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, disposition, 0, nullptr);
+}
+
+}  // namespace
+
+ProgramRun run_program(const std::filesystem::path& folder, const std::vector<std::string>& arguments) {
+    const TemporaryFolder outputs;
+    std::wstring line = quoted(CALI_PROGRAM);
+    for (const std::string& argument : arguments) {
+        line += L" " + quoted(argument);
+    }
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    start.dwFlags = STARTF_USESTDHANDLES;
+    start.hStdInput = inheritable("NUL", GENERIC_READ, OPEN_EXISTING);
+    start.hStdOutput = inheritable(outputs / "out", GENERIC_WRITE, CREATE_ALWAYS);
+    start.hStdError = inheritable(outputs / "err", GENERIC_WRITE, CREATE_ALWAYS);
+    PROCESS_INFORMATION process{};
+    DWORD status = 255;
+    if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.c_str(), &start, &process)) {
+        WaitForSingleObject(process.hProcess, INFINITE);
+        GetExitCodeProcess(process.hProcess, &status);
+        CloseHandle(process.hProcess);
+        CloseHandle(process.hThread);
+    }
+    for (const HANDLE handle : {start.hStdInput, start.hStdOutput, start.hStdError}) {
+        CloseHandle(handle);
+    }
+    return {static_cast<int>(status), read_text(outputs / "out"), read_text(outputs / "err")};
+}
+
+}  // namespace cali::test
