@@ -190,7 +190,7 @@ void OutputFile::commit() {
     flush();
     if (!temporary_.empty()) {
         std::error_code error;
-        std::filesystem::rename(path_of(temporary_), destination_, error);
+        system_file::replace(path_of(temporary_), destination_, error);
         if (error) {
             throw OutputError(target_.string() + ": cannot be replaced: " + error.message());
         }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <system_error>
 
 namespace cali::host::system_file {
 
@@ -28,6 +29,9 @@ void flush_folder(const std::filesystem::path& folder);
 [[nodiscard]] std::FILE* create_log(const std::filesystem::path& name);
 /// For writing and reading, and gone once it is closed. Null where none can be made.
 [[nodiscard]] std::FILE* temporary_file();
+
+/// Gives a file the name of another, which it replaces. On Windows it waits a moment where somebody has that one open.
+void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error);
 
 /// Removes a file that `create_locked` made unless its maker still has it open.
 void remove_abandoned(const std::filesystem::path& name);

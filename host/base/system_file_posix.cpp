@@ -79,6 +79,10 @@ void flush_folder(const std::filesystem::path& folder) {
     }
 }
 
+void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error) {
+    std::filesystem::rename(file, by_name, error);
+}
+
 void remove_abandoned(const std::filesystem::path& name) {
     const int handle = ::open(name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (handle >= 0) {

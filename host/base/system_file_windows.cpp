@@ -13,6 +13,7 @@
 namespace cali::host::system_file {
 namespace {
 
+constexpr DWORD kPauseMs = 10;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 /// The system's last error as the standard library would call it.
@@ -87,6 +88,23 @@ bool flush_to_disk(std::FILE* file) {
 
 void flush_folder(const std::filesystem::path&) {}  // the file system does that when it renames
 
+void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error) {
+    constexpr int kTries = 200;
+    error.clear();
+    for (int i = 0; i < kTries; ++i) {
+        if (MoveFileExW(file.c_str(), by_name.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
+            return;
+        }
+        const DWORD reason = GetLastError();
+        if (reason != ERROR_SHARING_VIOLATION && reason != ERROR_ACCESS_DENIED) {
+            break;
+        }
+        Sleep(kPauseMs);
+    }
+    set_errno();
+    error = std::error_code(errno, std::generic_category());
+}
+
 /// Fails while its maker, or anyone, has it open.
 void remove_abandoned(const std::filesystem::path& name) {
     const HANDLE handle = CreateFileW(name.c_str(), GENERIC_WRITE | DELETE, 0, nullptr, OPEN_EXISTING,
@@ -98,7 +116,6 @@ void remove_abandoned(const std::filesystem::path& name) {
 
 /// By a file that one process at a time may have open, and that goes with it, however it ends.
 std::intptr_t lock_folder(const std::filesystem::path& folder) {
-    constexpr DWORD kPauseMs = 10;
     const std::filesystem::path name = folder / ".cali.lock";
     for (;;) {
         const HANDLE handle = CreateFileW(name.c_str(), GENERIC_WRITE | DELETE, 0, nullptr, OPEN_ALWAYS,

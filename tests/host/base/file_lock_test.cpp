@@ -14,8 +14,11 @@ namespace {
 TEST(FileLock, TwoAtOnceLoseNeithersUpdate) {
     const TemporaryFolder folder;
     std::filesystem::create_directories(folder / "there");
-    std::filesystem::create_symlink("there/count", folder / "link");
-    host::write_text_file(folder / "link", "0");
+    const std::filesystem::path link = kHasLinks ? folder / "link" : folder / "there/count";
+    if (kHasLinks) {
+        std::filesystem::create_symlink("there/count", link);
+    }
+    host::write_text_file(link, "0");
     constexpr int kRounds = 25;
     const auto count_up = [&](const std::filesystem::path& file) {
         for (int i = 0; i < kRounds; ++i) {
@@ -23,12 +26,12 @@ TEST(FileLock, TwoAtOnceLoseNeithersUpdate) {
             host::write_text_file(file, std::to_string(std::stoi(read_text(file)) + 1));
         }
     };
-    std::thread one(count_up, folder / "link");
+    std::thread one(count_up, link);
     std::thread two(count_up, folder / "there/count");
     one.join();
     two.join();
     EXPECT_EQ(read_text(folder / "there/count"), std::to_string(2 * kRounds));
-    EXPECT_EQ(folder.names(), (std::vector<std::string>{"link", "there", "there/count"}));
+    EXPECT_EQ(folder.names().size(), kHasLinks ? 3U : 2U);
     EXPECT_THROW(host::FileLock(folder / "none/count"), host::InputError);
 }
 

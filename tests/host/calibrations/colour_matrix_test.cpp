@@ -33,7 +33,7 @@ protected:
 };
 
 TEST_F(ColourChart, MatricesRecoverTheReference) {
-    const json results = read_json(values_);
+    const json results = read_json(session_ / "results.json");
     for (const json& result : results["colour_matrix"]) {
         SCOPED_TRACE(result["file"]);
         EXPECT_GT(result["difference_before"]["de_2000"]["mean"], 4.0);
@@ -66,7 +66,7 @@ TEST_F(ColourChart, MatricesRecoverTheReference) {
 }
 
 TEST_F(ColourChart, MethodsAndOptionsTakeEffect) {
-    const json results = read_json(values_);
+    const json results = read_json(session_ / "results.json");
     const json lsq = matrix("");
     EXPECT_EQ(lsq["matrix"], results["colour_matrix"][1]["matrix"]);  // the chain's, by the same light
     const json optimised = matrix("--method optimised --picture p.png");
@@ -109,7 +109,7 @@ TEST_F(ColourChart, MethodsAndOptionsTakeEffect) {
 }
 
 TEST_F(ColourChart, CurveOverThreeLightsGoesThroughThem) {
-    const json curve = read_json(values_)["white_balance_curve"];
+    const json curve = read_json(session_ / "results.json")["white_balance_curve"];
     EXPECT_EQ(curve["reference_k"], 5000);
     const auto value = [&](const char* key) { return curve[key].get<double>(); };
     for (const json& light : curve["lights"]) {

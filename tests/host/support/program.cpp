@@ -33,7 +33,7 @@ TemporaryFolder::~TemporaryFolder() {
 std::vector<std::string> TemporaryFolder::names() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(path_)) {
-        names.push_back(entry.path().lexically_relative(path_).string());
+        names.push_back(entry.path().lexically_relative(path_).generic_string());
     }
     std::ranges::sort(names);
     return names;

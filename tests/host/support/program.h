@@ -31,6 +31,13 @@ private:
     bool stays_ = false;
 };
 
+/// Windows makes them for administrators only.
+#ifdef _WIN32
+inline constexpr bool kHasLinks = false;
+#else
+inline constexpr bool kHasLinks = true;
+#endif
+
 struct ProgramRun {
     int status = -1;
     std::string out;

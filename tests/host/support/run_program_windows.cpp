@@ -1,5 +1,7 @@
 #include <windows.h>
 
+#include <algorithm>
+
 #include "base/text.h"
 #include "support/program.h"
 
@@ -12,6 +14,13 @@ std::wstring quoted(const std::string& argument) { return L"\"" + host::path_of(
 HANDLE inheritable(const std::filesystem::path& file, DWORD access, DWORD disposition) {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
     return CreateFileW(file.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, disposition, 0, nullptr);
+}
+
+/// Tests expect names as other systems show them.
+std::string shown(const std::filesystem::path& file) {
+    std::string text = read_text(file);
+    std::ranges::replace(text, '\\', '/');
+    return text;
 }
 
 }  // namespace
@@ -39,7 +48,7 @@ ProgramRun run_program(const std::filesystem::path& folder, const std::vector<st
     for (const HANDLE handle : {start.hStdInput, start.hStdOutput, start.hStdError}) {
         CloseHandle(handle);
     }
-    return {static_cast<int>(status), read_text(outputs / "out"), read_text(outputs / "err")};
+    return {static_cast<int>(status), shown(outputs / "out"), shown(outputs / "err")};
 }
 
 }  // namespace cali::test
