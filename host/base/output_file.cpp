@@ -80,10 +80,7 @@ std::filesystem::path behind_links(const std::filesystem::path& name) {
 bool is_standard_output(const std::filesystem::path& name) { return name == "-" || name == "/dev/stdout"; }
 
 bool is_passed_on(const std::filesystem::path& name) {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(name, error);
-    return is_standard_output(name) || (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
-                                        !std::filesystem::is_directory(status));
+    return is_standard_output(name) || system_file::is_device(name);
 }
 
 void require_standard_output() {

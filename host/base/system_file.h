@@ -18,6 +18,9 @@ namespace cali::host::system_file {
 /// A second handle on standard output. Null, with errno.
 [[nodiscard]] std::FILE* duplicate_standard_output();
 
+/// A device, a pipe: what is there and neither a file nor a folder.
+[[nodiscard]] bool is_device(const std::filesystem::path& name);
+
 [[nodiscard]] bool may_be_written(const std::filesystem::path& existing);
 
 /// Hands everything to the disk. False where it does not take it, with errno.

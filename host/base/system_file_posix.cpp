@@ -64,6 +64,13 @@ std::FILE* open_existing(const std::filesystem::path& name) {
 
 std::FILE* duplicate_standard_output() { return stream_of(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)); }
 
+bool is_device(const std::filesystem::path& name) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(name, error);
+    return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
+           !std::filesystem::is_directory(status);
+}
+
 bool may_be_written(const std::filesystem::path& existing) { return ::access(existing.c_str(), W_OK) == 0; }
 
 bool flush_to_disk(std::FILE* file) {
