@@ -7,7 +7,8 @@ target_include_directories(cali_options INTERFACE ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(cali_options INTERFACE -ffp-contract=off)
 if(MINGW)
   # Windows aligns stacks to 16 bytes, and the compiler takes 32 for granted where it spills wide vectors: every aligned
-  # move of a vector becomes an unaligned one, which costs nothing where the address is aligned.
+  # move of a vector becomes an unaligned one, which costs nothing where the address is aligned. Some compilers pass
+  # that by themselves; scripts/check-dll looks.
   target_compile_options(cali_options INTERFACE -Wa,-muse-unaligned-vector-move)
   target_compile_definitions(cali_options INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
 endif()

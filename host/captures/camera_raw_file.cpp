@@ -57,6 +57,8 @@ void refuse_tiff(Capture& capture, std::span<const uint8_t> content, const Geome
 
 #if CALI_WITH_LIBRAW
 
+std::string camera_raw_library() { return LibRaw::version(); }
+
 namespace {
 
 /// As TIFF counts compressions.
@@ -295,6 +297,8 @@ void read_camera_raw(FileFrame& frame, std::span<const uint8_t> content, const G
 }
 
 #else
+
+std::string camera_raw_library() { return {}; }
 
 void probe_camera_raw(Capture& capture, std::span<const uint8_t> content, uint64_t /*bytes*/,
                       const Geometry& geometry) {

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <span>
+#include <string>
 
 #include "captures/frame.h"
 
@@ -10,6 +11,9 @@ namespace cali::host {
 
 /// By its first bytes, whatever a build reads.
 [[nodiscard]] bool is_camera_raw(const std::filesystem::path& file, std::span<const uint8_t> content);
+
+/// Version of the LibRaw that the program was built with; empty without one.
+[[nodiscard]] std::string camera_raw_library();
 
 /// The mosaic of the active area as it was stored, linearised where the file has a table for that; neither developed
 /// nor turned. An active area that starts at an odd row or column may lose it. The depth is that of the white level;

@@ -9,6 +9,7 @@
 #include "base/output_file.h"
 #include "base/process.h"
 #include "cali/cali.h"
+#include "captures/camera_raw_file.h"
 #include "commands/commands.h"
 
 namespace {
@@ -19,7 +20,10 @@ constexpr int kWrongInput = 2;
 int run(std::vector<std::string> arguments) {
     using namespace cali::host;
     try {
-        CommandLine line("Calibrates a camera's ISP from raw Bayer captures.", "cali " CALI_VERSION_STRING,
+        const std::string raw = camera_raw_library();
+        const std::string version =
+            "cali " CALI_VERSION_STRING "\nraw files of cameras: " + (raw.empty() ? "no" : "LibRaw " + raw);
+        CommandLine line("Calibrates a camera's ISP from raw Bayer captures.", version.c_str(),
                          "A first session without a camera:\n"
                          "  cali simulate shots\n"
                          "  cali calibrate shots/session.toml\n"

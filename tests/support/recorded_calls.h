@@ -28,10 +28,11 @@ public:
                 bits = 0;
                 std::memcpy(&bits, &value, sizeof value);
             }
-            values_ += std::is_floating_point_v<Value> ? sizeof value == sizeof(float) ? 'f' : 'd'
-                       : sizeof value == 1             ? 'c'
-                                                       : 'i';
-            values_.append(reinterpret_cast<const char*>(&bits), sizeof bits);
+            if (recording()) {
+                const bool real = std::is_floating_point_v<Value>;
+                values_ += real ? sizeof value == sizeof(float) ? 'f' : 'd' : sizeof value == 1 ? 'c' : 'i';
+                values_.append(reinterpret_cast<const char*>(&bits), sizeof value == 1 ? 1 : sizeof bits);
+            }
             state_ = (state_ ^ bits) * 0x9E3779B97F4A7C15U;
             state_ ^= state_ >> 32U;
         }
@@ -44,10 +45,12 @@ public:
     /// 16 digits.
     [[nodiscard]] std::string text() const;
 
-    /// All of it, nine bytes each: 'c' for a character or byte, 'i', 'f' or 'd', and the bits.
+    /// All of it where it is recorded: 'c' and a byte or character; 'i', 'f' or 'd' and eight bytes.
     [[nodiscard]] const std::string& values() const { return values_; }
 
 private:
+    [[nodiscard]] static bool recording();
+
     uint64_t state_ = 0;
     std::string values_;
 };
