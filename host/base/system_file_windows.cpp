@@ -79,9 +79,8 @@ std::FILE* temporary_file() {
 
 bool is_device(const std::filesystem::path& name) {
     const std::wstring word = name.filename().stem().wstring();
-    return std::ranges::any_of(std::array{L"NUL", L"CON"}, [&](const wchar_t* device) {
-        return _wcsicmp(word.c_str(), device) == 0;
-    });
+    return std::ranges::any_of(std::array{L"NUL", L"CON"},
+                               [&](const wchar_t* device) { return _wcsicmp(word.c_str(), device) == 0; });
 }
 
 bool may_be_written(const std::filesystem::path& existing) {
