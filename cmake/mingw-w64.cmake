@@ -17,13 +17,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-set(ENV{PKG_CONFIG_LIBDIR} ${dependencies}/lib/pkgconfig)
 
 # Nothing but the system's DLLs is needed at run time.
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
-
-find_program(wine NAMES wine)
-if(wine)
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${wine})
-endif()

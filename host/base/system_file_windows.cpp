@@ -16,9 +16,9 @@ namespace {
 constexpr DWORD kPauseMs = 10;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-/// The system's last error as the standard library would call it.
-void set_errno() {
-    switch (GetLastError()) {
+/// The system's error as the standard library would call it.
+void set_errno(DWORD error) {
+    switch (error) {
         case ERROR_FILE_EXISTS:
         case ERROR_ALREADY_EXISTS: errno = EEXIST; break;
         case ERROR_FILE_NOT_FOUND:
@@ -37,7 +37,7 @@ void set_errno() {
 
 std::FILE* stream_of(HANDLE handle, const char* mode) {
     if (handle == INVALID_HANDLE_VALUE) {
-        set_errno();
+        set_errno(GetLastError());
         return nullptr;
     }
     const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_BINARY);
@@ -96,18 +96,19 @@ void flush_folder(const std::filesystem::path&) {}  // the file system does that
 
 void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error) {
     constexpr int kTries = 200;
+    DWORD reason = ERROR_SUCCESS;
     error.clear();
     for (int i = 0; i < kTries; ++i) {
         if (MoveFileExW(file.c_str(), by_name.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
             return;
         }
-        const DWORD reason = GetLastError();
+        reason = GetLastError();
         if (reason != ERROR_SHARING_VIOLATION && reason != ERROR_ACCESS_DENIED) {
             break;
         }
         Sleep(kPauseMs);
     }
-    set_errno();
+    set_errno(reason);
     error = std::error_code(errno, std::generic_category());
 }
 
@@ -134,7 +135,7 @@ std::intptr_t lock_folder(const std::filesystem::path& folder) {
         std::error_code ignored;
         const bool there = error == ERROR_ACCESS_DENIED && std::filesystem::exists(name, ignored);
         if (error != ERROR_SHARING_VIOLATION && error != ERROR_DELETE_PENDING && !there) {
-            set_errno();
+            set_errno(error);
             return -1;
         }
         Sleep(kPauseMs);
