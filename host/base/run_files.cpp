@@ -1,5 +1,7 @@
 #include "base/run_files.h"
 
+#include <algorithm>
+
 #include "base/error.h"
 #include "base/output_file.h"
 
@@ -19,8 +21,29 @@ std::filesystem::path resolved(const std::filesystem::path& name) {
 
 }  // namespace
 
+void RunFiles::log(const std::filesystem::path& path) {
+    if (!path.empty()) {
+        add({path, "--log", Use::log});
+    }
+}
+
+const RunFiles::File* RunFiles::taker() const {
+    const auto found = std::ranges::find_if(files_, [](const File& file) {
+        return (file.use == Use::output || file.use == Use::growing) && is_standard_output(file.name);
+    });
+    return found == files_.end() ? nullptr : &*found;
+}
+
+void RunFiles::require_standard_output(const std::string& option) const {
+    if (const File* const file = taker()) {
+        throw InputError(option + " and " + file->what + " " + file->name.string() +
+                         " both write to standard output, expected one");
+    }
+}
+
 void RunFiles::add(File file) {
-    const bool written = file.use == Use::output || file.use == Use::growing;
+    const auto is_written = [](Use use) { return use == Use::output || use == Use::growing || use == Use::log; };
+    const bool written = is_written(file.use);
     if (written && is_standard_output(file.name)) {
         file.path = "/dev/stdout";
     } else if (file.name != "-" && is_passed_on(file.name)) {
@@ -29,7 +52,7 @@ void RunFiles::add(File file) {
         file.path = resolved(file.name);
     }
     for (const File& other : files_) {
-        const bool other_written = other.use == Use::output || other.use == Use::growing;
+        const bool other_written = is_written(other.use);
         const bool grows = (file.use == Use::growing && other.use == Use::values) ||
                            (file.use == Use::values && other.use == Use::growing);
         std::error_code error;  // where one does not exist

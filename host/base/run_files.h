@@ -19,9 +19,16 @@ public:
     void output(const std::filesystem::path& path, const std::string& what) { add({path, what, Use::output}); }
     /// A results file that is read and written.
     void growing(const std::filesystem::path& path, const std::string& what) { add({path, what, Use::growing}); }
+    /// Lines for people, which may share standard output with others; none where the path is empty.
+    void log(const std::filesystem::path& path);
+
+    /// Whether an output other than the log goes to standard output, where nothing else may be printed then.
+    [[nodiscard]] bool standard_output_taken() const { return taker() != nullptr; }
+    /// Throws InputError where it is taken, for an option that prints there.
+    void require_standard_output(const std::string& option) const;
 
 private:
-    enum class Use { input, values, output, growing };
+    enum class Use { input, values, output, growing, log };
     struct File {
         std::filesystem::path name;  ///< as the user wrote it
         std::string what;
@@ -30,6 +37,7 @@ private:
     };
 
     void add(File file);
+    [[nodiscard]] const File* taker() const;
 
     std::vector<File> files_;
 };

@@ -119,6 +119,9 @@ int act(const ChartOptions& options, const Invocation&) {
     if (!options.picture.empty()) {
         files.output(options.picture, "--picture");
     }
+    if (options.json) {
+        files.require_standard_output("--json");
+    }
     const Capture capture = read_capture(options.frame, options.geometry.geometry());
     const BlackLevels black_level = black_level_of(options, capture);
     const FoundChart chart = find_chart(capture, black_level);
@@ -132,9 +135,11 @@ int act(const ChartOptions& options, const Invocation&) {
     if (!chart.found) {
         throw CalibrationError(options.frame.string() + ": " + not_found_text(chart.reason));
     }
-    print(section_of(chart, capture.file.filename().string()));
-    if (!options.picture.empty()) {
-        print_written(options.picture);
+    if (!files.standard_output_taken()) {
+        print(section_of(chart, capture.file.filename().string()));
+        if (!options.picture.empty()) {
+            print_written(options.picture);
+        }
     }
     return 0;
 }

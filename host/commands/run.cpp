@@ -35,18 +35,6 @@ bool is_there(const std::filesystem::path& file) {
     return !is_passed_on(file) && std::filesystem::exists(file, error);
 }
 
-/// Standard output is for one of them.
-RunReport report_of(const RunOptions& options, const Invocation& invocation) {
-    if (!is_standard_output(options.results)) {
-        return options.report.report(invocation.command);
-    }
-    if (options.report.json) {
-        throw InputError("--json and --results " + options.results.string() +
-                         " both write to standard output, expected one");
-    }
-    return {invocation.command, RunReport::Style::silent};
-}
-
 /// Before any work: that it will be a file.
 void require_writable(const std::filesystem::path& file) {
     std::error_code error;
@@ -98,8 +86,14 @@ void ReportOptions::add_to(Command& command) {
     output.add_to(command);
 }
 
-RunReport ReportOptions::report(const std::string& command) const {
+RunReport ReportOptions::report(const std::string& command, const RunFiles& files) const {
     using Style = RunReport::Style;
+    if (json || output.verbose()) {
+        files.require_standard_output(json ? "--json" : "--verbose");
+    }
+    if (files.standard_output_taken()) {
+        return {command, Style::silent};
+    }
     return {command, json ? Style::json : output.verbose() ? Style::verbose : Style::text};
 }
 
@@ -125,7 +119,7 @@ void RunOptions::add_rules_to(Command& command) {
 }
 
 Run::Run(const RunOptions& options, Invocation invocation, const std::optional<Session>& session)
-    : options_(options), invocation_(std::move(invocation)), report_(report_of(options, invocation_)) {
+    : options_(options), invocation_(std::move(invocation)) {
     if (session) {
         limits_ = session->limits;
         session_black_level_ = session->black_level_offset;
@@ -134,14 +128,13 @@ Run::Run(const RunOptions& options, Invocation invocation, const std::optional<S
     if (!options.limits.empty()) {
         files_.input(options.limits, "--limits");
     }
-    if (!options.report.output.log().empty()) {
-        files_.output(options.report.output.log(), "--log");
-    }
+    files_.log(options.report.output.log());
     require_writable(options.results);
     files_.growing(options.results, "--results");
 }
 
 void Run::start() {
+    report_ = options_.report.report(invocation_.command, files_);
     if (!options_.limits.empty()) {
         read_limits(options_.limits, limits_);
     }
@@ -218,30 +211,30 @@ void Run::take(Results made) {
 }
 
 void Run::take_findings(const std::vector<Finding>& findings) {
-    report_.findings(findings);
+    report_->findings(findings);
     made_.findings.insert(made_.findings.end(), findings.begin(), findings.end());
 }
 
 int Run::conclude(const Results& all, Severity severity) {
-    report_.written(options_.results);
+    report_->written(options_.results);
     const LibraryOutput::Lines& lines = output_->lines();
     if (lines.warn > 0) {
-        report_.note(text("the library printed %zu lines, %zu of them WARN: -v shows them, --log keeps them", lines.all,
+        report_->note(text("the library printed %zu lines, %zu of them WARN: -v shows them, --log keeps them", lines.all,
                           lines.warn));
     }
-    report_.verdict(all);
-    report_.finish();
+    report_->verdict(all);
+    report_->finish();
     return options_.report.status(severity);
 }
 
 int Run::finish() {
     const Severity severity = worst(made_.findings);
     if (const std::string settings = settings_in_force(made_); !settings.empty()) {
-        report_.note("in force: " + settings);
+        report_->note("in force: " + settings);
     }
     made_.outputs = outputs_.commit();
     for (const std::filesystem::path& file : made_.outputs) {
-        report_.written(file);
+        report_->written(file);
     }
     // What earlier runs wrote and this one did not stays known for its own.
     std::ranges::copy_if(earlier_outputs_, std::back_inserter(made_.outputs), is_there);

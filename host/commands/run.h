@@ -18,7 +18,9 @@ namespace cali::host {
 /// --strict, --json, -v and --log: how a run is told and how it ends.
 struct ReportOptions {
     void add_to(Command& command);
-    [[nodiscard]] RunReport report(const std::string& command) const;
+    /// Silent where one of the files, all named by now, takes standard output; throws InputError where an option wants it,
+    /// too.
+    [[nodiscard]] RunReport report(const std::string& command, const RunFiles& files = {}) const;
     /// 0, 1 where a check failed, 3 where one warned and --strict is given.
     [[nodiscard]] int status(Severity severity) const;
 
@@ -61,7 +63,8 @@ public:
     /// Black level by number in the session.
     [[nodiscard]] const std::optional<Channels<double>>& session_black_level() const { return session_black_level_; }
     [[nodiscard]] StepRules rules() const;
-    [[nodiscard]] RunReport& report() { return report_; }
+    /// After `start`.
+    [[nodiscard]] RunReport& report() { return *report_; }
 
     /// Throws InputError where the capture, or values, are of another sensor than `earlier`; a finding with --force.
     void require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file);
@@ -95,15 +98,15 @@ public:
 private:
     template <typename T>
     void show(const T& result) {
-        report_.section(describe(result));
+        report_->section(describe(result));
     }
-    void show(const WhiteBalance& result) { report_.section(describe(std::vector{result})); }
+    void show(const WhiteBalance& result) { report_->section(describe(std::vector{result})); }
     void take_findings(const std::vector<Finding>& findings);
     [[nodiscard]] int conclude(const Results& all, Severity severity);
 
     const RunOptions& options_;
     Invocation invocation_;
-    RunReport report_;
+    std::optional<RunReport> report_;
     std::optional<LibraryOutput> output_;
     RunFiles files_;
     Limits limits_;

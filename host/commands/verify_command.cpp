@@ -114,9 +114,7 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     if (!options.out.empty()) {
         files.output(options.out, "--out");
     }
-    if (!options.report.output.log().empty()) {
-        files.output(options.report.output.log(), "--log");
-    }
+    files.log(options.report.output.log());
     Limits limits = session ? session->limits : Limits{};
     if (!options.limits.empty()) {
         read_limits(options.limits, limits);
@@ -124,7 +122,7 @@ int act(const VerifyOptions& options, const Invocation& invocation) {
     const Results stored = read_results(options.results);
     Capture frame = options.geometry.capture(options.frame);
     frame.taken.illuminant_k = light;
-    RunReport report = options.report.report(invocation.command);
+    RunReport report = options.report.report(invocation.command, files);
     const LibraryOutput output = options.report.output.output();
     const StepRules rules{output, limits, invocation.command, invocation.options, options.force};
     std::vector<Finding> findings;

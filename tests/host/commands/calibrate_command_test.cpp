@@ -76,7 +76,7 @@ TEST(Init, FoldersOfDngsAndOfPackedRawGiveTheTruth) {
 TEST(Init, PlacesByNamesFoldersAndPictures) {
     const TemporaryFolder folder;
     run_line(folder.path(),
-             "simulate s --size 640x480 --format dng --illuminants 5000 --dark-frames 3 --series-levels 1");
+             "simulate s --size 640x480 --format dng --illuminants 5000 --dark-frames 3 --series-levels 2");
     const auto move = [&](const std::string& from, const std::string& to) {
         std::filesystem::create_directories((folder / to).parent_path());
         std::filesystem::rename(folder / ("s/" + from), folder / to);
@@ -88,6 +88,8 @@ TEST(Init, PlacesByNamesFoldersAndPictures) {
     move("grey_5000K.dng", "c/Grey/5000K/b.dng");
     move("series_1_1.dng", "c/noise/dim/1.dng");
     move("series_1_2.dng", "c/noise/dim/2.dng");
+    move("series_2_1.dng", "c/series_2_1.dng");
+    move("series_2_2.dng", "c/series_2_2.dng");
     move("dark_3.dng", "c/dark_of_600k.dng");
     std::filesystem::copy_file(folder / "c/dark/a.dng", folder / "c/flat_4000K_1.dng");
     std::filesystem::copy_file(folder / "c/dark/a.dng", folder / "c/flat_4000K_2.dng");
