@@ -16,14 +16,15 @@ namespace {
 constexpr double kLeastNamedK = 1000;
 constexpr double kMostNamedK = 25000;  // tools write no higher ones, and "IMG_40000K" is rather a number
 
-constexpr std::array<std::pair<std::string_view, CaptureKind>, 8> kWords = {{{"dark", CaptureKind::dark},
+constexpr std::array<std::pair<std::string_view, CaptureKind>, 9> kWords = {{{"dark", CaptureKind::dark},
                                                                              {"flat", CaptureKind::flat},
                                                                              {"alsc", CaptureKind::flat},
                                                                              {"lsc", CaptureKind::flat},
                                                                              {"grey", CaptureKind::grey},
                                                                              {"gray", CaptureKind::grey},
                                                                              {"chart", CaptureKind::chart},
-                                                                             {"noise", CaptureKind::noise}}};
+                                                                             {"noise", CaptureKind::noise},
+                                                                             {"series", CaptureKind::noise}}};
 
 std::vector<std::string> parts_of(const std::string& name) {
     std::vector<std::string> parts(1);

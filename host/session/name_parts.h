@@ -21,7 +21,7 @@ struct NameParts {
 
 /// Parts between '_', '-', '.' and blanks, of the name and of the folders that `file`, a relative path, names:
 /// "dark_1", "flat_5000K_2", "alsc_5000k_1" (a flat field), "grey_..", "chart_..", "NAME_5000k_120l" (a chart),
-/// "noise_LEVEL_2", "noise/LEVEL/2"; "g4" is a gain. A name counts more than its folders.
+/// "noise_LEVEL_2", "noise/LEVEL/2", "series_LEVEL_2"; "g4" is a gain. A name counts more than its folders.
 [[nodiscard]] NameParts name_parts(const std::filesystem::path& file);
 
 }  // namespace cali::host

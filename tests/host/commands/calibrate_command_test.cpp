@@ -108,7 +108,8 @@ TEST(Init, PlacesByNamesFoldersAndPictures) {
          {"{ file = \"c/dark/a.dng\" }", "{ file = \"c/dark_of_600k.dng\" }", "{ file = \"c/IMG_4K_2.dng\" }",
           "{ files = [\"c/flat_4000K_1.dng\", \"c/flat_4000K_2.dng\"], illuminant_k = 4000 }",
           "{ file = \"c/Grey/5000K/b.dng\", illuminant_k = 5000 }", "chart = [\n    { file = \"c/IMG_4K_4.dng\" }",
-          "series = [\n    { files = [\"c/noise/dim/1.dng\", \"c/noise/dim/2.dng\"] }", "pattern = \"RGGB\""}) {
+          "series = [\n    { files = [\"c/noise/dim/1.dng\", \"c/noise/dim/2.dng\"] }",
+          "{ files = [\"c/series_2_1.dng\", \"c/series_2_2.dng\"] }", "pattern = \"RGGB\""}) {
         EXPECT_NE(session.find(line), std::string::npos) << line << "\n" << session;
     }
     const std::string coverage = run_line(folder.path(), "check session.toml");
@@ -227,10 +228,11 @@ TEST(Verify, GreyCardBecomesGrey) {
     EXPECT_NEAR(grey_at(0, 0, "out.pgm") / grey_at(288, 208, "out.pgm"), 1, 0.02);
 
     // The black-level stage alone: what a dark frame keeps is noise around 0. Any suffix but .pgm is raw.
-    const std::string out = run_line(
-        folder.path(), "verify " + (session / "dark_1.raw").string() + values + " --stage black-level --out d");
+    const std::string of_dark = "verify " + (session / "dark_1.raw").string() + values + " --stage black-level --out ";
+    const std::string out = run_line(folder.path(), of_dark + "d");
     EXPECT_EQ(out, "applied: black level 64 66 65 63; no mesh; gains 1.0000 and 1.0000\nwritten: d\n");
     const std::string dark = read_text(folder / "d");
+    EXPECT_TRUE(run_line(folder.path(), of_dark + "-") == dark);  // and nothing else there
     ASSERT_EQ(dark.size(), std::size_t{640} * 480 * 2);
     std::size_t zeros = 0;
     for (std::size_t i = 0; i < dark.size(); i += 2) {
