@@ -9,12 +9,16 @@
 namespace cali::detail {
 namespace {
 
-constexpr std::size_t kHugePage = std::size_t{2} << 20;
 constexpr std::size_t kCacheLine = 64;
+#ifdef __linux__
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
 
 std::align_val_t alignment_of(std::size_t bytes) {
     return std::align_val_t{bytes >= kHugePage ? kHugePage : kCacheLine};
 }
+#else
+std::align_val_t alignment_of(std::size_t /*bytes*/) { return std::align_val_t{kCacheLine}; }
+#endif
 
 }  // namespace
 
