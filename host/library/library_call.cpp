@@ -42,7 +42,7 @@ private:
 std::unique_ptr<std::FILE, int (*)(std::FILE*)> temporary_file() {
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(system_file::temporary_file(), std::fclose);
     if (!file) {
-        throw InputError("no temporary file can be made for the library's output");
+        throw OutputError("no temporary file can be made for the library's output; is there no room?");
     }
     return file;
 }
