@@ -219,8 +219,8 @@ int Run::conclude(const Results& all, Severity severity) {
     report_->written(options_.results);
     const LibraryOutput::Lines& lines = output_->lines();
     if (lines.warn > 0) {
-        report_->note(text("the library printed %zu lines, %zu of them WARN: -v shows them, --log keeps them", lines.all,
-                          lines.warn));
+        report_->note(text("the library printed %zu lines, %zu of them WARN: -v shows them, --log keeps them",
+                           lines.all, lines.warn));
     }
     report_->verdict(all);
     report_->finish();

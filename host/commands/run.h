@@ -18,8 +18,8 @@ namespace cali::host {
 /// --strict, --json, -v and --log: how a run is told and how it ends.
 struct ReportOptions {
     void add_to(Command& command);
-    /// Silent where one of the files, all named by now, takes standard output; throws InputError where an option wants it,
-    /// too.
+    /// Silent where one of the files, all named by now, takes standard output; throws InputError where an option wants
+    /// it, too.
     [[nodiscard]] RunReport report(const std::string& command, const RunFiles& files = {}) const;
     /// 0, 1 where a check failed, 3 where one warned and --strict is given.
     [[nodiscard]] int status(Severity severity) const;

@@ -10,9 +10,9 @@ namespace cali {
 
 namespace detail {
 
-/// Uninitialised memory. On Linux large blocks are 2 MB aligned and ask for huge pages: first-touch page faults of a fresh
-/// full-size frame otherwise cost ten times what copying it does. Windows grants large pages to privileged accounts
-/// alone, and to others nothing. Throws std::bad_alloc.
+/// Uninitialised memory. On Linux large blocks are 2 MB aligned and ask for huge pages: first-touch page faults of a
+/// fresh full-size frame otherwise cost ten times what copying it does. Windows grants large pages to privileged
+/// accounts alone, and to others nothing. Throws std::bad_alloc.
 [[nodiscard]] void* allocate_scratch(std::size_t bytes);
 void free_scratch(void* memory, std::size_t bytes) noexcept;
 
