@@ -10,6 +10,7 @@
 #include "calibrations/chart_geometry.h"
 #include "calibrations/chart_reference.h"
 #include "calibrations/chart_reference_file.h"
+#include "chart/matrix_fit.h"
 #include "library/chart_mosaic.h"
 #include "library/exports.h"
 #include "library/front_end.h"
@@ -75,8 +76,8 @@ struct FitRequest {
 
 /// Weighted least squares in linear RGB with rows that sum to 1. By that, a row's output less the blue input is linear
 /// in red less blue and green less blue: two entries are free.
-MatrixRegisters fit_measured(const Capture& chart, const FitRequest& request) {
-    const std::vector<Colour> measured = measure_chart_windows(chart, request.values, request.windows);
+MatrixRegisters fit_measured(const std::filesystem::path& file, const std::vector<Colour>& measured,
+                             const FitRequest& request) {
     ColourMatrix matrix;
     for (std::size_t c = 0; c < 3; ++c) {
         LeastSquares<2> row(0);
@@ -88,7 +89,7 @@ MatrixRegisters fit_measured(const Capture& chart, const FitRequest& request) {
         const std::array<double, 2> free = row.solution();
         const double blue = 1 - free[0] - free[1];
         if (!std::isfinite(blue)) {
-            throw CalibrationError(chart.file.filename().string() + ": the patches have no colours to fit a matrix to");
+            throw CalibrationError(file.filename().string() + ": the patches have no colours to fit a matrix to");
         }
         matrix.value[3 * c] = static_cast<float>(free[0]);
         matrix.value[3 * c + 1] = static_cast<float>(free[1]);
@@ -104,7 +105,8 @@ MatrixRegisters fit(Capture& chart, const FitRequest& request, GainRegisters& ga
     switch (settings.method) {
         case MatrixMethod::lsq: return exports::ccm_pipe(chart, values, windows, weights, output);
         case MatrixMethod::joint: return exports::awb_ccm(chart, values, windows, weights, gains, output);
-        case MatrixMethod::measured: return fit_measured(chart, request);
+        case MatrixMethod::measured:
+            return fit_measured(chart.file, measure_chart_windows(chart, values, windows), request);
         default: break;
     }
     constexpr int kMostNodes = exports::kMostOptimisedNodes;
@@ -116,21 +118,51 @@ MatrixRegisters fit(Capture& chart, const FitRequest& request, GainRegisters& ga
                                        output);
 }
 
+/// The fit with other weights, its gains known, from what the windows hold: the front end does not run again.
+class Refit {
+public:
+    Refit(const Capture& chart, const FitRequest& whole) : whole_(whole), file_(chart.file) {
+        const auto& [values, windows, settings, reference, weights] = whole;
+        switch (settings.method) {
+            case MatrixMethod::optimised: mosaic_ = set_together(chart, values, windows); break;
+            case MatrixMethod::measured: colours_ = measure_chart_windows(chart, values, windows); break;
+            default: means_ = measure_chart(chart.view(), front_end_of(values), windows);
+        }
+    }
+
+    [[nodiscard]] std::array<float, 9> matrix(const exports::PatchWeights& weights) {
+        if (mosaic_) {
+            FitRequest request{mosaic_->values, mosaic_->windows, whole_.settings, whole_.reference, weights};
+            GainRegisters gains;
+            return fit(mosaic_->frame, request, gains, quiet_).value;
+        }
+        FitRequest request = whole_;
+        request.weights = weights;
+        return whole_.settings.method == MatrixMethod::measured
+                   ? fit_measured(file_, colours_, request).value
+                   : fit_chart(means_, weights, exports::kExactRowSums).value;
+    }
+
+private:
+    const FitRequest& whole_;
+    const std::filesystem::path& file_;
+    const LibraryOutput quiet_;
+    std::optional<ChartMosaic> mosaic_;
+    std::vector<Colour> colours_;
+    ChartMeans means_{};
+};
+
 /// Fills `uncertainty` and `leave_one_out`: the fit again without each patch. The standard error is the delete-one
 /// jackknife's (B. Efron, C. Stein, The jackknife estimate of variance, Annals of Statistics 9, 1981).
 void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCalibration& result) {
-    const MosaicOrder order =
-        whole.settings.method == MatrixMethod::optimised ? MosaicOrder::gains_first : MosaicOrder::mesh_first;
-    ChartMosaic mosaic = set_together(chart, whole.values, whole.windows, order);
-    const LibraryOutput quiet;
+    Refit refit(chart, whole);
     constexpr double kCount = kChartPatches;
     std::vector<std::array<float, 9>> without;
     std::array<double, 9> mean{};
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
-        FitRequest request{mosaic.values, mosaic.windows, whole.settings, whole.reference};
-        request.weights[patch] = 0;
-        GainRegisters gains;
-        without.push_back(fit(mosaic.frame, request, gains, quiet).value);
+        exports::PatchWeights weights = exports::kEqualWeights;
+        weights[patch] = 0;
+        without.push_back(refit.matrix(weights));
         int limited = 0;
         const std::vector<Colour> corrected = apply_matrix(without.back(), {result.measured[patch]}, limited);
         result.leave_one_out +=

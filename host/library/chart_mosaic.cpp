@@ -2,34 +2,23 @@
 
 #include <algorithm>
 
-#include "kernels/sample_math.h"
 #include "library/front_end.h"
 
 namespace cali::host {
 namespace {
-
-constexpr int32_t kUnityMesh = 512;
-
-/// What a mesh of unity makes `code` of: it takes one from codes in the upper half.
-uint32_t before_unity_mesh(uint32_t code) { return sample::mesh_gain(code, kUnityMesh) < code ? code + 1 : code; }
 
 /// A pair of columns more than the widest window takes, for those that start at odd ones.
 int32_t even_side(int32_t largest) { return (largest + 3) & ~1; }
 
 }  // namespace
 
-ChartMosaic set_together(const Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                         MosaicOrder order) {
+ChartMosaic set_together(const Capture& chart, const TuningValues& values, const ChartWindows& windows) {
     FrontEnd front_end = front_end_of(values);
     ChartMosaic mosaic;
-    if (order == MosaicOrder::gains_first) {
-        front_end.gains_before_shading = true;
-        if (values.flat_field.empty()) {
-            front_end.mesh.reset();
-        }
-    } else {
-        front_end.wb_gains.reset();
-        mosaic.values.gains = values.gains;
+    // The optimised fit's gains come before the mesh, which it leaves out where there is none.
+    front_end.gains_before_shading = true;
+    if (values.flat_field.empty()) {
+        front_end.mesh.reset();
     }
 
     const int32_t cell_width = even_side(std::ranges::max_element(windows, {}, &RoiRect::w)->w);
@@ -50,11 +39,7 @@ ChartMosaic set_together(const Capture& chart, const TuningValues& values, const
             const auto row = samples.begin() + static_cast<std::ptrdiff_t>(y) * from.w;
             const auto into = mosaic.frame.samples.begin() +
                               static_cast<std::ptrdiff_t>(to.y + y) * static_cast<std::ptrdiff_t>(columns) + to.x;
-            if (order == MosaicOrder::mesh_first) {
-                std::transform(row, row + from.w, into, before_unity_mesh);
-            } else {
-                std::copy_n(row, from.w, into);
-            }
+            std::copy_n(row, from.w, into);
         }
     }
     return mosaic;

@@ -8,19 +8,14 @@
 namespace cali::host {
 
 /// The windows behind the front end, set together in a small frame of the same mosaic. On it, behind `values`, the
-/// exports give the bits that they give on the whole frame, at the cost of the windows' samples.
+/// optimised fit gives the bits that it gives on the whole frame, at the cost of the windows' samples.
 struct ChartMosaic {
     Capture frame;
     ChartWindows windows{};
-    TuningValues values;  ///< what is left to be applied
+    TuningValues values;
 };
 
-/// Which stages stand before white balance: the optimised fit's gains come before the mesh, which it leaves out where
-/// `values` names no flat field.
-enum class MosaicOrder { mesh_first, gains_first };
-
 /// Windows must fit the frame. Throws InputError.
-[[nodiscard]] ChartMosaic set_together(const Capture& chart, const TuningValues& values, const ChartWindows& windows,
-                                       MosaicOrder order);
+[[nodiscard]] ChartMosaic set_together(const Capture& chart, const TuningValues& values, const ChartWindows& windows);
 
 }  // namespace cali::host

@@ -92,11 +92,11 @@ std::vector<Channels<uint32_t>> blc_by_blocks(Capture& dark, uint32_t blocks, co
     return result;
 }
 
-std::vector<uint32_t> blc_verify(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output) {
+Samples blc_verify(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output) {
     FrameArguments f(frame);
     const auto& offset = black_level.offset;
     const auto& gain = black_level.gain;
-    std::vector<uint32_t> corrected(frame.samples.size());
+    Samples corrected(frame.samples.size());
     uint32_t* out = corrected.data();
     run("cali_blc_verify", {frame.file, output}, [&] {
         return cali_blc_verify(&f.samples, f.unsigned_width(), f.unsigned_height(), static_cast<uint32_t>(f.pattern),
@@ -126,23 +126,6 @@ ShadingTables lsc_calc(Capture& flat, const LscRequest& request, const BlackLeve
     return tables;
 }
 
-void lsc_verify(Capture& flat, const BlackLevels& black_level, const ShadingTables& tables,
-                std::vector<uint32_t>& mesh_output, std::vector<uint32_t>& radial_output, const LibraryOutput& output) {
-    FrameArguments f(flat);
-    const auto& offset = black_level.offset;
-    const auto& gain = black_level.gain;
-    mesh_output.resize(flat.samples.size());
-    radial_output.resize(flat.samples.size());
-    uint32_t* mesh = mesh_output.data();
-    uint32_t* radial = radial_output.data();
-    run("cali_lsc_verify", {flat.file, output}, [&] {
-        return cali_lsc_verify(&f.samples, f.width, f.height, f.pattern, tables.cols, tables.rows, 0, offset[kRR],
-                               offset[kGR], offset[kGB], offset[kBB], gain[kRR], gain[kGR], gain[kGB], gain[kBB],
-                               tables.center_x, tables.center_y, 0, 0, tables.mesh[0].data(), tables.mesh[1].data(),
-                               tables.mesh[2].data(), tables.radial.data(), &mesh, &radial);
-    });
-}
-
 GainRegisters awb_calc(Capture& grey, const BlackLevels& black_level, const ShadingGrids& grids, const Window& window,
                        const LibraryOutput& output) {
     FrameArguments f(grey);
@@ -159,12 +142,12 @@ GainRegisters awb_calc(Capture& grey, const BlackLevels& black_level, const Shad
     return gains;
 }
 
-std::vector<uint32_t> awb_verify(Capture& frame, const TuningValues& values, const LibraryOutput& output) {
+Samples awb_verify(Capture& frame, const TuningValues& values, const LibraryOutput& output) {
     FrameArguments f(frame);
     const auto& offset = values.black_level.offset;
     const auto& gain = values.black_level.gain;
     const ShadingGrids& grids = values.grids;
-    std::vector<uint32_t> corrected(frame.samples.size());
+    Samples corrected(frame.samples.size());
     uint32_t* out = corrected.data();
     run("cali_awb_verify", {frame.file, output}, [&] {
         return cali_awb_verify(&f.samples, f.width, f.unsigned_height(), f.pattern, grids.cols, grids.rows,
@@ -212,8 +195,8 @@ MatrixRegisters ccm_pipe(Capture& chart, const TuningValues& values, const Chart
         return cali_isp_ccm_pipe_calc(&f.samples, f.width, f.height, f.pattern, grids.cols, grids.rows,
                                       grids.red.data(), grids.green.data(), grids.blue.data(), offset[kRR], offset[kGR],
                                       offset[kGB], offset[kBB], gain[kRR], gain[kGR], gain[kGB], gain[kBB],
-                                      values.gains.red, values.gains.green, values.gains.blue, windows.data(), 1.0F,
-                                      weights.data(), matrix.value.data(), matrix.q10.data());
+                                      values.gains.red, values.gains.green, values.gains.blue, windows.data(),
+                                      kExactRowSums, weights.data(), matrix.value.data(), matrix.q10.data());
     });
     return matrix;
 }
@@ -228,7 +211,7 @@ MatrixRegisters awb_ccm(Capture& chart, const TuningValues& values, const ChartW
     run("cali_isp_awb_ccm", {chart.file, output}, [&] {
         return cali_isp_awb_ccm(&f.samples, f.width, f.height, f.pattern, grids.cols, grids.rows, grids.red.data(),
                                 grids.green.data(), grids.blue.data(), offset[kRR], offset[kGR], offset[kGB],
-                                offset[kBB], gain[kRR], gain[kGR], gain[kGB], gain[kBB], windows.data(), 1.0F,
+                                offset[kBB], gain[kRR], gain[kGR], gain[kGB], gain[kBB], windows.data(), kExactRowSums,
                                 weights.data(), &gains.red, &gains.green, &gains.blue, matrix.value.data(),
                                 matrix.q10.data());
     });
@@ -280,7 +263,7 @@ std::vector<int32_t> clut_calc(bool rgb, std::span<const ClutCell> measured, std
     return table;
 }
 
-CellStatistics mean_and_variance(std::vector<std::vector<uint32_t>>& frames, int width, int height, const Call& call) {
+CellStatistics mean_and_variance(std::vector<Samples>& frames, int width, int height, const Call& call) {
     std::vector<uint32_t*> pointers;
     pointers.reserve(frames.size());
     std::ranges::transform(frames, std::back_inserter(pointers), [](auto& frame) { return frame.data(); });

@@ -32,8 +32,7 @@ struct Call {
 /// blocks * blocks / 4 offsets, in visiting order.
 [[nodiscard]] std::vector<Channels<uint32_t>> blc_by_blocks(Capture& dark, uint32_t blocks,
                                                             const LibraryOutput& output);
-[[nodiscard]] std::vector<uint32_t> blc_verify(Capture& frame, const BlackLevels& black_level,
-                                               const LibraryOutput& output);
+[[nodiscard]] Samples blc_verify(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output);
 
 // Lens shading.
 
@@ -45,16 +44,13 @@ struct LscRequest {
 };
 [[nodiscard]] ShadingTables lsc_calc(Capture& flat, const LscRequest& request, const BlackLevels& black_level,
                                      const LibraryOutput& output);
-/// Into outputs of the frame's size. Uses up the frame's samples.
-void lsc_verify(Capture& flat, const BlackLevels& black_level, const ShadingTables& tables,
-                std::vector<uint32_t>& mesh_output, std::vector<uint32_t>& radial_output, const LibraryOutput& output);
 
 // White balance.
 
 [[nodiscard]] GainRegisters awb_calc(Capture& grey, const BlackLevels& black_level, const ShadingGrids& grids,
                                      const Window& window, const LibraryOutput& output);
 /// Uses up the frame's samples.
-[[nodiscard]] std::vector<uint32_t> awb_verify(Capture& frame, const TuningValues& values, const LibraryOutput& output);
+[[nodiscard]] Samples awb_verify(Capture& frame, const TuningValues& values, const LibraryOutput& output);
 
 struct CurveLight {
     float ratio_a = 0;
@@ -68,6 +64,9 @@ struct CurveLight {
 [[nodiscard]] std::vector<float> awb_curve_table(const Call& call);
 
 // Colour. Charts are unchanged.
+
+/// The closed form's `lambda_scale` that makes rows sum to 1 exactly.
+inline constexpr float kExactRowSums = 1.0F;
 
 /// 0: the patch is left out.
 using PatchWeights = std::array<float, kChartPatches>;
@@ -104,8 +103,7 @@ struct CellStatistics {
     std::array<float, 4> mean{};
     std::array<float, 4> variance{};
 };
-[[nodiscard]] CellStatistics mean_and_variance(std::vector<std::vector<uint32_t>>& frames, int width, int height,
-                                               const Call& call);
+[[nodiscard]] CellStatistics mean_and_variance(std::vector<Samples>& frames, int width, int height, const Call& call);
 
 struct FittedLine {
     float slope = 0;

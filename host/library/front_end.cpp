@@ -15,20 +15,24 @@ void require_shadeable(const Capture& frame) {
     }
 }
 
-std::vector<uint32_t> apply_black_level(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output) {
+Samples apply_black_level(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output) {
     return exports::blc_verify(frame, black_level, output);
 }
 
-std::vector<uint32_t> apply_front_end(Capture& frame, const TuningValues& values, const LibraryOutput& output) {
+Samples apply_front_end(Capture& frame, const TuningValues& values, const LibraryOutput& output) {
     require_shadeable(frame);
     return exports::awb_verify(frame, values, output);
 }
 
+BlackLevel black_level_stage(const BlackLevels& black_level) {
+    const auto& [offset, gain] = black_level;
+    return BlackLevel::from_red_first({offset[kRR], offset[kGR], offset[kGB], offset[kBB]}, gain);
+}
+
 FrontEnd front_end_of(const TuningValues& values) {
-    const auto& [offset, gain] = values.black_level;
     const ShadingGrids& grids = values.grids;
     FrontEnd front_end;
-    front_end.black_level = BlackLevel::from_red_first({offset[kRR], offset[kGR], offset[kGB], offset[kBB]}, gain);
+    front_end.black_level = black_level_stage(values.black_level);
     front_end.mesh = MeshGrids{grids.cols, grids.rows, grids.red.data(), grids.green.data(), grids.blue.data()};
     front_end.wb_gains = WbGains{values.gains.red, values.gains.blue};
     return front_end;

@@ -17,12 +17,13 @@ void require_shadeable(const Capture& frame);
 
 /// The frame after black level alone, or after black level, lens shading and white balance. Corrected samples may
 /// exceed 4095 where no stage limits them. Use up the frame's samples. Throw InputError, CalibrationError.
-[[nodiscard]] std::vector<uint32_t> apply_black_level(Capture& frame, const BlackLevels& black_level,
-                                                      const LibraryOutput& output);
-[[nodiscard]] std::vector<uint32_t> apply_front_end(Capture& frame, const TuningValues& values,
-                                                    const LibraryOutput& output);
+[[nodiscard]] Samples apply_black_level(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output);
+[[nodiscard]] Samples apply_front_end(Capture& frame, const TuningValues& values, const LibraryOutput& output);
 
 /// What `values` asks for.
+/// As the front end's stage takes it.
+[[nodiscard]] BlackLevel black_level_stage(const BlackLevels& black_level);
+
 [[nodiscard]] FrontEnd front_end_of(const TuningValues& values);
 
 /// A window's samples, row-major, behind the stages. The window must fit the frame. Throws InputError.

@@ -5,15 +5,14 @@
 #include "boundary/frame_arguments.h"
 #include "boundary/module_state.h"
 #include "cali/cali.h"
-#include "ccm_lsq/matrix_fit.h"
 #include "chart/chart_measure.h"
+#include "chart/matrix_fit.h"
 #include "pictures/raw_picture.h"
 
 namespace cali::ccm_lsq {
 namespace {
 
 constexpr int32_t kChannels3 = 3;
-constexpr double kFullScale = 4095.0;
 
 /// The first generation's exports on a raw frame.
 struct ChartArguments {
@@ -52,22 +51,13 @@ Chart checked_chart(ArgumentCheck& check, const ChartArguments& given) {
     return chart;
 }
 
-ColourMatrix fit_chart(const ChartMeans& means, const float* weights, float lambda_scale) {
-    PatchMeans patches;
-    for (const auto& mean : means) {
-        patches.push_back({static_cast<float>(mean[0] / kFullScale), static_cast<float>(mean[1] / kFullScale),
-                           static_cast<float>(mean[2] / kFullScale)});
-    }
-    return fit_matrix(patches, {weights, kChartPatches}, lambda_scale);
-}
-
 /// Writes the matrix of what the stages give; with the debug switch on, first the picture.
 void fit(const Chart& chart, const ChartArguments& given, float lambda_scale) {
     if (module_state().debug.ccm_dump) {
         write_raw_picture(chart.frame, chart.front_end);
     }
     const ChartMeans means = measure_chart(chart.frame, chart.front_end, chart.windows);
-    const ColourMatrix matrix = fit_chart(means, given.weights, lambda_scale);
+    const ColourMatrix matrix = fit_chart(means, {given.weights, kChartPatches}, lambda_scale);
     std::ranges::copy(matrix.value, given.ccm);
     std::ranges::copy(matrix.q10, given.ccm_q10);
 }
@@ -118,8 +108,8 @@ int32_t cali_ccm_calc(const int32_t* const* patches, const void* /*reserved*/, i
              std::any_of(patches, patches + patch_count, [](const int32_t* p) { return p == nullptr; }))) {
             return kRejected;
         }
-        const ColourMatrix matrix = ccm_lsq::fit_matrix(ccm_lsq::patch_means(patches, patch_count, pixels),
-                                                        {weights, static_cast<std::size_t>(patch_count)}, lambda_scale);
+        const ColourMatrix matrix = fit_matrix(ccm_lsq::patch_means(patches, patch_count, pixels),
+                                               {weights, static_cast<std::size_t>(patch_count)}, lambda_scale);
         std::ranges::copy(matrix.value, ccm);
         std::ranges::copy(matrix.q10, ccm_q10);
         return kOk;

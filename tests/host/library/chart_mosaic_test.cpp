@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "chart/matrix_fit.h"
 #include "library/exports.h"
+#include "library/front_end.h"
 #include "simulation/sensor.h"
 
 namespace cali::test {
@@ -10,7 +12,7 @@ namespace {
 
 namespace exports = host::exports;
 
-TEST(ChartMosaic, GivesTheBitsOfTheWholeFrame) {
+TEST(Refits, GiveTheBitsOfTheWholeFrame) {
     host::SensorModel sensor;
     sensor.width = 192;
     sensor.height = 128;
@@ -32,20 +34,24 @@ TEST(ChartMosaic, GivesTheBitsOfTheWholeFrame) {
                     std::vector<uint32_t>(16, 540)};
     const host::LibraryOutput output;
     for (const host::TuningValues& given : {values, shaded}) {
-        auto [frame, places, left] = set_together(chart, given, windows, host::MosaicOrder::mesh_first);
+        auto [frame, places, left] = set_together(chart, given, windows);
         EXPECT_LT(frame.samples.size(), chart.samples.size() / 2);
         exports::PatchWeights weights = exports::kEqualWeights;
         weights[4] = 0;
-        EXPECT_EQ(exports::ccm_pipe(frame, left, places, weights, output).value,
-                  exports::ccm_pipe(chart, given, windows, weights, output).value);
-        host::GainRegisters small;
-        host::GainRegisters whole;
-        EXPECT_EQ(exports::awb_ccm(frame, left, places, weights, small, output).value,
-                  exports::awb_ccm(chart, given, windows, weights, whole, output).value);
-        EXPECT_EQ(small.red, whole.red);
-        auto [gained, positions, rest] = set_together(chart, given, windows, host::MosaicOrder::gains_first);
-        EXPECT_EQ(exports::ccm_pipe_optimised(gained, rest, positions, weights, {}, output).value,
+        EXPECT_EQ(exports::ccm_pipe_optimised(frame, left, places, weights, {}, output).value,
                   exports::ccm_pipe_optimised(chart, given, windows, weights, {}, output).value);
+        // Without the library: what refits of the closed form take instead.
+        const ChartMeans means = measure_chart(chart.view(), front_end_of(given), windows);
+        const auto refitted = fit_chart(means, weights, exports::kExactRowSums).value;
+        EXPECT_EQ(refitted, exports::ccm_pipe(chart, given, windows, weights, output).value);
+        host::GainRegisters gains;
+        const auto joint = exports::awb_ccm(chart, given, windows, weights, gains, output).value;
+        host::TuningValues balanced = given;
+        balanced.gains = gains;
+        EXPECT_EQ(
+            fit_chart(measure_chart(chart.view(), front_end_of(balanced), windows), weights, exports::kExactRowSums)
+                .value,
+            joint);
     }
 }
 

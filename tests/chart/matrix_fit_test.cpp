@@ -1,4 +1,4 @@
-#include "ccm_lsq/matrix_fit.h"
+#include "chart/matrix_fit.h"
 
 #include <algorithm>
 
@@ -10,8 +10,8 @@ namespace cali::test {
 namespace {
 
 /// The chart's linear colours as a sensor mixes them.
-ccm_lsq::PatchMeans mixed_chart(const std::array<std::array<float, 3>, 3>& mix) {
-    ccm_lsq::PatchMeans means;
+PatchMeans mixed_chart(const std::array<std::array<float, 3>, 3>& mix) {
+    PatchMeans means;
     for (const auto& encoded : kChartSrgb24) {
         auto& mean = means.emplace_back();
         for (std::size_t c = 0; c < 3; ++c) {
@@ -31,7 +31,7 @@ TEST(MatrixFit, UndoesAnExactMixture) {
     means[7] = {0.9F, 0.1F, 0.9F};
     std::vector<float> weights(24, 1.0F);
     weights[7] = 0.0F;
-    const ColourMatrix matrix = ccm_lsq::fit_matrix(means, weights, 1.0F);
+    const ColourMatrix matrix = fit_matrix(means, weights, 1.0F);
     for (std::size_t k = 0; k < 9; ++k) {
         EXPECT_NEAR(matrix.value[k], expected[k], 2e-3) << k;
         EXPECT_NEAR(static_cast<float>(matrix.q10[k]), 1024 * expected[k], 3) << k;
@@ -39,9 +39,9 @@ TEST(MatrixFit, UndoesAnExactMixture) {
 }
 
 TEST(MatrixFit, IsTheIdentityWithoutColours) {
-    ccm_lsq::PatchMeans black(24);
+    PatchMeans black(24);
     ::testing::internal::CaptureStderr();
-    EXPECT_EQ(ccm_lsq::fit_matrix(black, std::vector<float>(24, 1.0F), 1.0F).q10, ColourMatrix().q10);
+    EXPECT_EQ(fit_matrix(black, std::vector<float>(24, 1.0F), 1.0F).q10, ColourMatrix().q10);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "mat's determinant is equal 0\n");
 }
 

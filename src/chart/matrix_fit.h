@@ -5,9 +5,10 @@
 #include <span>
 #include <vector>
 
+#include "chart/chart_measure.h"
 #include "math/colour_matrix.h"
 
-namespace cali::ccm_lsq {
+namespace cali {
 
 /// Mean red, green and blue of each patch, 1 at full scale, in chart order from the first patch on.
 using PatchMeans = std::vector<std::array<float, 3>>;
@@ -18,4 +19,7 @@ using PatchMeans = std::vector<std::array<float, 3>>;
 /// the matrix toolkit says on standard error) or a row's sum is not above 0. Throws std::bad_alloc.
 [[nodiscard]] ColourMatrix fit_matrix(const PatchMeans& means, std::span<const float> weights, float lambda_scale);
 
-}  // namespace cali::ccm_lsq
+/// The same of the whole chart's measured codes.
+[[nodiscard]] ColourMatrix fit_chart(const ChartMeans& means, std::span<const float> weights, float lambda_scale);
+
+}  // namespace cali

@@ -1,4 +1,4 @@
-#include "ccm_lsq/matrix_fit.h"
+#include "chart/matrix_fit.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "math/colour_space.h"
 #include "math/matrix.h"
 
-namespace cali::ccm_lsq {
+namespace cali {
 namespace {
 
 constexpr int32_t kColours = 3;
@@ -93,4 +93,14 @@ ColourMatrix fit_matrix(const PatchMeans& means, std::span<const float> weights,
     return result;
 }
 
-}  // namespace cali::ccm_lsq
+ColourMatrix fit_chart(const ChartMeans& means, std::span<const float> weights, float lambda_scale) {
+    constexpr double kFullScale = 4095.0;
+    PatchMeans patches;
+    for (const auto& mean : means) {
+        patches.push_back({static_cast<float>(mean[0] / kFullScale), static_cast<float>(mean[1] / kFullScale),
+                           static_cast<float>(mean[2] / kFullScale)});
+    }
+    return fit_matrix(patches, weights, lambda_scale);
+}
+
+}  // namespace cali
