@@ -19,9 +19,9 @@ constexpr std::array<const char*, kBlackLevelMethods> kMethodNames = {"median", 
 constexpr double kDeviationsPerMad = 1.4826;
 constexpr double kDefectDeviations = 6;
 
-using Histogram = std::array<uint64_t, kLibraryFullScale + 1>;
+using Counts = CodeHistogram::Counts;
 
-uint64_t median_of(const Histogram& histogram, uint64_t count) {
+uint64_t median_of(const Counts& histogram, uint64_t count) {
     uint64_t below = 0;
     std::size_t code = 0;
     while (code < kLibraryFullScale && 2 * (below + histogram[code]) <= count) {
@@ -31,10 +31,11 @@ uint64_t median_of(const Histogram& histogram, uint64_t count) {
 }
 
 /// What is farther than 6 robust deviations from the median is a defect.
-SampleSums sums_without_defects(const Histogram& histogram, uint64_t count, double step) {
+SampleSums sums_without_defects(const Counts& histogram, double step) {
+    const uint64_t count = std::accumulate(histogram.begin(), histogram.end(), uint64_t{0});
     const uint64_t median = median_of(histogram, count);
     const auto distance = [&](std::size_t code) { return code < median ? median - code : code - median; };
-    Histogram distances{};
+    Counts distances{};
     for (std::size_t code = 0; code < histogram.size(); ++code) {
         distances[distance(code)] += histogram[code];
     }
@@ -43,25 +44,17 @@ SampleSums sums_without_defects(const Histogram& histogram, uint64_t count, doub
     for (std::size_t code = 0; code < histogram.size(); ++code) {
         if (static_cast<double>(distance(code)) <= kDefectDeviations * deviation) {
             sums.count += histogram[code];
-            sums.sum += histogram[code] * code;
-            sums.squares += histogram[code] * code * code;
+            sums.sum += uint64_t{histogram[code]} * code;
+            sums.squares += uint64_t{histogram[code]} * code * code;
         }
     }
     return sums;
 }
 
-Channels<SampleSums> sum_samples(const Capture& dark, double step) {
+Channels<SampleSums> sum_samples(const CodeHistogram& histogram, double step) {
     Channels<SampleSums> sums{};
-    for (uint32_t position = 0; position < 4; ++position) {
-        Histogram histogram{};
-        uint64_t count = 0;
-        for (int y = static_cast<int>(position >> 1U); y < dark.sensor.height; y += 2) {
-            for (int x = static_cast<int>(position & 1U); x < dark.sensor.width; x += 2, ++count) {
-                ++histogram[std::min(dark.view().row(y)[x], kLibraryFullScale)];
-            }
-        }
-        sums[index_of(bayer_channel(dark.sensor.pattern, position >> 1U, position & 1U))] =
-            sums_without_defects(histogram, count, step);
+    for (std::size_t c = 0; c < sums.size(); ++c) {
+        sums[c] = sums_without_defects(histogram.of(c), step);
     }
     return sums;
 }
@@ -124,11 +117,12 @@ BlackLevelMethod parse_method(const std::string& text, const std::string& where)
     return parse_choice<BlackLevelMethod>(kMethodNames, text, where);
 }
 
-DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const LibraryOutput& output) {
+DarkFrameLevels measure_dark_frame(Capture& dark, const CodeHistogram& histogram, uint32_t blocks,
+                                   const LibraryOutput& output) {
     DarkFrameLevels result;
     result.file = dark.file;
     result.step = code_step(dark.sensor.bits);
-    result.samples = sum_samples(dark, result.step);
+    result.samples = sum_samples(histogram, result.step);
     const auto levels = [&](BlackLevelMethod method) -> BlackLevels& {
         return result.by_method[static_cast<std::size_t>(method)];
     };

@@ -11,6 +11,7 @@
 #include "base/section.h"
 #include "base/uncertainty.h"
 #include "calibrations/black_level_settings.h"
+#include "calibrations/code_histogram.h"
 #include "calibrations/dark_measures.h"
 #include "captures/frame.h"
 #include "library/library_call.h"
@@ -47,8 +48,9 @@ struct BlackLevelResults {
     Record record = {};
 };
 
-/// `blocks` 0: no local means. Throws CalibrationError.
-[[nodiscard]] DarkFrameLevels measure_dark_frame(Capture& dark, uint32_t blocks, const LibraryOutput& output);
+/// `histogram` is the frame's. `blocks` 0: no local means. Throws CalibrationError.
+[[nodiscard]] DarkFrameLevels measure_dark_frame(Capture& dark, const CodeHistogram& histogram, uint32_t blocks,
+                                                 const LibraryOutput& output);
 
 /// One method over several frames: offsets are the rounded means over the frames, one or more; with `mono` over the
 /// four positions of the cell, too.

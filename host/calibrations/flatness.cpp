@@ -19,32 +19,63 @@ int block_count(int wanted, int cells) {
 
 }  // namespace
 
-BlockMeans block_means(const ConstRawFrame& frame, const Channels<uint32_t>& black) {
-    const PerChannel<uint32_t> offset =
-        PerChannel<uint32_t>::from_red_first(black[kRR], black[kGR], black[kGB], black[kBB]);
+BlockSums::BlockSums(const ConstRawFrame& frame, const Channels<uint32_t>& black)
+    : pattern_(frame.pattern),
+      cells_y_(frame.height / 2),
+      rows_(block_count(kBlockRows, cells_y_)),
+      black_(PerChannel<uint32_t>::from_red_first(black[kRR], black[kGR], black[kGB], black[kBB])) {
     const int cells_x = frame.width / 2;
-    const int cells_y = frame.height / 2;
-    BlockMeans means{block_count(kBlockCols, cells_x), block_count(kBlockRows, cells_y), {}};
-    means.colour.resize(static_cast<std::size_t>(means.cols) * static_cast<std::size_t>(means.rows));
-    std::vector<double> cells(means.colour.size());
-    for (int y = 0; y < cells_y * 2; ++y) {
-        const std::size_t block_row =
-            static_cast<std::size_t>(y / 2 * means.rows / cells_y) * static_cast<std::size_t>(means.cols);
-        const uint32_t* const row = frame.row(y);
-        for (int x = 0; x < cells_x * 2; ++x) {
-            const Channel channel = bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
-            const std::size_t block = block_row + static_cast<std::size_t>(x / 2 * means.cols / cells_x);
-            means.colour[block][colour_of(channel)] +=
-                static_cast<double>(row[x]) - static_cast<double>(offset[channel]);
-            cells[block] += 0.25;
-        }
+    const int cols = block_count(kBlockCols, cells_x);
+    for (int col = 0; col <= cols; ++col) {
+        first_cell_.push_back((col * cells_x + cols - 1) / cols);
     }
-    for (std::size_t block = 0; block < cells.size(); ++block) {
-        means.colour[block][0] /= cells[block];
-        means.colour[block][1] /= 2 * cells[block];
-        means.colour[block][2] /= cells[block];
+    sum_.resize(static_cast<std::size_t>(cols) * static_cast<std::size_t>(rows_));
+    cells_.resize(sum_.size());
+}
+
+void BlockSums::add_row(int y, const uint32_t* row) {
+    if (y / 2 >= cells_y_) {
+        return;  // the odd last one
+    }
+    const Channel even = bayer_channel(pattern_, static_cast<uint32_t>(y), 0);
+    const Channel odd = bayer_channel(pattern_, static_cast<uint32_t>(y), 1);
+    const std::size_t cols = first_cell_.size() - 1;
+    std::size_t block = static_cast<std::size_t>(y / 2 * rows_ / cells_y_) * cols;
+    for (std::size_t col = 0; col < cols; ++col, ++block) {
+        const int cells = first_cell_[col + 1] - first_cell_[col];
+        const uint32_t* const samples = row + 2 * static_cast<std::ptrdiff_t>(first_cell_[col]);
+        uint64_t even_sum = 0;
+        uint64_t odd_sum = 0;
+        for (int cell = 0; cell < cells; ++cell) {
+            even_sum += samples[2 * cell];
+            odd_sum += samples[2 * cell + 1];
+        }
+        const auto add = [&](Channel channel, uint64_t sum) {
+            sum_[block][colour_of(channel)] += static_cast<int64_t>(sum) - int64_t{black_[channel]} * cells;
+        };
+        add(even, even_sum);
+        add(odd, odd_sum);
+        cells_[block] += cells;
+    }
+}
+
+BlockMeans BlockSums::means() const {
+    BlockMeans means{static_cast<int>(first_cell_.size() - 1), rows_, {}};
+    for (std::size_t block = 0; block < sum_.size(); ++block) {
+        const double cells = static_cast<double>(cells_[block]) / 2;
+        means.colour.push_back({static_cast<double>(sum_[block][0]) / cells,
+                                static_cast<double>(sum_[block][1]) / (2 * cells),
+                                static_cast<double>(sum_[block][2]) / cells});
     }
     return means;
+}
+
+BlockMeans block_means(const ConstRawFrame& frame, const Channels<uint32_t>& black) {
+    BlockSums sums(frame, black);
+    for (int y = 0; y < frame.height; ++y) {
+        sums.add_row(y, frame.row(y));
+    }
+    return sums.means();
 }
 
 Flatness measure_flatness(const BlockMeans& means) {

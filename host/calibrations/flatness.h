@@ -22,7 +22,26 @@ struct BlockMeans {
     [[nodiscard]] const std::array<double, 3>& centre() const { return at(cols / 2, rows / 2); }
 };
 
-/// 17 x 13 blocks, fewer on tiny frames. The frame is 2 x 2 or more.
+/// Sums of 17 x 13 blocks, fewer on tiny frames, a row at a time: a corrected frame need not exist whole.
+class BlockSums {
+public:
+    /// Of `frame`, 2 x 2 or more, only the geometry counts.
+    BlockSums(const ConstRawFrame& frame, const Channels<uint32_t>& black);
+
+    /// Frame row `y`, once each.
+    void add_row(int y, const uint32_t* row);
+    [[nodiscard]] BlockMeans means() const;
+
+private:
+    int pattern_;
+    int cells_y_;
+    int rows_;
+    PerChannel<uint32_t> black_;
+    std::vector<int> first_cell_;              ///< of each column of blocks, and the end of the last
+    std::vector<std::array<int64_t, 3>> sum_;  ///< above black
+    std::vector<int64_t> cells_;               ///< in half rows
+};
+
 [[nodiscard]] BlockMeans block_means(const ConstRawFrame& frame, const Channels<uint32_t>& black);
 
 /// Shares of the centre's value: 0.01 is one percent.

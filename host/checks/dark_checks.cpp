@@ -1,6 +1,7 @@
 #include "checks/dark_checks.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -34,13 +35,13 @@ struct Scale {
 };
 
 std::size_t channel_at(const ConstRawFrame& frame, int y, int x) {
-    return static_cast<std::size_t>(RR -
-                                    bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)));
+    return index_of(bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)));
 }
 
+/// One channel.
 class Histogram {
 public:
-    void add(uint32_t code) { ++counts_[std::min(code, kLibraryFullScale)]; }
+    explicit Histogram(const CodeHistogram::Counts& counts) : counts_(counts) {}
 
     [[nodiscard]] double samples() const {
         double total = 0;
@@ -104,20 +105,15 @@ private:
         scale.deviation = std::sqrt(std::max(squares / count - scale.centre * scale.centre, 0.0));
     }
 
-    std::vector<uint32_t> counts_ = std::vector<uint32_t>(kLibraryFullScale + 1);
+    const CodeHistogram::Counts& counts_;
 };
 
-/// Differences from the channels' centres.
+/// Differences from a channel's centre.
 struct Sums {
     double samples = 0;
     double sum = 0;
-    double squares = 0;
+    double squares = 0;  ///< of blocks alone
 
-    void add(double difference) {
-        samples += 1;
-        sum += difference;
-        squares += difference * difference;
-    }
     [[nodiscard]] double mean() const { return sum / samples; }
     [[nodiscard]] double variance() const { return squares / samples - mean() * mean(); }
 };
@@ -139,13 +135,16 @@ struct Blocks {
           rows(std::clamp(cells_y / kLeastCells, 1, kBlockRows)),
           channels(static_cast<std::size_t>(cols) * static_cast<std::size_t>(rows)) {}
 
-    /// Nothing for the odd last row and column.
-    [[nodiscard]] std::optional<std::size_t> at(int y, int x) const {
-        if (y / 2 >= cells_y || x / 2 >= cells_x) {
-            return {};
-        }
-        return static_cast<std::size_t>(y / 2 * rows / cells_y) * static_cast<std::size_t>(cols) +
-               static_cast<std::size_t>(x / 2 * cols / cells_x);
+    /// Where a column of blocks begins; that behind the last one is where blocks end.
+    [[nodiscard]] int begin_of(int col) const { return (col * cells_x + cols - 1) / cols * 2; }
+    /// The first block of frame row `y`; none for the odd last row.
+    [[nodiscard]] Channels<Sums>* row_of(int y) {
+        return y / 2 < cells_y ? channels.data() + static_cast<std::ptrdiff_t>(y / 2 * rows / cells_y) * cols : nullptr;
+    }
+    /// None for the odd last row and column.
+    [[nodiscard]] Channels<Sums>* at(int y, int x) {
+        Channels<Sums>* const row = x / 2 < cells_x ? row_of(y) : nullptr;
+        return row != nullptr ? row + x / 2 * cols / cells_x : nullptr;
     }
 
     int cells_x;
@@ -155,12 +154,30 @@ struct Blocks {
     std::vector<Channels<Sums>> channels;
 };
 
-/// What the second walk over the frame collects.
-struct Collected {
-    explicit Collected(const ConstRawFrame& frame)
+/// What the second walk over the frame collects. Sums add in the frame's order; a defect adds 0 to those that leave it
+/// out, so that the loops need not ask.
+class Collected {
+public:
+    Collected(const ConstRawFrame& frame, const Channels<Scale>& scale)
         : blocks(frame.width, frame.height),
           rows(static_cast<std::size_t>(frame.height)),
-          columns(static_cast<std::size_t>(frame.width)) {}
+          columns(frame.columns()),
+          frame_(frame),
+          scale_(scale),
+          all_(frame.columns()),
+          good_(frame.columns()),
+          all_by_column_(frame.columns()),
+          good_by_column_(frame.columns()) {
+        for (int y = 0; y < frame.height; ++y) {
+            add_row(y);
+        }
+        for (std::size_t x = 0; x < columns.size(); ++x) {
+            columns[x].all.samples = static_cast<double>(frame.height);
+            columns[x].all.sum = all_by_column_[x];
+            columns[x].good.samples += static_cast<double>(frame.height);
+            columns[x].good.sum = good_by_column_[x];
+        }
+    }
 
     Channels<Sums> channels{};
     Blocks blocks;
@@ -168,37 +185,122 @@ struct Collected {
     std::vector<Line> columns;
     std::size_t defects = 0;
     std::vector<DefectPixel> listed;
-};
 
-Collected collect(const ConstRawFrame& frame, const Channels<Scale>& scale) {
-    Collected found(frame);
-    const std::size_t most_listed = frame.size() / kListedShare + kKeptDefects;
-    for (int y = 0; y < frame.height; ++y) {
-        Line& row = found.rows[static_cast<std::size_t>(y)];
-        const uint32_t* const samples = frame.row(y);
-        for (int x = 0; x < frame.width; ++x) {
-            const std::size_t channel = channel_at(frame, y, x);
-            Line& column = found.columns[static_cast<std::size_t>(x)];
-            const double difference = samples[x] - scale[channel].centre;
-            row.all.add(difference);
-            column.all.add(difference);
-            if (scale[channel].is_defect(samples[x])) {
-                ++found.defects;
-                if (found.listed.size() < most_listed) {
-                    found.listed.push_back({x, y, channel, samples[x]});
+private:
+    void add_row(int y) {
+        const std::array channel = {channel_at(frame_, y, 0), channel_at(frame_, y, 1)};
+        const bool defect = take_differences(y, channel);
+        for (std::size_t x = 0; x < all_.size(); ++x) {
+            all_by_column_[x] += all_[x];
+            good_by_column_[x] += good_[x];
+        }
+        Line& row = rows[static_cast<std::size_t>(y)];
+        row.all.samples = row.good.samples = static_cast<double>(frame_.width);
+        add_in_order(y, channel, row.all.sum);
+        row.good.sum = row.all.sum;
+        if (defect) {
+            row.good.sum = 0;
+            for (const double difference : good_) {
+                row.good.sum += difference;
+            }
+            leave_defects_out(y, row);
+        }
+    }
+
+    /// Whether the row has a defect.
+    bool take_differences(int y, const std::array<std::size_t, 2>& channel) {
+        const uint32_t* const samples = frame_.row(y);
+        const std::array centre = {scale_[channel[0]].centre, scale_[channel[1]].centre};
+        const std::array limit = {scale_[channel[0]].limit, scale_[channel[1]].limit};
+        int found = 0;
+        const auto take = [&](std::size_t x, std::size_t parity) {
+            const double difference = samples[x] - centre[parity];
+            const bool is_defect = std::abs(difference) > limit[parity];
+            all_[x] = difference;
+            good_[x] = is_defect ? 0 : difference;
+            found += is_defect ? 1 : 0;
+        };
+        std::size_t x = 0;
+        for (; x + 2 <= all_.size(); x += 2) {
+            take(x, 0);
+            take(x + 1, 1);
+        }
+        if (x < all_.size()) {
+            take(x, 0);
+        }
+        return found != 0;
+    }
+
+    /// To the sums whose order is that of the row's samples. All samples count as good ones here.
+    void add_in_order(int y, const std::array<std::size_t, 2>& channel, double& row) {
+        Sums& even = channels[channel[0]];
+        Sums& odd = channels[channel[1]];
+        even.samples += static_cast<double>((frame_.width + 1) / 2);
+        odd.samples += static_cast<double>(frame_.width / 2);
+        double sum = 0;
+        double even_sum = even.sum;
+        double odd_sum = odd.sum;
+        std::size_t x = 0;
+        if (Channels<Sums>* const first = blocks.row_of(y)) {
+            for (int col = 0; col < blocks.cols; ++col) {
+                Sums even_block = first[col][channel[0]];
+                Sums odd_block = first[col][channel[1]];
+                const auto end = static_cast<std::size_t>(blocks.begin_of(col + 1));
+                even_block.samples += static_cast<double>((end - x) / 2);
+                odd_block.samples += static_cast<double>((end - x) / 2);
+                for (; x < end; x += 2) {
+                    const double a = good_[x];
+                    const double b = good_[x + 1];
+                    sum += all_[x];
+                    sum += all_[x + 1];
+                    even_sum += a;
+                    odd_sum += b;
+                    even_block.sum += a;
+                    odd_block.sum += b;
+                    even_block.squares += a * a;
+                    odd_block.squares += b * b;
                 }
+                first[col][channel[0]] = even_block;
+                first[col][channel[1]] = odd_block;
+            }
+        }
+        for (; x < all_.size(); ++x) {
+            sum += all_[x];
+            (x % 2 == 0 ? even_sum : odd_sum) += good_[x];
+        }
+        row = sum;
+        even.sum = even_sum;
+        odd.sum = odd_sum;
+    }
+
+    void leave_defects_out(int y, Line& row) {
+        const std::size_t most_listed = frame_.size() / kListedShare + kKeptDefects;
+        const uint32_t* const samples = frame_.row(y);
+        for (int x = 0; x < frame_.width; ++x) {
+            const std::size_t channel = channel_at(frame_, y, x);
+            if (!scale_[channel].is_defect(samples[x])) {
                 continue;
             }
-            row.good.add(difference);
-            column.good.add(difference);
-            found.channels[channel].add(difference);
-            if (const auto block = found.blocks.at(y, x)) {
-                found.blocks.channels[*block][channel].add(difference);
+            row.good.samples -= 1;
+            columns[static_cast<std::size_t>(x)].good.samples -= 1;
+            channels[channel].samples -= 1;
+            if (Channels<Sums>* const block = blocks.at(y, x)) {
+                (*block)[channel].samples -= 1;
+            }
+            ++defects;
+            if (listed.size() < most_listed) {
+                listed.push_back({x, y, channel, samples[x]});
             }
         }
     }
-    return found;
-}
+
+    const ConstRawFrame& frame_;
+    const Channels<Scale>& scale_;
+    std::vector<double> all_;   ///< of the row's samples
+    std::vector<double> good_;  ///< with 0 for defects
+    std::vector<double> all_by_column_;
+    std::vector<double> good_by_column_;
+};
 
 struct BlockValue {
     double mean = 0;
@@ -294,27 +396,21 @@ std::vector<DefectPixel> worst_of(Collected& found, const Channels<Scale>& scale
     return std::move(pixels);
 }
 
-DarkMeasures measure(const Capture& capture) {
+DarkMeasures measure(const Capture& capture, const CodeHistogram& counts) {
     const ConstRawFrame frame = capture.view();
-    Channels<Histogram> histogram;
-    for (int y = 0; y < frame.height; ++y) {
-        const uint32_t* const samples = frame.row(y);
-        for (int x = 0; x < frame.width; ++x) {
-            histogram[channel_at(frame, y, x)].add(samples[x]);
-        }
-    }
     Channels<Scale> scale;
     DarkMeasures dark;
     const double percent = 100 / static_cast<double>(frame.size());
     double deviation = 0;
     for (std::size_t c = 0; c < scale.size(); ++c) {
-        scale[c] = histogram[c].scale(code_step(capture.sensor.bits));
+        const Histogram histogram(counts.of(c));
+        scale[c] = histogram.scale(code_step(capture.sensor.bits));
         dark.noise[c] = scale[c].deviation;
         deviation = std::fmax(deviation, scale[c].deviation);
-        dark.zero += histogram[c].count(0, 0) * percent;
-        dark.full_scale += histogram[c].count(full_scale_code(capture.sensor), kLibraryFullScale) * percent;
+        dark.zero += histogram.count(0, 0) * percent;
+        dark.full_scale += histogram.count(full_scale_code(capture.sensor), kLibraryFullScale) * percent;
     }
-    Collected found = collect(frame, scale);
+    Collected found(frame, scale);
     for (std::size_t c = 0; c < scale.size(); ++c) {
         dark.level[c] = scale[c].centre + found.channels[c].mean();
     }
@@ -350,8 +446,8 @@ struct Range {
 
 }  // namespace
 
-DarkMeasures check_dark(const Capture& dark, Judge& judge) {
-    DarkMeasures found = measure(dark);
+DarkMeasures check_dark(const Capture& dark, const CodeHistogram& histogram, Judge& judge) {
+    DarkMeasures found = measure(dark, histogram);
     Range levels;
     for (std::size_t c = 0; c < found.level.size(); ++c) {
         levels.add(found.level[c], c);

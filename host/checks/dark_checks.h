@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "calibrations/code_histogram.h"
 #include "calibrations/dark_measures.h"
 #include "captures/channels.h"
 #include "captures/frame.h"
@@ -12,8 +13,8 @@
 
 namespace cali::host {
 
-/// Measures one frame and judges it.
-DarkMeasures check_dark(const Capture& dark, Judge& judge);
+/// Measures one frame, whose codes are counted, and judges it.
+DarkMeasures check_dark(const Capture& dark, const CodeHistogram& histogram, Judge& judge);
 
 /// Frames of one calibration against each other. Nothing for fewer than two.
 void check_dark_frames(std::span<const DarkMeasures> frames, Judge& judge);

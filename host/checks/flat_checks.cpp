@@ -1,6 +1,7 @@
 #include "checks/flat_checks.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "base/text.h"
@@ -41,6 +42,26 @@ struct FieldSums {
     double dark = 0;
 };
 
+/// What a green sample adds to its block's mean, by its code.
+class GreenShares {
+public:
+    GreenShares(uint32_t black, double greens) : black_(black), greens_(greens), known_(kLibraryFullScale + 1) {
+        for (uint32_t code = 0; code <= kLibraryFullScale; ++code) {
+            known_[code] = share(code);
+        }
+    }
+    [[nodiscard]] double of(uint32_t code) const { return code <= kLibraryFullScale ? known_[code] : share(code); }
+
+private:
+    [[nodiscard]] double share(uint32_t code) const {
+        return (static_cast<double>(code) - static_cast<double>(black_)) / greens_;
+    }
+
+    uint32_t black_;
+    double greens_;
+    std::vector<double> known_;
+};
+
 FieldSums walk(const Capture& flat, const BlackLevels& black_level) {
     const ConstRawFrame frame = flat.view();
     const uint32_t full_scale = full_scale_code(flat.sensor);
@@ -51,20 +72,35 @@ FieldSums walk(const Capture& flat, const BlackLevels& black_level) {
     green.rows = frame.height / green.side;
     green.mean.resize(static_cast<std::size_t>(green.cols) * static_cast<std::size_t>(green.rows));
     const double greens = green.side * green.side / 2.0;
+    const GreenShares shares[] = {{black_of(GR, black_level), greens}, {black_of(GB, black_level), greens}};
     for (int y = 0; y < frame.height; ++y) {
         const uint32_t* const row = frame.row(y);
-        for (int x = 0; x < frame.width; ++x) {
-            const Channel channel = bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
-            const uint32_t black = black_of(channel, black_level);
-            sums.clipped += row[x] >= full_scale ? 1 : 0;
-            sums.dark += row[x] <= black ? 1 : 0;
-            const int col = x / green.side;
-            const int block_row = y / green.side;
-            if (colour_of(channel) == 1 && col < green.cols && block_row < green.rows) {
-                green.mean[static_cast<std::size_t>(block_row) * static_cast<std::size_t>(green.cols) +
-                           static_cast<std::size_t>(col)] +=
-                    (static_cast<double>(row[x]) - static_cast<double>(black)) / greens;
+        const std::array channels = {bayer_channel(frame.pattern, static_cast<uint32_t>(y), 0),
+                                     bayer_channel(frame.pattern, static_cast<uint32_t>(y), 1)};
+        uint32_t clipped = 0;
+        uint32_t dark = 0;
+        for (int parity = 0; parity < 2; ++parity) {
+            const uint32_t black = black_of(channels[static_cast<std::size_t>(parity)], black_level);
+            for (int x = parity; x < frame.width; x += 2) {
+                clipped += row[x] >= full_scale ? 1 : 0;
+                dark += row[x] <= black ? 1 : 0;
             }
+        }
+        sums.clipped += clipped;
+        sums.dark += dark;
+        if (y / green.side >= green.rows) {
+            continue;
+        }
+        const int first = colour_of(channels[0]) == 1 ? 0 : 1;
+        const GreenShares& share = shares[channels[static_cast<std::size_t>(first)] == GR ? 0 : 1];
+        double* const means =
+            green.mean.data() + static_cast<std::size_t>(y / green.side) * static_cast<std::size_t>(green.cols);
+        for (int col = 0; col < green.cols; ++col) {
+            double mean = means[col];
+            for (int x = col * green.side + first; x < (col + 1) * green.side; x += 2) {
+                mean += share.of(row[x]);
+            }
+            means[col] = mean;
         }
     }
     sums.clipped /= static_cast<double>(frame.size());
