@@ -43,35 +43,64 @@ Document to_document(const Json& json) {
     return nullptr;
 }
 
-constexpr int kMostLevels = 100;
+constexpr std::size_t kMostLevels = 100;
 
-Json from_document(const Document& document, int levels = kMostLevels) {
-    if (levels == 0) {
-        throw InputError("more than " + std::to_string(kMostLevels) + " levels of lists and objects");
+/// Takes what the parser meets as it goes: no document of the library's own stands between.
+class Builder : public nlohmann::json_sax<Document> {
+public:
+    explicit Builder(Json& root) : root_(root) {}
+
+    bool null() override { return add({}); }
+    bool boolean(bool value) override { return add(value); }
+    bool number_integer(number_integer_t value) override { return add(int64_t{value}); }
+    bool number_unsigned(number_unsigned_t value) override { return add(uint64_t{value}); }
+    bool number_float(number_float_t value, const string_t& /*text*/) override { return add(value); }
+    bool string(string_t& value) override { return add(std::move(value)); }
+    bool binary(binary_t& /*value*/) override { return false; }  // no JSON text holds any
+    bool start_object(std::size_t /*elements*/) override { return open(Json::object()); }
+    bool start_array(std::size_t /*elements*/) override { return open(Json::array()); }
+    bool key(string_t& name) override {
+        key_ = std::move(name);
+        return true;
     }
-    switch (document.type()) {
-        case Document::value_t::object: {
-            Json json = Json::object();
-            for (const auto& [key, value] : document.items()) {
-                json[key] = from_document(value, levels - 1);
-            }
-            return json;
-        }
-        case Document::value_t::array: {
-            Json json = Json::array();
-            for (const Document& element : document) {
-                json.push_back(from_document(element, levels - 1));
-            }
-            return json;
-        }
-        case Document::value_t::boolean: return document.get<bool>();
-        case Document::value_t::number_integer: return document.get<int64_t>();
-        case Document::value_t::number_unsigned: return document.get<uint64_t>();
-        case Document::value_t::number_float: return document.get<double>();
-        case Document::value_t::string: return document.get<std::string>();
-        default: return {};
+    bool end_object() override { return close(); }
+    bool end_array() override { return close(); }
+    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+                     const Document::exception& problem) override {
+        throw InputError(problem.what());
     }
-}
+
+private:
+    Json& place(Json value) {
+        if (open_.empty()) {
+            return root_ = std::move(value);
+        }
+        Json& parent = *open_.back();
+        if (parent.as<Json::Object>() != nullptr) {
+            return parent[key_] = std::move(value);
+        }
+        return parent.push_back(std::move(value));
+    }
+    bool add(Json value) {
+        place(std::move(value));
+        return true;
+    }
+    bool open(Json container) {
+        if (open_.size() == kMostLevels) {
+            throw InputError("more than " + std::to_string(kMostLevels) + " levels of lists and objects");
+        }
+        open_.push_back(&place(std::move(container)));
+        return true;
+    }
+    bool close() {
+        open_.pop_back();
+        return true;
+    }
+
+    Json& root_;
+    std::vector<Json*> open_;  ///< a list or object grows only while it is the last of them
+    std::string key_;
+};
 
 }  // namespace
 
@@ -84,11 +113,11 @@ Json& Json::operator[](const std::string& key) {
     return known != members.end() ? known->second : members.emplace_back(key, Json()).second;
 }
 
-void Json::push_back(Json element) {
+Json& Json::push_back(Json element) {
     if (as<Array>() == nullptr) {
         value_ = Array{};
     }
-    std::get<Array>(value_).push_back(std::move(element));
+    return std::get<Array>(value_).emplace_back(std::move(element));
 }
 
 const Json* Json::find(const std::string& key) const {
@@ -106,11 +135,10 @@ std::string Json::dump() const {
 }
 
 Json Json::parse(const std::string& text) {
-    try {
-        return from_document(Document::parse(text));
-    } catch (const Document::exception& problem) {
-        throw InputError(problem.what());
-    }
+    Json json;
+    Builder builder(json);
+    (void)Document::sax_parse(text, &builder);
+    return json;
 }
 
 }  // namespace cali::host

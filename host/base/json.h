@@ -42,8 +42,8 @@ public:
 
     /// The member of that name, made where there is none; what is no object becomes one.
     Json& operator[](const std::string& key);
-    /// What is no list becomes one.
-    void push_back(Json element);
+    /// What is no list becomes one. Returns the element in it.
+    Json& push_back(Json element);
 
     /// Null where there is none, or this is no object.
     [[nodiscard]] const Json* find(const std::string& key) const;
