@@ -10,6 +10,33 @@ namespace {
 
 constexpr int kLeastSide = 16;  ///< of a flat field
 
+/// One shading stage with tables that were calibrated. The one is no input of the other.
+class CorrectedRows {
+public:
+    CorrectedRows(const ConstRawFrame& frame, const ShadingTables& tables, ShadingKind kind)
+        : rows_(frame, front_end(tables, kind)) {}
+
+    void row(int y, const uint32_t* source, uint32_t* destination) { rows_.row(y, source, destination); }
+
+private:
+    static FrontEnd front_end(const ShadingTables& tables, ShadingKind kind) {
+        FrontEnd stages;
+        if (kind == ShadingKind::radial) {
+            stages.radial = RadialTables{tables.center_x, tables.center_y, tables.radial.data()};
+        } else {
+            stages.mesh = MeshGrids{tables.cols, tables.rows, nodes(tables.mesh[0]), nodes(tables.mesh[1]),
+                                    nodes(tables.mesh[2])};
+        }
+        return stages;
+    }
+    /// The block's fields have no sign.
+    static const uint32_t* nodes(const std::vector<int32_t>& table) {
+        return reinterpret_cast<const uint32_t*>(table.data());
+    }
+
+    FrontEndRows rows_;
+};
+
 }  // namespace
 
 void take_green(ShadingTables& tables) {
@@ -26,7 +53,7 @@ void take_green(ShadingTables& tables) {
 }
 
 LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level, const ShadingSettings& settings,
-                                 const LibraryOutput& output, CorrectedFlat& corrected) {
+                                 const LibraryOutput& output) {
     require_shadeable(flat);
     const SensorGeometry& sensor = flat.sensor;
     if (sensor.width < kLeastSide || sensor.height < kLeastSide) {
@@ -45,22 +72,45 @@ LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level, 
     if (sensor.mono) {
         take_green(result.tables);
     }
-    corrected = prove_shading(flat, black_level, result, output);
+    prove_shading(flat, black_level, result);
     return result;
 }
 
-CorrectedFlat prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading,
-                            const LibraryOutput& output) {
-    const SensorGeometry& sensor = flat.sensor;
-    CorrectedFlat corrected;
-    shading.before = measure_flatness(block_means(flat.view(), black_level.offset));
-    exports::lsc_verify(flat, black_level, shading.tables, corrected.mesh, corrected.radial, output);
-    const auto flatness = [&](const std::vector<uint32_t>& samples) {
-        return measure_flatness(block_means({samples.data(), sensor.width, sensor.height, sensor.pattern}, {}));
-    };
-    shading.after_mesh = flatness(corrected.mesh);
-    shading.after_radial = flatness(corrected.radial);
-    return corrected;
+void prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading) {
+    require_shadeable(flat);
+    const ConstRawFrame frame = flat.view();
+    FrontEnd subtraction;
+    subtraction.black_level = black_level_stage(black_level);
+    FrontEndRows black_rows(frame, subtraction);
+    CorrectedRows mesh(frame, shading.tables, ShadingKind::mesh);
+    CorrectedRows radial(frame, shading.tables, ShadingKind::radial);
+    BlockSums before(frame, black_level.offset);
+    BlockSums after_mesh(frame, {});
+    BlockSums after_radial(frame, {});
+    Samples corrected(static_cast<std::size_t>(frame.width));
+    for (int y = 0; y < frame.height; ++y) {
+        uint32_t* const row = flat.samples.data() + static_cast<std::size_t>(y) * corrected.size();
+        before.add_row(y, row);
+        black_rows.row(y, row, row);
+        mesh.row(y, row, corrected.data());
+        after_mesh.add_row(y, corrected.data());
+        radial.row(y, row, corrected.data());
+        after_radial.add_row(y, corrected.data());
+    }
+    shading.before = measure_flatness(before.means());
+    shading.after_mesh = measure_flatness(after_mesh.means());
+    shading.after_radial = measure_flatness(after_radial.means());
+}
+
+void correct_flat(const Capture& flat, const ShadingTables& tables, ShadingKind kind,
+                  const std::function<void(std::span<const uint32_t> row)>& use) {
+    const ConstRawFrame frame = flat.view();
+    CorrectedRows rows(frame, tables, kind);
+    Samples corrected(frame.columns());
+    for (int y = 0; y < frame.height; ++y) {
+        rows.row(y, frame.row(y), corrected.data());
+        use(corrected);
+    }
 }
 
 ShadingGrids grids_of(const LensShading& shading) {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "base/conditions.h"
@@ -28,22 +30,20 @@ struct LensShading {
     Record record = {};
 };
 
-/// The flat field after black level and each kind of correction; 12-bit codes.
-struct CorrectedFlat {
-    std::vector<uint32_t> mesh;
-    std::vector<uint32_t> radial;
-};
-
-/// Calibrates, and corrects the capture with the result. The capture's samples are used up. Throws InputError,
+/// Calibrates, and proves the result on the capture, which is left behind its black level. Throws InputError,
 /// CalibrationError.
 [[nodiscard]] LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level,
-                                               const ShadingSettings& settings, const LibraryOutput& output,
-                                               CorrectedFlat& corrected);
+                                               const ShadingSettings& settings, const LibraryOutput& output);
 
 /// Corrects a capture of an evenly lit surface with tables that are known, and measures how even it is before and
-/// after: `shading` receives that. The capture's samples are used up. Returns the corrected frames.
-CorrectedFlat prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading,
-                            const LibraryOutput& output);
+/// after: `shading` receives that. The capture is left behind its black level.
+void prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading);
+
+enum class ShadingKind { mesh, radial };
+
+/// Corrects a flat field that is behind its black level, row by row: 12-bit codes.
+void correct_flat(const Capture& flat, const ShadingTables& tables, ShadingKind kind,
+                  const std::function<void(std::span<const uint32_t> row)>& use);
 
 /// Of a sensor without colours: every channel is corrected by green's gains. The mesh's red and blue, which are
 /// relative to green, become unity.

@@ -44,24 +44,30 @@ uint32_t black_of(Channel channel, const BlackLevels& black_level) {
     return channel == BB ? black_level.offset[kBB] : channel == GB ? black_level.offset[kGB] : black_level.offset[kGR];
 }
 
-/// The window after the black level.
-std::vector<uint32_t> cut(const Capture& frame, const Window& window, const BlackLevels& black_level) {
-    std::vector<uint32_t> samples;
-    samples.reserve(static_cast<std::size_t>(window.width) * static_cast<std::size_t>(window.height));
-    for (int y = window.y; y < window.y + window.height; ++y) {
-        const uint32_t* const row = frame.view().row(y);
-        for (int x = window.x; x < window.x + window.width; ++x) {
-            const uint32_t black = black_of(
-                bayer_channel(frame.sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)), black_level);
-            samples.push_back(sample::subtract_limited(row[x], black));
+/// The window, whose sides are even, after the black level.
+Samples cut(const Capture& frame, const Window& window, const BlackLevels& black_level) {
+    Samples samples(static_cast<std::size_t>(window.width) * static_cast<std::size_t>(window.height));
+    uint32_t* into = samples.data();
+    for (int y = window.y; y < window.y + window.height; ++y, into += window.width) {
+        const uint32_t* const row = frame.view().row(y) + window.x;
+        const auto black_at = [&](int x) {
+            return black_of(
+                bayer_channel(frame.sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(window.x + x)),
+                black_level);
+        };
+        const uint32_t even = black_at(0);
+        const uint32_t odd = black_at(1);
+        for (int x = 0; x < window.width; x += 2) {
+            into[x] = sample::subtract_limited(row[x], even);
+            into[x + 1] = sample::subtract_limited(row[x + 1], odd);
         }
     }
     return samples;
 }
 
 /// Statistics of one level; positions become channels. The deviation's export takes the same root, of the same sums.
-void measure_level(std::vector<std::vector<uint32_t>>& frames, const Window& window, int pattern,
-                   const exports::Call& call, NoiseLevel& level) {
+void measure_level(std::vector<Samples>& frames, const Window& window, int pattern, const exports::Call& call,
+                   NoiseLevel& level) {
     const exports::CellStatistics cell = exports::mean_and_variance(frames, window.width, window.height, call);
     for (uint32_t position = 0; position < 4; ++position) {
         const std::size_t channel = index_of(bayer_channel(pattern, position >> 1U, position & 1U));
@@ -78,21 +84,24 @@ struct LevelStatistics {
     double variance = 0;
 };
 
-Channels<LevelStatistics> exact_statistics(const std::vector<std::vector<uint32_t>>& frames, const Window& window,
-                                           int pattern) {
+Channels<LevelStatistics> exact_statistics(const std::vector<Samples>& frames, const Window& window, int pattern) {
     Channels<uint64_t> count{};
     Channels<uint64_t> sum{};
     Channels<uint64_t> squares{};
     const auto columns = static_cast<std::size_t>(window.width);
-    for (const std::vector<uint32_t>& frame : frames) {
+    for (const Samples& frame : frames) {
         for (std::size_t row = 0; row * columns < frame.size(); ++row) {
             for (std::size_t parity = 0; parity < 2; ++parity) {
                 const std::size_t c =
                     index_of(bayer_channel(pattern, static_cast<uint32_t>(row), static_cast<uint32_t>(parity)));
+                uint64_t row_sum = 0;
+                uint64_t row_squares = 0;
                 for (std::size_t i = row * columns + parity; i < (row + 1) * columns; i += 2) {
-                    sum[c] += frame[i];
-                    squares[c] += uint64_t{frame[i]} * frame[i];
+                    row_sum += frame[i];
+                    row_squares += uint64_t{frame[i]} * frame[i];
                 }
+                sum[c] += row_sum;
+                squares[c] += row_squares;
                 count[c] += columns / 2;
             }
         }
@@ -195,7 +204,7 @@ Window largest_window(const SeriesLevel& brightest, const Geometry& geometry, co
     const int even_width = sensor.width & ~1;
     const int even_height = sensor.height & ~1;
     const Window trial = centred(sensor, std::min(kTrialSide, even_width), std::min(kTrialSide, even_height));
-    std::vector<std::vector<uint32_t>> samples = {cut(frame, trial, black_level)};
+    std::vector<Samples> samples = {cut(frame, trial, black_level)};
     NoiseLevel level;
     measure_level(samples, trial, sensor.pattern, {file, output}, level);
     level.frames = static_cast<int>(brightest.files.size());
@@ -231,9 +240,13 @@ std::size_t frame_count(const std::vector<SeriesLevel>& levels) {
     return total;
 }
 
-NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geometry& geometry,
-                             const BlackLevels& black_level, const NoiseSettings& settings, const LibraryOutput& output,
-                             const FrameRead& read, SensorGeometry& sensor) {
+Capture NoiseSeries::frame(const std::filesystem::path& file) const {
+    return read ? read({{file}, {}, {}}) : read_capture(file, geometry);
+}
+
+NoiseResults calibrate_noise(const NoiseSeries& series, const BlackLevels& black_level, const NoiseSettings& settings,
+                             const LibraryOutput& output, const FrameObserver& observe, SensorGeometry& sensor) {
+    const std::vector<SeriesLevel>& levels = series.levels;
     if (levels.size() < 2) {
         throw InputError("the noise series has " + std::to_string(levels.size()) +
                          (levels.size() == 1 ? " level" : " levels") + ", expected two or more");
@@ -252,18 +265,18 @@ NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geome
         NoiseLevel level;
         level.name = "level " + std::to_string(k + 1) + " (" + files[0].filename().string() + ")";
         level.frames = static_cast<int>(files.size());
-        std::vector<std::vector<uint32_t>> frames;
+        std::vector<Samples> frames;
         for (const std::filesystem::path& file : files) {
-            const Capture frame = read_capture(file, geometry);
+            const Capture frame = series.frame(file);
             if (first_file.empty()) {
                 first_file = file;
                 sensor = frame.sensor;
-                results.window =
-                    settings.window ? *settings.window : largest_window(levels.back(), geometry, black_level, output);
+                results.window = settings.window ? *settings.window
+                                                 : largest_window(levels.back(), series.geometry, black_level, output);
             }
             require_same_geometry(frame, sensor, first_file);
             require_window(results.window, frame);
-            read(k, frame, results.window);
+            observe(k, frame, results.window);
             frames.push_back(cut(frame, results.window, black_level));
         }
         statistics.push_back(exact_statistics(frames, results.window, sensor.pattern));

@@ -12,6 +12,7 @@
 #include "base/section.h"
 #include "base/uncertainty.h"
 #include "calibrations/noise_settings.h"
+#include "captures/burst.h"
 #include "captures/frame.h"
 #include "captures/frame_series.h"
 #include "library/exports.h"
@@ -53,15 +54,25 @@ struct NoiseResults {
     Record record = {};
 };
 
-/// Told of every frame once it was read: the number of its level, from 0, and the window that is measured.
-using FrameRead = std::function<void(std::size_t level, const Capture& frame, const Window& window)>;
+/// Frames dark to bright and how they are read: one by one in their order, but for a frame of the brightest level, of
+/// which the window may follow.
+struct NoiseSeries {
+    const std::vector<SeriesLevel>& levels;
+    const Geometry& geometry;
+    CaptureRead read = {};  ///< of itself, where there is none
+
+    [[nodiscard]] Capture frame(const std::filesystem::path& file) const;
+};
+
+/// Told of every frame: the number of its level, from 0, and the window that is measured.
+using FrameObserver = std::function<void(std::size_t level, const Capture& frame, const Window& window)>;
 
 /// Frames are read one by one and cut to the window; a level's windows are all that is kept. Bits are those of
 /// cali_isp_np_float_calc on the cut frames (docs/noise.md). Throws InputError; CalibrationError for a series that
 /// gives no line. `sensor` receives the geometry.
-[[nodiscard]] NoiseResults calibrate_noise(const std::vector<SeriesLevel>& levels, const Geometry& geometry,
-                                           const BlackLevels& black_level, const NoiseSettings& settings,
-                                           const LibraryOutput& output, const FrameRead& read, SensorGeometry& sensor);
+[[nodiscard]] NoiseResults calibrate_noise(const NoiseSeries& series, const BlackLevels& black_level,
+                                           const NoiseSettings& settings, const LibraryOutput& output,
+                                           const FrameObserver& observe, SensorGeometry& sensor);
 
 /// Last bit of the largest of a level's single-precision sums over its smallest deviation: beyond a few, what is added
 /// is rounded away.

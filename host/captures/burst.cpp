@@ -21,7 +21,7 @@ void set_conditions(Capture& capture, const CaptureEntry& entry) {
     capture.taken = {entry.taken.illuminant_k, capture.metadata.gain};
 }
 
-double mean_of(const std::vector<uint16_t>& codes) {
+double mean_of(const Codes& codes) {
     return static_cast<double>(std::accumulate(codes.begin(), codes.end(), uint64_t{0})) /
            static_cast<double>(codes.size());
 }
@@ -77,7 +77,7 @@ private:
     const CaptureEntry& entry_;
     const Geometry& geometry_;
     Capture capture_;
-    std::vector<uint32_t> sums_;
+    FrameVector<uint32_t> sums_;
     std::vector<double> means_;
 };
 

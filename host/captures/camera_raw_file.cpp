@@ -92,7 +92,7 @@ public:
         black_level();
     }
 
-    [[nodiscard]] std::vector<uint16_t> unpack() {
+    [[nodiscard]] Codes unpack() {
         call([&] { return raw_->unpack(); });
         const auto& data = raw_->imgdata.rawdata;
         if (data.raw_image == nullptr) {
@@ -110,7 +110,7 @@ public:
         const std::size_t pitch = sizes.raw_pitch / sizeof(uint16_t);
         const auto columns = static_cast<std::size_t>(capture_.sensor.width);
         const int most = (1 << capture_.sensor.bits) - 1;
-        std::vector<uint16_t> codes;
+        Codes codes;
         codes.reserve(photosites(capture_.sensor));
         for (std::size_t y = 0; y < static_cast<std::size_t>(capture_.sensor.height); ++y) {
             const uint16_t* const row = data.raw_image + (y + sizes.top_margin) * pitch + sizes.left_margin;
@@ -291,8 +291,8 @@ void probe_camera_raw(Capture& capture, std::span<const uint8_t> content, uint64
     const CameraRaw raw(capture, content, geometry);
 }
 
-void read_camera_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
-    CameraRaw raw(frame.capture, content, geometry);
+void read_camera_raw(FileFrame& frame, FileContent& content, const Geometry& geometry) {
+    CameraRaw raw(frame.capture, content.bytes(), geometry);
     set_codes(frame, raw.unpack());
 }
 
@@ -307,8 +307,8 @@ void probe_camera_raw(Capture& capture, std::span<const uint8_t> content, uint64
                      ": is DNG or a raw file of a camera, which this program was built without");
 }
 
-void read_camera_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
-    probe_camera_raw(frame.capture, content, content.size(), geometry);
+void read_camera_raw(FileFrame& frame, FileContent& content, const Geometry& geometry) {
+    probe_camera_raw(frame.capture, content.bytes(), content.bytes().size(), geometry);
 }
 
 #endif

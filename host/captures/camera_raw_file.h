@@ -20,6 +20,6 @@ namespace cali::host {
 /// what exceeds it is full scale. `content` is the whole file. Throw InputError, also for other mosaics than 2 x 2 of
 /// red, green and blue, for several channels and lossy compression, and in a build without LibRaw.
 void probe_camera_raw(Capture& capture, std::span<const uint8_t> content, uint64_t bytes, const Geometry& geometry);
-void read_camera_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
+void read_camera_raw(FileFrame& frame, FileContent& content, const Geometry& geometry);
 
 }  // namespace cali::host

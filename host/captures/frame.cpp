@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <ostream>
 #include <string>
 
@@ -9,6 +10,24 @@
 #include "base/text.h"
 
 namespace cali::host {
+namespace {
+
+uint32_t scaled_up(uint32_t sample, int bits) { return sample << static_cast<unsigned>(kLibraryBits - bits); }
+
+uint32_t scaled_down(uint32_t sample, int bits) {
+    const auto shift = static_cast<unsigned>(bits - kLibraryBits);
+    return std::min((sample + (1U << (shift - 1U))) >> shift, kLibraryFullScale);
+}
+
+template <std::size_t high>
+void decode_words(std::span<const uint8_t> bytes, std::span<uint16_t> codes) {
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        codes[i] = static_cast<uint16_t>(bytes[2 * i + high] << 8U | bytes[2 * i + 1 - high]);
+    }
+}
+
+}  // namespace
+
 uint32_t mean_on_library_scale(uint64_t sum, uint32_t count, int bits) {
     const uint64_t scaled = sum << static_cast<unsigned>(std::max(kLibraryBits - bits, 0));
     const uint64_t divisor = uint64_t{count} << static_cast<unsigned>(std::max(bits - kLibraryBits, 0));
@@ -16,11 +35,7 @@ uint32_t mean_on_library_scale(uint64_t sum, uint32_t count, int bits) {
 }
 
 uint32_t to_library_scale(uint32_t sample, int bits) {
-    if (bits <= kLibraryBits) {
-        return sample << static_cast<unsigned>(kLibraryBits - bits);
-    }
-    const auto shift = static_cast<unsigned>(bits - kLibraryBits);
-    return std::min((sample + (1U << (shift - 1U))) >> shift, kLibraryFullScale);
+    return bits <= kLibraryBits ? scaled_up(sample, bits) : scaled_down(sample, bits);
 }
 
 double code_step(int bits) { return std::ldexp(1.0, std::max(kLibraryBits - bits, 0)); }
@@ -37,8 +52,8 @@ void require_colours(const Capture& capture, const char* what) {
     }
 }
 
-std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples) {
-    std::vector<uint16_t> codes(samples.size());
+Codes to_file_codes(std::span<const uint32_t> samples) {
+    Codes codes(samples.size());
     std::ranges::transform(samples, codes.begin(),
                            [](uint32_t sample) { return static_cast<uint16_t>(std::min(sample, kLibraryFullScale)); });
     return codes;
@@ -48,8 +63,14 @@ Capture to_capture(FileFrame frame) {
     Capture capture = std::move(frame.capture);
     const int bits = capture.sensor.bits;
     capture.samples.resize(frame.codes.size());
-    std::ranges::transform(frame.codes, capture.samples.begin(),
-                           [bits](uint16_t code) { return to_library_scale(code, bits); });
+    // One loop for each of the two scales, which compilers vectorise.
+    if (bits <= kLibraryBits) {
+        std::ranges::transform(frame.codes, capture.samples.begin(),
+                               [bits](uint16_t code) { return scaled_up(code, bits); });
+    } else {
+        std::ranges::transform(frame.codes, capture.samples.begin(),
+                               [bits](uint16_t code) { return scaled_down(code, bits); });
+    }
     return capture;
 }
 
@@ -58,21 +79,28 @@ void decode_samples(std::span<const uint8_t> bytes, const SampleForm& form, std:
         std::copy_n(bytes.begin(), codes.size(), codes.begin());
         return;
     }
-    const std::size_t high = form.big_endian ? 0 : 1;
-    for (std::size_t i = 0; i < codes.size(); ++i) {
-        codes[i] = static_cast<uint16_t>(bytes[2 * i + high] << 8U | bytes[2 * i + 1 - high]);
+    if (form.big_endian) {
+        decode_words<0>(bytes, codes);
+    } else {
+        decode_words<1>(bytes, codes);
     }
+}
+
+bool exceed(std::span<const uint16_t> codes, int bits) {
+    const auto all = std::reduce(codes.begin(), codes.end(), uint16_t{0},
+                                 [](uint16_t a, uint16_t b) { return static_cast<uint16_t>(a | b); });
+    return (all >> static_cast<unsigned>(bits)) != 0;
 }
 
 std::size_t photosites(const SensorGeometry& sensor) {
     return static_cast<std::size_t>(sensor.width) * static_cast<std::size_t>(sensor.height);
 }
 
-void set_codes(FileFrame& frame, std::vector<uint16_t> codes) {
+void set_codes(FileFrame& frame, Codes codes) {
     const SensorGeometry& sensor = frame.capture.sensor;
     const int most = (1 << sensor.bits) - 1;
-    const auto large = std::ranges::find_if(codes, [most](uint16_t code) { return code > most; });
-    if (large != codes.end()) {
+    if (exceed(codes, sensor.bits)) {
+        const auto large = std::ranges::find_if(codes, [most](uint16_t code) { return code > most; });
         const auto place = static_cast<std::size_t>(large - codes.begin());
         const auto columns = static_cast<std::size_t>(sensor.width);
         throw InputError(frame.capture.file.string() +
@@ -83,7 +111,7 @@ void set_codes(FileFrame& frame, std::vector<uint16_t> codes) {
 }
 
 void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form) {
-    std::vector<uint16_t> codes(photosites(frame.capture.sensor));
+    Codes codes(photosites(frame.capture.sensor));
     decode_samples(bytes, form, codes);
     set_codes(frame, std::move(codes));
 }

@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <iosfwd>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "base/conditions.h"
+#include "base/frame_memory.h"
 #include "base/record.h"
 #include "captures/geometry.h"
 #include "core/frame.h"
@@ -15,6 +17,9 @@
 namespace cali::host {
 
 inline constexpr uint32_t kLibraryFullScale = 4095;
+
+using Samples = FrameVector<uint32_t>;
+using Codes = FrameVector<uint16_t>;
 
 /// A frame that differs from the others of its burst.
 struct LeftOutFrame {
@@ -26,7 +31,7 @@ struct LeftOutFrame {
 struct Capture {
     std::filesystem::path file;
     SensorGeometry sensor;
-    std::vector<uint32_t> samples;         ///< row-major
+    Samples samples;                       ///< row-major
     std::vector<InputRecord> inputs = {};  ///< of the file, or the frames of a burst
     Conditions taken = {};
     std::vector<LeftOutFrame> left_out = {};  ///< of a burst
@@ -38,8 +43,28 @@ struct Capture {
 
 /// A capture as its file has it.
 struct FileFrame {
-    Capture capture;              ///< without samples
-    std::vector<uint16_t> codes;  ///< row-major, of the sensor's depth
+    Capture capture;  ///< without samples
+    Codes codes;      ///< row-major, of the sensor's depth
+};
+
+/// A file's bytes, in memory that its codes can take over.
+class FileContent {
+public:
+    explicit FileContent(std::size_t size) : words_((size + 1) / 2), size_(size) {}
+
+    [[nodiscard]] std::span<uint8_t> bytes() { return {reinterpret_cast<uint8_t*>(words_.data()), size_}; }
+    [[nodiscard]] std::span<const uint8_t> bytes() const {
+        return {reinterpret_cast<const uint8_t*>(words_.data()), size_};
+    }
+    /// Its first 16-bit words as codes. Uses up the content.
+    [[nodiscard]] Codes take_words(std::size_t count) {
+        words_.resize(count);
+        return std::move(words_);
+    }
+
+private:
+    Codes words_;
+    std::size_t size_;
 };
 
 /// The frame on the library's scale.
@@ -54,7 +79,7 @@ struct FileFrame {
 [[nodiscard]] double code_step(int bits);
 
 /// Library samples as a file of 12 bits takes them: what exceeds 4095 becomes 4095.
-[[nodiscard]] std::vector<uint16_t> to_file_codes(std::span<const uint32_t> samples);
+[[nodiscard]] Codes to_file_codes(std::span<const uint32_t> samples);
 
 /// Throws InputError where the sensor has one channel; `what` needs colours.
 void require_colours(const Capture& capture, const char* what);
@@ -71,11 +96,14 @@ struct SampleForm {
 /// Fills `codes` from as many samples.
 void decode_samples(std::span<const uint8_t> bytes, const SampleForm& form, std::span<uint16_t> codes);
 
+/// Whether one of the codes has more bits.
+[[nodiscard]] bool exceed(std::span<const uint16_t> codes, int bits);
+
 /// Photosites of the sensor.
 [[nodiscard]] std::size_t photosites(const SensorGeometry& sensor);
 
 /// Codes of the frame's size. Throws InputError for one that its depth does not hold.
-void set_codes(FileFrame& frame, std::vector<uint16_t> codes);
+void set_codes(FileFrame& frame, Codes codes);
 
 /// As decode_samples and set_codes.
 void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form);

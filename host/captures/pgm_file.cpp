@@ -98,19 +98,21 @@ void probe_pgm(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, 
     (void)check_header(capture, head, bytes, geometry);
 }
 
-void read_pgm(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
-    const PgmHeader header = check_header(frame.capture, content, content.size(), geometry);
-    fill_codes(frame, content.subspan(header.size()), {is_wide(header), true});
+void read_pgm(FileFrame& frame, FileContent& content, const Geometry& geometry) {
+    const std::span<const uint8_t> bytes = content.bytes();
+    const PgmHeader header = check_header(frame.capture, bytes, bytes.size(), geometry);
+    fill_codes(frame, bytes.subspan(header.size()), {is_wide(header), true});
 }
 
-void write_pgm(std::ostream& stream, int width, int height, int bits, std::span<const uint16_t> samples) {
-    stream << "P5\n" << width << ' ' << height << '\n' << ((1 << bits) - 1) << '\n';
-    write_samples(stream, samples, {bits > kMinBits, true});
+PgmWriter::PgmWriter(std::ostream& stream, int width, int height, int bits) : stream_(stream), bits_(bits) {
+    stream_ << "P5\n" << width << ' ' << height << '\n' << ((1 << bits) - 1) << '\n';
 }
+
+void PgmWriter::write(std::span<const uint16_t> samples) { write_samples(stream_, samples, {bits_ > kMinBits, true}); }
 
 void write_pgm(const std::filesystem::path& file, int width, int height, int bits, std::span<const uint16_t> samples) {
     OutputFile output(file);
-    write_pgm(output.stream(), width, height, bits, samples);
+    PgmWriter(output.stream(), width, height, bits).write(samples);
     output.commit();
 }
 

@@ -15,10 +15,20 @@ namespace cali::host {
 /// What the geometry tells must agree with the header, and a file of `bytes` bytes that begins with `head` must hold
 /// the samples. Throw InputError.
 void probe_pgm(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry);
-void read_pgm(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
+void read_pgm(FileFrame& frame, FileContent& content, const Geometry& geometry);
 
 /// Maximum value 2^bits - 1: 16-bit samples; one byte where the depth is 8.
-void write_pgm(std::ostream& stream, int width, int height, int bits, std::span<const uint16_t> samples);
+class PgmWriter {
+public:
+    PgmWriter(std::ostream& stream, int width, int height, int bits);
+
+    /// The next samples, one row or several.
+    void write(std::span<const uint16_t> samples);
+
+private:
+    std::ostream& stream_;
+    int bits_;
+};
 void write_pgm(const std::filesystem::path& file, int width, int height, int bits, std::span<const uint16_t> samples);
 
 }  // namespace cali::host

@@ -167,9 +167,9 @@ void probe_png(Capture& capture, std::span<const uint8_t> content, uint64_t /*by
     (void)check_header(png, capture, content, geometry);
 }
 
-void read_png(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
+void read_png(FileFrame& frame, FileContent& content, const Geometry& geometry) {
     Png png(frame.capture.file);
-    const Header header = check_header(png, frame.capture, content, geometry);
+    const Header header = check_header(png, frame.capture, content.bytes(), geometry);
     const SensorGeometry& sensor = frame.capture.sensor;
     const bool wide = header.sample_bits > 8;
     const std::size_t row_bytes = static_cast<std::size_t>(sensor.width) * (wide ? 2 : 1);
@@ -184,7 +184,7 @@ void read_png(FileFrame& frame, std::span<const uint8_t> content, const Geometry
         png_read_image(reader, first);
         png_read_end(reader, nullptr);
     });
-    std::vector<uint16_t> codes(photosites(sensor));
+    Codes codes(photosites(sensor));
     decode_samples(bytes, {wide, true}, codes);
     const int significant = header.significant_bits;
     if (significant < header.sample_bits && sensor.bits <= significant &&

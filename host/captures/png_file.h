@@ -15,7 +15,7 @@ namespace cali::host {
 /// scaled up from fewer significant bits, as PNG has it, are scaled back; others are taken as they are. `content` is
 /// the whole file. Throw InputError.
 void probe_png(Capture& capture, std::span<const uint8_t> content, uint64_t bytes, const Geometry& geometry);
-void read_png(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
+void read_png(FileFrame& frame, FileContent& content, const Geometry& geometry);
 
 /// 16-bit samples, or 8-bit ones of that depth; depths between are scaled up and told.
 void write_png(const std::filesystem::path& file, int width, int height, int bits, std::span<const uint16_t> samples);

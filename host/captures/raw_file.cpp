@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -145,7 +146,7 @@ Roughness roughness(std::span<const uint16_t> codes) {
 
 /// Throws InputError where the other byte order is the right one: codes leave the depth and swapped ones do not, or
 /// neighbours are far smoother swapped.
-void check_byte_order(const Capture& capture, const std::vector<uint16_t>& codes, bool big_endian) {
+void check_byte_order(const Capture& capture, const Codes& codes, bool big_endian) {
     constexpr std::size_t kEnough = 1000;  // photosites that tell a roughness
     constexpr std::size_t kMostLookedAt = 1U << 18U;
     constexpr double kFarSmoother = 8;  // pictures in the right order are rougher when swapped
@@ -155,7 +156,7 @@ void check_byte_order(const Capture& capture, const std::vector<uint16_t>& codes
     const std::string order =
         capture.file.string() + ": its bytes are not " + (big_endian ? "big" : "little") + "-endian 16-bit words: ";
     const auto exceeds = [most](uint16_t code) { return code > most; };
-    if (std::ranges::any_of(codes, exceeds)) {
+    if (exceed(codes, capture.sensor.bits)) {
         if (std::ranges::none_of(codes, exceeds, swapped)) {
             throw InputError(order + text("codes exceed %d bits, swapped ones do not; ", capture.sensor.bits) +
                              expected);
@@ -181,19 +182,22 @@ void probe_raw(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, 
     (void)find_layout(capture, head, bytes, geometry);
 }
 
-void read_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
-    const Layout layout = find_layout(frame.capture, content, content.size(), geometry);
+void read_raw(FileFrame& frame, FileContent& content, const Geometry& geometry) {
+    const std::span<const uint8_t> bytes = content.bytes();
+    const Layout layout = find_layout(frame.capture, bytes, bytes.size(), geometry);
     const SensorGeometry& sensor = frame.capture.sensor;
     const bool big_endian = geometry.layout.big_endian.value_or(false);
     const auto columns = static_cast<std::size_t>(sensor.width);
-    std::vector<uint16_t> codes(photosites(sensor));
-    for (std::size_t y = 0; y < static_cast<std::size_t>(sensor.height); ++y) {
-        const auto bytes = content.subspan(layout.header + y * layout.stride, layout.row);
+    const bool as_in_memory = layout.packing == Packing::none && layout.wide && !big_endian && layout.header == 0 &&
+                              layout.stride == layout.row && std::endian::native == std::endian::little;
+    Codes codes = as_in_memory ? content.take_words(photosites(sensor)) : Codes(photosites(sensor));
+    for (std::size_t y = 0; !as_in_memory && y < static_cast<std::size_t>(sensor.height); ++y) {
+        const auto from = bytes.subspan(layout.header + y * layout.stride, layout.row);
         const auto row = std::span(codes).subspan(y * columns, columns);
         if (layout.packing != Packing::none) {
-            unpack_row(layout.packing, bytes, row);
+            unpack_row(layout.packing, from, row);
         } else {
-            decode_samples(bytes, {layout.wide, big_endian}, row);
+            decode_samples(from, {layout.wide, big_endian}, row);
         }
     }
     if (layout.packing == Packing::none && layout.wide) {

@@ -12,7 +12,7 @@ namespace cali::host {
 /// that begins with `head` does not hold that many samples in any layout that the geometry leaves open; a form that is
 /// known but not read is named. Reading also throws where the bytes of words are swapped.
 void probe_raw(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry);
-void read_raw(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
+void read_raw(FileFrame& frame, FileContent& content, const Geometry& geometry);
 
 /// 16-bit little-endian samples.
 void write_raw(const std::filesystem::path& file, std::span<const uint16_t> samples);

@@ -18,8 +18,6 @@
 namespace cali::host {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
 std::ifstream open_file(const std::filesystem::path& file) {
     std::error_code error;
     const bool regular = std::filesystem::is_regular_file(file, error);
@@ -32,14 +30,15 @@ std::ifstream open_file(const std::filesystem::path& file) {
 }
 
 /// The first `count` bytes, which it holds.
-Bytes read_bytes(const std::filesystem::path& file, uint64_t count) {
+FileContent read_bytes(const std::filesystem::path& file, uint64_t count) {
     std::ifstream stream = open_file(file);
-    Bytes bytes(static_cast<std::size_t>(count));
+    FileContent content(static_cast<std::size_t>(count));
+    const std::span<uint8_t> bytes = content.bytes();
     stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (stream.gcount() != static_cast<std::streamsize>(bytes.size())) {
         throw InputError(file.string() + ": reading failed");
     }
-    return bytes;
+    return content;
 }
 
 uint64_t size_of(const std::filesystem::path& file) {
@@ -47,7 +46,7 @@ uint64_t size_of(const std::filesystem::path& file) {
     return std::filesystem::file_size(file);
 }
 
-Bytes read_all(const std::filesystem::path& file) {
+FileContent read_all(const std::filesystem::path& file) {
     const uint64_t bytes = size_of(file);
     if (bytes > kMostFileBytes) {
         throw InputError(file.string() + text(": %llu bytes, expected a capture of at most %llu",
@@ -61,7 +60,7 @@ Bytes read_all(const std::filesystem::path& file) {
 struct Reader {
     bool (*recognises)(const std::filesystem::path& file, std::span<const uint8_t> content);
     void (*probe)(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry);
-    void (*read)(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
+    void (*read)(FileFrame& frame, FileContent& content, const Geometry& geometry);
 };
 
 /// The first that recognises a file reads it; the last takes what has no form of its own.
@@ -94,10 +93,11 @@ void set_in_force(Capture& capture, const Geometry& geometry) {
 FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry) {
     FileFrame frame;
     Capture& capture = frame.capture;
-    const Bytes content = read_all(file);
+    FileContent content = read_all(file);
+    const std::span<const uint8_t> bytes = content.bytes();
     capture.file = file;
-    capture.inputs = {{file, content.size(), digest_of(content)}};
-    reader_of(file, content).read(frame, content, geometry);
+    capture.inputs = {{file, bytes.size(), digest_of(bytes)}};
+    reader_of(file, bytes).read(frame, content, geometry);
     set_in_force(capture, geometry);
     return frame;
 }
@@ -111,11 +111,12 @@ Capture probe_capture(const std::filesystem::path& file, const Geometry& geometr
     Capture capture;
     capture.file = file;
     const uint64_t bytes = size_of(file);
-    Bytes content = read_bytes(file, std::min(bytes, kHead));
-    if (is_container(file, content)) {
+    FileContent content = read_bytes(file, std::min(bytes, kHead));
+    if (is_container(file, content.bytes())) {
         content = read_all(file);
     }
-    reader_of(file, content).probe(capture, content, bytes, geometry);
+    const std::span<const uint8_t> head = content.bytes();
+    reader_of(file, head).probe(capture, head, bytes, geometry);
     set_in_force(capture, geometry);
     return capture;
 }

@@ -20,7 +20,7 @@ constexpr std::array<uint16_t, 7> kLossless = {COMPRESSION_NONE,          COMPRE
                                                COMPRESSION_ZSTD};
 
 /// The first directory's samples.
-struct Samples {
+struct SampleLayout {
     int bits = 0;  ///< of a sample in the file
     std::size_t columns = 0;
     std::size_t rows = 0;
@@ -32,7 +32,7 @@ void require(const Capture& capture, bool right, const std::string& found, const
     }
 }
 
-Samples check_directory(Capture& capture, const TiffHandle& tiff, uint64_t bytes, const Geometry& geometry) {
+SampleLayout check_directory(Capture& capture, const TiffHandle& tiff, uint64_t bytes, const Geometry& geometry) {
     const auto number = [&](uint32_t tag) { return static_cast<int>(tiff.value<uint16_t>(tag, 0)); };
     const int channels = number(TIFFTAG_SAMPLESPERPIXEL);
     require(capture, channels == 1, text("%d channels", channels), "one");
@@ -86,7 +86,7 @@ void unpack(const uint8_t* bytes, int bits, std::span<uint16_t> codes) {
 }
 
 /// Strips are tiles as wide as the picture; the last may be lower.
-std::vector<uint16_t> decode(const Capture& capture, const TiffHandle& tiff, const Samples& samples, uint64_t bytes) {
+Codes decode(const Capture& capture, const TiffHandle& tiff, const SampleLayout& samples, uint64_t bytes) {
     const bool tiled = TIFFIsTiled(tiff.get()) != 0;
     const auto columns = tiled ? static_cast<std::size_t>(tiff.value<uint32_t>(TIFFTAG_TILEWIDTH, 0)) : samples.columns;
     const auto rows = std::min<std::size_t>(tiff.value<uint32_t>(tiled ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP, 0),
@@ -95,7 +95,7 @@ std::vector<uint16_t> decode(const Capture& capture, const TiffHandle& tiff, con
     require_plausible_size(capture.file, columns, rows, bytes, kMostInflation);
     const std::size_t row_bytes = (columns * static_cast<std::size_t>(samples.bits) + 7) / 8;
     std::vector<uint8_t> block(rows * row_bytes);
-    std::vector<uint16_t> codes(samples.columns * samples.rows);
+    Codes codes(samples.columns * samples.rows);
     uint32_t index = 0;
     for (std::size_t y = 0; y < samples.rows; y += rows) {
         const std::size_t height = std::min(rows, samples.rows - y);
@@ -144,10 +144,11 @@ void probe_tiff(Capture& capture, std::span<const uint8_t> content, uint64_t byt
     (void)check_directory(capture, tiff, bytes, geometry);
 }
 
-void read_tiff(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry) {
-    const TiffHandle tiff(frame.capture.file, content);
-    const Samples samples = check_directory(frame.capture, tiff, content.size(), geometry);
-    set_codes(frame, decode(frame.capture, tiff, samples, content.size()));
+void read_tiff(FileFrame& frame, FileContent& content, const Geometry& geometry) {
+    const std::span<const uint8_t> bytes = content.bytes();
+    const TiffHandle tiff(frame.capture.file, bytes);
+    const SampleLayout samples = check_directory(frame.capture, tiff, bytes.size(), geometry);
+    set_codes(frame, decode(frame.capture, tiff, samples, bytes.size()));
 }
 
 void write_tiff(const std::filesystem::path& file, int width, int height, int bits, std::span<const uint16_t> samples) {

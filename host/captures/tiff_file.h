@@ -18,7 +18,7 @@ namespace cali::host {
 /// The depth is that of the largest value the file states, where that is 2^n - 1, or else that of its samples.
 /// `content` is the whole file. Throw InputError.
 void probe_tiff(Capture& capture, std::span<const uint8_t> content, uint64_t bytes, const Geometry& geometry);
-void read_tiff(FileFrame& frame, std::span<const uint8_t> content, const Geometry& geometry);
+void read_tiff(FileFrame& frame, FileContent& content, const Geometry& geometry);
 
 /// 16-bit samples, or 8-bit ones of that depth, deflated, with the depth's largest value. The directory comes last.
 void write_tiff(const std::filesystem::path& file, int width, int height, int bits, std::span<const uint16_t> samples);

@@ -42,7 +42,7 @@ int act(const BlcOptions& options, const Invocation& invocation) {
     run.start();
     for (const auto& [taken, of_gain] : CaptureHeaders(geometry).by_gain(entries)) {
         Step<BlackLevelResults> step =
-            black_level_step({of_gain, method, options.blocks, taken}, geometry, run.rules(), run.reader());
+            black_level_step({of_gain, method, options.blocks, taken}, run.rules(), run.reader(geometry));
         run.take(step, [](Results& made, BlackLevelResults& result) { made.black_level.push_back(result); });
     }
     return run.finish();

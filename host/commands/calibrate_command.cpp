@@ -8,11 +8,14 @@
 namespace cali::host {
 namespace {
 
+constexpr int kMostJobs = 16;
+
 struct CalibrateOptions {
     std::filesystem::path session;
     std::filesystem::path folder;
     std::vector<std::string> only;
     ChainFileChoice files;
+    int jobs = 1;
     RunOptions run;
 };
 
@@ -29,6 +32,12 @@ void describe(Command& command, CalibrateOptions& options) {
     command.flag("--pictures", options.files.pictures,
                  "also a PNG of each chart's patches and an SVG of the noise beside the results");
     command.flag("--tables", options.files.tables, "also each colour look-up table that is needed as a .cube file");
+    command
+        .option("--jobs", options.jobs,
+                "threads: one computes, the others read the next captures; each takes the memory of a capture more. "
+                "Results are the same")
+        .whole_range(1, kMostJobs)
+        .show_default();
     options.run.add_rules_to(command);
     command.examples(
         "  cali calibrate shots/session.toml\n"
@@ -111,7 +120,9 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     }
     ChainFiles files(folder, options.files, captures, run.report(), run.outputs());
     Results made;
-    const std::optional<std::string> stopped = run_chain(session, plan, run.rules(), files, run.earlier(), made);
+    StepRules rules = run.rules();
+    rules.jobs = static_cast<std::size_t>(options.jobs);
+    const std::optional<std::string> stopped = run_chain(session, plan, rules, files, run.earlier(), made);
     files.add_from(made);
     run.take(std::move(made));
     const int status = run.finish();

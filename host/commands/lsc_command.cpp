@@ -62,11 +62,9 @@ int act(const LscOptions& options, const Invocation& invocation) {
     const Results known = options.values.values(flat, run);
     TuningValues values;
     (void)ValueChooser(known, options.run.force).black_level(flat.taken, values);
-    const SensorGeometry sensor = flat.sensor;
-    CorrectedFlat corrected;
-    Step<LensShading> step = flat_step(flat, values, settings, run.rules(), corrected);
+    Step<LensShading> step = flat_step(flat, values, settings, run.rules());
     if (step.usable()) {
-        add_shading_files(run.outputs(), folder, *step.result, sensor, corrected, options.files);
+        add_shading_files(run.outputs(), folder, *step.result, flat, options.files);
     }
     run.take(step, [](Results& made, LensShading& result) { made.lens_shading.push_back(result); });
     return run.finish();

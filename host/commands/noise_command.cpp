@@ -129,11 +129,14 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
     TuningValues values;
     (void)ValueChooser(known, options.run.force).black_level(first.taken, values);
     Progress progress(frame_count(series), options.progress ? Progress::Lines::all : Progress::Lines::none);
-    Step<NoiseResults> step = noise_step({series, geometry, values, settings, sensor, first.taken}, run.rules(),
-                                         [&, check = run.reader()](const Capture& frame) {
-                                             check(frame);
-                                             progress.step(frame.file.filename().string());
-                                         });
+    run.require_sensor(first.sensor, first.file);  // the others must be as the first
+    const StepRules rules = run.rules();
+    Step<NoiseResults> step =
+        noise_step({series, geometry, values, settings, sensor, first.taken}, rules, [&](const CaptureEntry& entry) {
+            Capture frame = read_entry(entry, geometry, rules.most_burst_difference());
+            progress.step(frame.file.filename().string());
+            return frame;
+        });
     progress.finish();
     if (step.usable() && !options.plot.empty()) {
         run.outputs().add_text(options.plot, noise_plot(*step.result));

@@ -7,6 +7,7 @@
 #include "base/error.h"
 #include "base/file_lock.h"
 #include "base/text.h"
+#include "captures/burst.h"
 #include "results/merge.h"
 #include "results/results_file.h"
 #include "results/sections.h"
@@ -201,8 +202,12 @@ Capture Run::read(const std::filesystem::path& file, const GeometryOptions& geom
     return capture;
 }
 
-CaptureRead Run::reader() {
-    return [this](const Capture& capture) { require_sensor(capture.sensor, capture.file); };
+CaptureRead Run::reader(const Geometry& geometry) {
+    return [this, geometry](const CaptureEntry& entry) {
+        Capture capture = read_entry(entry, geometry, rules().most_burst_difference());
+        require_sensor(capture.sensor, capture.file);
+        return capture;
+    };
 }
 
 void Run::take(Results made) {

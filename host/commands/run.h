@@ -74,7 +74,7 @@ public:
     [[nodiscard]] Capture read(const std::filesystem::path& file, const GeometryOptions& geometry,
                                std::optional<double> illuminant_k);
     /// For steps: refuses captures of another sensor.
-    [[nodiscard]] CaptureRead reader();
+    [[nodiscard]] CaptureRead reader(const Geometry& geometry);
 
     /// Shows the step, and keeps it for `finish`; `keep` puts its result into results.
     template <typename T, typename Keep>

@@ -78,11 +78,10 @@ ProofKind parse_kind(const std::string& text) {
 
 void write_frame(const VerifyOptions& options, Capture frame, const TuningValues& values, const LibraryOutput& output,
                  RunReport& report) {
-    const std::vector<uint32_t> corrected = options.stage == "white-balance"
-                                                ? apply_front_end(frame, values, output)
-                                                : apply_black_level(frame, values.black_level, output);
+    const Samples corrected = options.stage == "white-balance" ? apply_front_end(frame, values, output)
+                                                               : apply_black_level(frame, values.black_level, output);
     const auto above = std::ranges::count_if(corrected, [](uint32_t sample) { return sample > kLibraryFullScale; });
-    const std::vector<uint16_t> samples = to_file_codes(corrected);
+    const Codes samples = to_file_codes(corrected);
     const std::filesystem::path out = options.out;
     const SensorGeometry& sensor = frame.sensor;
     if (out.extension() == ".pgm") {

@@ -101,8 +101,8 @@ void ChainFiles::capture_read(const Capture& capture) {
     }
 }
 
-void ChainFiles::flat_field(const LensShading& shading, const SensorGeometry& sensor, const CorrectedFlat& corrected) {
-    add_shading_files(files_, folder_, shading, sensor, corrected, choice_.shading);
+void ChainFiles::flat_field(const LensShading& shading, const Capture& flat) {
+    add_shading_files(files_, folder_, shading, flat, choice_.shading);
 }
 
 void ChainFiles::add_from(const Results& results) {

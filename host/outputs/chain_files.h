@@ -33,7 +33,7 @@ public:
     void findings(const std::vector<Finding>& findings) override;
     void not_done(const std::string& section, const std::string& why) override;
     void capture_read(const Capture& capture) override;
-    void flat_field(const LensShading& shading, const SensorGeometry& sensor, const CorrectedFlat& corrected) override;
+    void flat_field(const LensShading& shading, const Capture& flat) override;
 
     /// What follows from the results.
     void add_from(const Results& results);

@@ -19,8 +19,8 @@ struct ShadingFileChoice {
                                                                     const std::filesystem::path& capture,
                                                                     const ShadingFileChoice& choice);
 
-/// What is chosen, into `folder`.
+/// What is chosen, into `folder`. `flat` is behind its black level.
 void add_shading_files(PendingFiles& files, const std::filesystem::path& folder, const LensShading& shading,
-                       const SensorGeometry& sensor, const CorrectedFlat& corrected, const ShadingFileChoice& choice);
+                       const Capture& flat, const ShadingFileChoice& choice);
 
 }  // namespace cali::host

@@ -4,6 +4,7 @@
 
 #include "base/error.h"
 #include "captures/burst.h"
+#include "captures/capture_queue.h"
 #include "results/choose_values.h"
 #include "results/gain_model.h"
 #include "results/merge.h"
@@ -16,7 +17,18 @@ class Chain {
 public:
     Chain(const Session& session, const ChainPlan& plan, const StepRules& rules, ChainObserver& observer,
           const Results& earlier, Results& made)
-        : session_(session), plan_(plan), rules_(rules), observer_(observer), results_(earlier), made_(made) {}
+        : session_(session),
+          plan_(plan),
+          rules_(rules),
+          observer_(observer),
+          results_(earlier),
+          made_(made),
+          queue_(
+              order(),
+              [this](const CaptureEntry& entry) {
+                  return read_entry(entry, session_.geometry, rules_.most_burst_difference());
+              },
+              rules.jobs - 1) {}
 
     std::optional<std::string> run() {
         if (plan_.does("blc")) {
@@ -75,9 +87,34 @@ private:
     }
 
     [[nodiscard]] Capture read(const CaptureEntry& entry) {
-        Capture capture = read_entry(entry, session_.geometry, rules_.most_burst_difference());
+        Capture capture = queue_.take(entry);
         seen(capture);
         return capture;
+    }
+
+    /// In which the parts read.
+    [[nodiscard]] std::vector<CaptureEntry> order() const {
+        std::vector<CaptureEntry> entries;
+        const auto add = [&](const char* part, const std::vector<CaptureEntry>& more) {
+            if (plan_.does(part)) {
+                entries.insert(entries.end(), more.begin(), more.end());
+            }
+        };
+        for (const auto& [taken, dark] : plan_.dark) {
+            add("blc", dark);
+        }
+        add("lsc", session_.flat);
+        add("awb", session_.grey);
+        add("awb", charts_for_balance(session_));
+        add("ccm", session_.chart);
+        for (const auto& [taken, levels] : plan_.series) {
+            for (const SeriesLevel& level : levels) {
+                for (const std::filesystem::path& file : level.files) {
+                    add("noise", {{{file}, {}, {}}});
+                }
+            }
+        }
+        return entries;
     }
 
     /// Keeps the step's findings and result, and shows them.
@@ -113,7 +150,7 @@ private:
         }
         for (const auto& [taken, entries] : plan_.dark) {
             Step<BlackLevelResults> step =
-                black_level_step({entries, session_.black_level_method, 0, taken}, session_.geometry, rules_, read_);
+                black_level_step({entries, session_.black_level_method, 0, taken}, rules_, read_);
             finish(step,
                    [](Results& made, BlackLevelResults result) { made.black_level.push_back(std::move(result)); });
         }
@@ -124,11 +161,9 @@ private:
             Capture flat = read(entry);
             TuningValues values;
             chooser().black_level(flat.taken, values);
-            const SensorGeometry sensor = flat.sensor;
-            CorrectedFlat corrected;
-            Step<LensShading> step = flat_step(flat, values, session_.shading, rules_, corrected);
+            Step<LensShading> step = flat_step(flat, values, session_.shading, rules_);
             if (step.usable()) {
-                observer_.flat_field(*step.result, sensor, corrected);
+                observer_.flat_field(*step.result, flat);
             }
             finish(step, [](Results& made, LensShading result) { made.lens_shading.push_back(std::move(result)); });
         }
@@ -156,7 +191,7 @@ private:
             keep(grey_step(grey, values_for(grey), window, rules_));
         }
         for (const CaptureEntry& entry : charts_for_balance(session_)) {
-            Capture chart = read_entry(entry, session_.geometry, rules_.most_burst_difference());
+            Capture chart = queue_.take(entry);
             keep(chart_greys_step(chart, values_for(chart), session_.matrix.place, rules_));
         }
         if (!cards.empty()) {
@@ -220,7 +255,8 @@ private:
     Results& made_;
     bool sensor_known_ = false;
     std::optional<std::string> stopped_;
-    const CaptureRead read_ = [this](const Capture& capture) { seen(capture); };
+    CaptureQueue queue_;
+    const CaptureRead read_ = [this](const CaptureEntry& entry) { return read(entry); };
 };
 
 }  // namespace

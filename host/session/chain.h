@@ -28,10 +28,8 @@ public:
     virtual void not_done(const std::string& section, const std::string& why) = 0;
 
     virtual void capture_read(const Capture& capture) { (void)capture; }
-    /// Of tables that passed.
-    virtual void flat_field(const LensShading& shading, const SensorGeometry& sensor, const CorrectedFlat& corrected) {
-        (void)shading, (void)sensor, (void)corrected;
-    }
+    /// Of tables that passed; the flat field is behind its black level.
+    virtual void flat_field(const LensShading& shading, const Capture& flat) { (void)shading, (void)flat; }
 };
 
 /// Computes; shows and writes nothing itself. `earlier` holds what earlier runs left, which is applied where the plan

@@ -24,7 +24,7 @@ Proof prove_flat(const Capture& capture, const Results& stored, const TuningValu
     LensShading proved = *shading;
     proved.file = capture.file;
     Capture used = capture;
-    prove_shading(used, values.black_level, proved, rules.output);
+    prove_shading(used, values.black_level, proved);
     check_flattened(proved, capture.sensor, judge);
     return {describe(proved), judge.take()};
 }

@@ -90,21 +90,21 @@ Step<T> carry_out(Judge judge, const StepRules& rules, Record made, Compute comp
 
 }  // namespace
 
-Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const Geometry& geometry,
-                                         const StepRules& rules, const CaptureRead& read) {
+Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const StepRules& rules,
+                                         const CaptureRead& read) {
     std::vector<DarkFrameLevels> frames;
     std::vector<DarkMeasures> measures;
     Record made;
     std::optional<Channels<double>> stated;
     std::vector<Finding> findings;
     for (const CaptureEntry& entry : request.entries) {
-        Capture dark = read_entry(entry, geometry, rules.most_burst_difference());
-        read(dark);
+        Capture dark = read(entry);
         Judge judge(rules.limits, {"black_level", entry.file(), request.taken});
         check_burst(dark, judge);
-        measures.push_back(check_dark(dark, judge));
+        const CodeHistogram histogram(dark.view());
+        measures.push_back(check_dark(dark, histogram, judge));
         try {
-            frames.push_back(measure_dark_frame(dark, request.blocks, rules.output));
+            frames.push_back(measure_dark_frame(dark, histogram, request.blocks, rules.output));
         } catch (const CalibrationError& problem) {
             judge.say(Check::not_computed, Severity::fail, problem.what());
         }
@@ -146,7 +146,7 @@ Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const
 }
 
 Step<LensShading> flat_step(Capture& flat, const TuningValues& values, const ShadingSettings& settings,
-                            const StepRules& rules, CorrectedFlat& corrected) {
+                            const StepRules& rules) {
     Judge judge(rules.limits, {"lens_shading", flat.file, flat.taken});
     check_burst(flat, judge);
     check_flat(flat, values.black_level, judge);
@@ -154,7 +154,7 @@ Step<LensShading> flat_step(Capture& flat, const TuningValues& values, const Sha
     return carry_out<LensShading>(
         std::move(judge), rules, made_of(flat, &values),
         [&](Judge&) {
-            LensShading shading = calibrate_flat_field(flat, values.black_level, settings, rules.output, corrected);
+            LensShading shading = calibrate_flat_field(flat, values.black_level, settings, rules.output);
             shading.taken = flat.taken;
             return shading;
         },
@@ -243,7 +243,6 @@ Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rule
     Record made;
     std::vector<MeasuredLevel> levels;
     const auto measure = [&](std::size_t level, const Capture& frame, const Window& window) {
-        read(frame);
         if (!request.levels[level].gain) {
             require_same_gain(frame, request.taken.gain, "that of the series");
         }
@@ -263,8 +262,9 @@ Step<NoiseResults> noise_step(const NoiseRequest& request, const StepRules& rule
         [&](Judge& own) {
             const auto check = [&] { check_series(levels, request.sensor, request.values.black_level, own); };
             try {
-                NoiseResults noise = calibrate_noise(request.levels, request.geometry, request.values.black_level,
-                                                     request.settings, rules.output, measure, request.sensor);
+                NoiseResults noise =
+                    calibrate_noise({request.levels, request.geometry, read}, request.values.black_level,
+                                    request.settings, rules.output, measure, request.sensor);
                 noise.taken = request.taken;
                 check();
                 return noise;

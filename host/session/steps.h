@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "captures/burst.h"
 #include "captures/capture_entry.h"
 #include "captures/frame_series.h"
 #include "checks/check.h"
@@ -20,7 +21,8 @@ struct StepRules {
     const Limits& limits;
     std::string command;
     OptionRecord options;
-    bool forced = false;  ///< what fails its checks is applied and written all the same
+    bool forced = false;   ///< what fails its checks is applied and written all the same
+    std::size_t jobs = 1;  ///< threads: one computes, the others read ahead
 
     /// Share of its mean by which a frame of a burst may differ before it is left out.
     [[nodiscard]] double most_burst_difference() const { return limits[Check::burst_frame].warn / 100; }
@@ -44,16 +46,14 @@ struct BlackLevelRequest {
     Conditions taken = {};  ///< the gain that the entries have in common
 };
 
-// All throw InputError for what no check can judge: files that cannot be read, windows outside the frame. `read` is
-// told of every capture once it was read; it may refuse it.
-using CaptureRead = std::function<void(const Capture&)>;
+// All throw InputError for what no check can judge: files that cannot be read, windows outside the frame.
 
-[[nodiscard]] Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const Geometry& geometry,
-                                                       const StepRules& rules, const CaptureRead& read);
+[[nodiscard]] Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const StepRules& rules,
+                                                       const CaptureRead& read);
 
-/// Uses up the capture; `corrected` is filled where there is a result.
+/// Leaves the capture behind its black level, where there is a result.
 [[nodiscard]] Step<LensShading> flat_step(Capture& flat, const TuningValues& values, const ShadingSettings& settings,
-                                          const StepRules& rules, CorrectedFlat& corrected);
+                                          const StepRules& rules);
 
 [[nodiscard]] Step<WhiteBalance> grey_step(Capture& grey, const TuningValues& values, const Window& window,
                                            const StepRules& rules);

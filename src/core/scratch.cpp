@@ -6,7 +6,7 @@
 #include <sys/mman.h>
 #endif
 
-namespace cali::detail {
+namespace cali {
 namespace {
 
 constexpr std::size_t kCacheLine = 64;
@@ -39,4 +39,4 @@ void free_scratch(void* memory, std::size_t bytes) noexcept {
     }
 }
 
-}  // namespace cali::detail
+}  // namespace cali

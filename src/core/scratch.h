@@ -8,15 +8,11 @@
 
 namespace cali {
 
-namespace detail {
-
 /// Uninitialised memory. On Linux large blocks are 2 MB aligned and ask for huge pages: first-touch page faults of a
 /// fresh full-size frame otherwise cost ten times what copying it does. Windows grants large pages to privileged
 /// accounts alone, and to others nothing. Throws std::bad_alloc.
 [[nodiscard]] void* allocate_scratch(std::size_t bytes);
 void free_scratch(void* memory, std::size_t bytes) noexcept;
-
-}  // namespace detail
 
 /// Owns `size` uninitialised elements, aligned for every instruction set.
 template <typename T>
@@ -26,8 +22,8 @@ class Scratch {
 public:
     Scratch() = default;
     explicit Scratch(std::size_t size)
-        : data_(size != 0 ? static_cast<T*>(detail::allocate_scratch(size * sizeof(T))) : nullptr), size_(size) {}
-    ~Scratch() { detail::free_scratch(data_, size_ * sizeof(T)); }
+        : data_(size != 0 ? static_cast<T*>(allocate_scratch(size * sizeof(T))) : nullptr), size_(size) {}
+    ~Scratch() { free_scratch(data_, size_ * sizeof(T)); }
 
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;

@@ -59,8 +59,7 @@ TEST(LensShading, FlattensTheSimulatedField) {
         host::BlackLevels black;
         std::ranges::transform(sensor.pedestal, black.offset.begin(),
                                [](double c) { return static_cast<uint32_t>(c); });
-        host::CorrectedFlat corrected;
-        const host::LensShading shading = calibrate_flat_field(flat, black, {}, {}, corrected);
+        const host::LensShading shading = calibrate_flat_field(flat, black, {}, {});
         EXPECT_LT(shading.before.corner_to_centre, 0.65);
         EXPECT_NEAR(shading.after_mesh.corner_to_centre, 1, 0.01);
         EXPECT_LT(shading.after_mesh.worst_luminance, 0.01);
@@ -115,18 +114,16 @@ TEST(Flatness, IsReckonedFromTheCentre) {
 }
 
 TEST(LensShading, TinyFramesAreRefused) {
-    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000), {}};
-    host::CorrectedFlat corrected;
-    EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}, corrected), host::InputError);
+    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, host::Samples(16 * 15, 2000), {}};
+    EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}), host::InputError);
 }
 
 TEST(LensShading, BlocksTakeFramesOfTheirSizeAlone) {
-    host::Capture wide{"wide", {8193, 16, 3, 12, {}}, std::vector<uint32_t>(8193 * 16, 2000)};
-    host::CorrectedFlat corrected;
-    EXPECT_THROW((void)calibrate_flat_field(wide, {}, {}, {}, corrected), host::InputError);
+    host::Capture wide{"wide", {8193, 16, 3, 12, {}}, host::Samples(8193 * 16, 2000)};
+    EXPECT_THROW((void)calibrate_flat_field(wide, {}, {}, {}), host::InputError);
     EXPECT_THROW((void)host::apply_front_end(wide, {}, {}), host::InputError);
-    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, std::vector<uint32_t>(16 * 15, 2000)};
-    EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}, corrected), host::InputError);
+    host::Capture tiny{"tiny", {16, 15, 3, 12, {}}, host::Samples(16 * 15, 2000)};
+    EXPECT_THROW((void)calibrate_flat_field(tiny, {}, {}, {}), host::InputError);
 }
 
 TEST(LensShading, OptionsTakeEffectAndRegistersAgreeWithTheResults) {

@@ -44,10 +44,11 @@ protected:
 
     host::NoiseResults measure(const host::NoiseSettings& settings) {
         return calibrate_noise(
-            levels_, {kWidth, kHeight, 1, 12, "the test"}, black_, settings, {},
-            [](std::size_t, const host::Capture&, const host::Window&) {}, found_);
+            {levels_, geometry_}, black_, settings, {}, [](std::size_t, const host::Capture&, const host::Window&) {},
+            found_);
     }
 
+    host::Geometry geometry_{kWidth, kHeight, 1, 12, "the test"};
     host::SensorModel sensor_;
     host::BlackLevels black_;
     std::vector<host::SeriesLevel> levels_;

@@ -26,9 +26,9 @@
 namespace cali::test {
 namespace {
 
+using host::Codes;
 using host::Geometry;
 using host::Packing;
-using Codes = std::vector<uint16_t>;
 
 constexpr int kWidth = 67;  // no whole number of groups of a packing
 constexpr int kHeight = 48;

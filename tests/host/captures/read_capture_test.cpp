@@ -66,20 +66,17 @@ TEST(Capture, RawAndPgmReadBackWhatWasWritten) {
 TEST(Capture, ByteOrderAndNarrowSamples) {
     const TemporaryFolder folder;
     write_text(folder / "le.raw", std::string("\x01\x02\x03\x04", 4));
-    EXPECT_EQ(host::read_capture(folder / "le.raw", geometry(2, 1, 12)).samples, (std::vector<uint32_t>{0x201, 0x403}));
+    EXPECT_EQ(host::read_capture(folder / "le.raw", geometry(2, 1, 12)).samples, (host::Samples{0x201, 0x403}));
     write_text(folder / "be.PGM", "P5 # a remark\n# another\n2 1\n4095\n\x01\x02\x03\x04");
-    EXPECT_EQ(host::read_capture(folder / "be.PGM", geometry({}, {}, {})).samples,
-              (std::vector<uint32_t>{0x102, 0x304}));
+    EXPECT_EQ(host::read_capture(folder / "be.PGM", geometry({}, {}, {})).samples, (host::Samples{0x102, 0x304}));
     write_text(folder / "bytes.raw", std::string("\x01\xFF", 2));
-    EXPECT_EQ(host::read_capture(folder / "bytes.raw", geometry(2, 1, 8)).samples, (std::vector<uint32_t>{16, 4080}));
+    EXPECT_EQ(host::read_capture(folder / "bytes.raw", geometry(2, 1, 8)).samples, (host::Samples{16, 4080}));
     // Known by its content, whatever its name.
     write_text(folder / "named.raw", "P5\n2 1\n255\n\x01\xFF");
-    EXPECT_EQ(host::read_capture(folder / "named.raw", geometry({}, {}, {})).samples,
-              (std::vector<uint32_t>{16, 4080}));
+    EXPECT_EQ(host::read_capture(folder / "named.raw", geometry({}, {}, {})).samples, (host::Samples{16, 4080}));
     // A depth that is given counts more than the header's maximum value.
     write_text(folder / "loose.pgm", "P5 2 1 65535\n\x01\x02\x03\x04");
-    EXPECT_EQ(host::read_capture(folder / "loose.pgm", geometry({}, {}, 12)).samples,
-              (std::vector<uint32_t>{0x102, 0x304}));
+    EXPECT_EQ(host::read_capture(folder / "loose.pgm", geometry({}, {}, 12)).samples, (host::Samples{0x102, 0x304}));
 }
 
 TEST(Capture, ErrorsNameTheFileWhatWasFoundAndWhatWasExpected) {

@@ -54,9 +54,8 @@ protected:
         plan_.sensor.round_pedestals();
         std::ranges::transform(plan_.sensor.pedestal, values_.black_level.offset.begin(),
                                [](double level) { return static_cast<uint32_t>(level); });
-        host::CorrectedFlat corrected;
-        values_.grids = grids_of(
-            calibrate_flat_field(captures(ShotKind::flat, "")[0], values_.black_level, {}, output_, corrected));
+        values_.grids =
+            grids_of(calibrate_flat_field(captures(ShotKind::flat, "")[0], values_.black_level, {}, output_));
         host::Capture grey = captures(ShotKind::grey, "")[0];
         values_.gains = measure_grey_card(grey, values_, host::default_window(grey.sensor), output_).gains;
     }
@@ -86,7 +85,9 @@ protected:
         std::vector<host::MeasuredLevel> levels;
         for (host::Capture& capture : captures(kind, fault)) {
             switch (kind) {
-                case ShotKind::dark: darks.push_back(check_dark(capture, found)); break;
+                case ShotKind::dark:
+                    darks.push_back(check_dark(capture, host::CodeHistogram(capture.view()), found));
+                    break;
                 case ShotKind::flat: check_flat(capture, values_.black_level, found); break;
                 case ShotKind::grey: check_grey(capture, values_, host::default_window(capture.sensor), found); break;
                 case ShotKind::chart: check_whole_chart(capture, found); break;
@@ -189,7 +190,7 @@ TEST_F(Simulated, GoodCapturesHaveNone) {
 }
 
 /// 64 x 64 samples of 12 bits without noise.
-host::Capture even_frame(uint32_t code) { return {"even", {64, 64, 3, 12, {}}, std::vector<uint32_t>(4096, code), {}}; }
+host::Capture even_frame(uint32_t code) { return {"even", {64, 64, 3, 12, {}}, host::Samples(4096, code), {}}; }
 
 TEST(DarkChecks, TellDefectsLinesAndBlocksApart) {
     host::Capture dark = even_frame(100);
@@ -201,7 +202,7 @@ TEST(DarkChecks, TellDefectsLinesAndBlocksApart) {
     at(5, 8) = 0;
     at(7, 7) = 103;  // as far as rounding may take a sample
     host::Judge found = judge();
-    const host::DarkMeasures measures = check_dark(dark, found);
+    const host::DarkMeasures measures = check_dark(dark, host::CodeHistogram(dark.view()), found);
     EXPECT_EQ(measures.defects, 66U);
     EXPECT_DOUBLE_EQ(measures.defects_ppm, 66e6 / 4096);
     ASSERT_EQ(measures.worst_defects.size(), 2U);  // without the column's
@@ -220,7 +221,7 @@ TEST(DarkChecks, TellDefectsLinesAndBlocksApart) {
     for (int i = 0; i < 32 * 32; ++i) {
         at(32 + i % 32, 32 + i / 32) = 102;  // one of the 2 x 2 blocks of such a frame
     }
-    EXPECT_NEAR(check_dark(dark, found).block_range, 2, 1e-9);
+    EXPECT_NEAR(check_dark(dark, host::CodeHistogram(dark.view()), found).block_range, 2, 1e-9);
 }
 
 TEST(FlatChecks, GoByTheFilesWhiteLevelAndTheKindOfMesh) {
