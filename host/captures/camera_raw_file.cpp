@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -68,11 +69,17 @@ constexpr int kLossyJpeg = 34892;
     throw InputError(capture.file.string() + ": " + found + ", expected " + expected);
 }
 
+/// The library's plain build keeps its decoders' state in static memory.
+std::mutex& one_at_a_time() {
+    static std::mutex only;
+    return only;
+}
+
 /// A file that LibRaw has opened.
 class CameraRaw {
 public:
     CameraRaw(Capture& capture, std::span<const uint8_t> content, const Geometry& geometry)
-        : capture_(capture), raw_(std::make_unique<LibRaw>(kQuiet)) {
+        : lock_(one_at_a_time()), capture_(capture), raw_(std::make_unique<LibRaw>(kQuiet)) {
         // Ends decoding at the first bad byte: what follows would be made up. The offset's type differs by version.
         raw_->set_dataerror_handler([](void*, const char*, auto) { throw LIBRAW_EXCEPTION_IO_CORRUPT; }, nullptr);
         call([&] {
@@ -278,6 +285,7 @@ private:
 
     static constexpr int kRggb = 3;
 
+    const std::lock_guard<std::mutex> lock_;
     Capture& capture_;
     std::unique_ptr<LibRaw> raw_;
     std::optional<DngMosaic> dng_;
