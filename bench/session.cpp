@@ -148,7 +148,7 @@ void measure_steps(const std::filesystem::path& session_file) {
     };
     beyond_reading("dark frame, without reading", session.dark.front(), [&](Capture& dark) {
         Judge judge(limits, {"black_level", dark.file, {}});
-        const CodeHistogram histogram(dark.view());
+        const cali::Histogram histogram(dark.view());
         (void)check_dark(dark, histogram, judge);
         (void)measure_dark_frame(dark, histogram, 0, output);
     });

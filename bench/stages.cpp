@@ -1,4 +1,4 @@
-#include "blc/histogram.h"
+#include "core/histogram.h"
 #include "stages/black_level.h"
 #include "stages/front_end.h"
 #include "workload.h"
@@ -24,9 +24,9 @@ void register_stages() {
     measure("stage: mesh shading", {2.4, 3.7}, run(mesh));
     measure("stage: radial shading", {3.1, 6.0}, run(radial));
     measure("stage: histogram, dark frame", {4.0, 4.0}, [&load] {
-        blc::Histogram({load.dark.data(), kWidth, kHeight, kPattern});
+        Histogram({load.dark.data(), kWidth, kHeight, kPattern});
     });
-    measure("stage: histogram, scene", {4.0, 4.0}, [&load] { blc::Histogram(load.scene_frame()); });
+    measure("stage: histogram, scene", {4.0, 4.0}, [&load] { Histogram(load.scene_frame()); });
 }
 
 }  // namespace cali::bench

@@ -19,9 +19,9 @@ constexpr std::array<const char*, kBlackLevelMethods> kMethodNames = {"median", 
 constexpr double kDeviationsPerMad = 1.4826;
 constexpr double kDefectDeviations = 6;
 
-using Counts = CodeHistogram::Counts;
+using Counts = std::span<const uint32_t, Histogram::kBins>;
 
-uint64_t median_of(const Counts& histogram, uint64_t count) {
+uint64_t median_of(Counts histogram, uint64_t count) {
     uint64_t below = 0;
     std::size_t code = 0;
     while (code < kLibraryFullScale && 2 * (below + histogram[code]) <= count) {
@@ -31,11 +31,11 @@ uint64_t median_of(const Counts& histogram, uint64_t count) {
 }
 
 /// What is farther than 6 robust deviations from the median is a defect.
-SampleSums sums_without_defects(const Counts& histogram, double step) {
+SampleSums sums_without_defects(Counts histogram, double step) {
     const uint64_t count = std::accumulate(histogram.begin(), histogram.end(), uint64_t{0});
     const uint64_t median = median_of(histogram, count);
     const auto distance = [&](std::size_t code) { return code < median ? median - code : code - median; };
-    Counts distances{};
+    std::array<uint32_t, Histogram::kBins> distances{};
     for (std::size_t code = 0; code < histogram.size(); ++code) {
         distances[distance(code)] += histogram[code];
     }
@@ -51,10 +51,10 @@ SampleSums sums_without_defects(const Counts& histogram, double step) {
     return sums;
 }
 
-Channels<SampleSums> sum_samples(const CodeHistogram& histogram, double step) {
+Channels<SampleSums> sum_samples(const Histogram& histogram, double step) {
     Channels<SampleSums> sums{};
     for (std::size_t c = 0; c < sums.size(); ++c) {
-        sums[c] = sums_without_defects(histogram.of(c), step);
+        sums[c] = sums_without_defects(histogram.channel(channel_code(c)), step);
     }
     return sums;
 }
@@ -117,7 +117,7 @@ BlackLevelMethod parse_method(const std::string& text, const std::string& where)
     return parse_choice<BlackLevelMethod>(kMethodNames, text, where);
 }
 
-DarkFrameLevels measure_dark_frame(Capture& dark, const CodeHistogram& histogram, uint32_t blocks,
+DarkFrameLevels measure_dark_frame(Capture& dark, const Histogram& histogram, uint32_t blocks,
                                    const LibraryOutput& output) {
     DarkFrameLevels result;
     result.file = dark.file;

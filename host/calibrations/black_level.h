@@ -11,9 +11,9 @@
 #include "base/section.h"
 #include "base/uncertainty.h"
 #include "calibrations/black_level_settings.h"
-#include "calibrations/code_histogram.h"
 #include "calibrations/dark_measures.h"
 #include "captures/frame.h"
+#include "core/histogram.h"
 #include "library/library_call.h"
 #include "library/tuning_values.h"
 
@@ -49,7 +49,7 @@ struct BlackLevelResults {
 };
 
 /// `histogram` is the frame's. `blocks` 0: no local means. Throws CalibrationError.
-[[nodiscard]] DarkFrameLevels measure_dark_frame(Capture& dark, const CodeHistogram& histogram, uint32_t blocks,
+[[nodiscard]] DarkFrameLevels measure_dark_frame(Capture& dark, const Histogram& histogram, uint32_t blocks,
                                                  const LibraryOutput& output);
 
 /// One method over several frames: offsets are the rounded means over the frames, one or more; with `mono` over the

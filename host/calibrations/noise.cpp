@@ -240,10 +240,6 @@ std::size_t frame_count(const std::vector<SeriesLevel>& levels) {
     return total;
 }
 
-Capture NoiseSeries::frame(const std::filesystem::path& file) const {
-    return read ? read({{file}, {}, {}}) : read_capture(file, geometry);
-}
-
 NoiseResults calibrate_noise(const NoiseSeries& series, const BlackLevels& black_level, const NoiseSettings& settings,
                              const LibraryOutput& output, const FrameObserver& observe, SensorGeometry& sensor) {
     const std::vector<SeriesLevel>& levels = series.levels;
@@ -267,7 +263,7 @@ NoiseResults calibrate_noise(const NoiseSeries& series, const BlackLevels& black
         level.frames = static_cast<int>(files.size());
         std::vector<Samples> frames;
         for (const std::filesystem::path& file : files) {
-            const Capture frame = series.frame(file);
+            const Capture frame = series.read({{file}, {}, {}});
             if (first_file.empty()) {
                 first_file = file;
                 sensor = frame.sensor;

@@ -59,9 +59,7 @@ struct NoiseResults {
 struct NoiseSeries {
     const std::vector<SeriesLevel>& levels;
     const Geometry& geometry;
-    CaptureRead read = {};  ///< of itself, where there is none
-
-    [[nodiscard]] Capture frame(const std::filesystem::path& file) const;
+    CaptureRead read;
 };
 
 /// Told of every frame: the number of its level, from 0, and the window that is measured.

@@ -1,14 +1,20 @@
 #include "captures/capture_queue.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace cali::host {
 
 CaptureQueue::CaptureQueue(std::vector<CaptureEntry> order, Read read, std::size_t threads)
     : order_(std::move(order)), read_(std::move(read)), ahead_(threads), slots_(order_.size()) {
-    for (std::size_t i = 0; i < threads; ++i) {
-        threads_.emplace_back([this] { read_ahead(); });
+    threads_.reserve(threads);
+    try {
+        for (std::size_t i = 0; i < threads; ++i) {
+            threads_.emplace_back([this] { read_ahead(); });
+        }
+    } catch (const std::system_error&) {
+        // The system grants no more: what no thread reads ahead is read when it is taken.
     }
 }
 

@@ -15,6 +15,8 @@ inline constexpr std::array<const char*, 4> kChannelKeys = {"rr", "gr", "gb", "b
 /// Of the library's channel codes, which run blue first.
 [[nodiscard]] constexpr std::size_t index_of(Channel channel) { return static_cast<std::size_t>(RR - channel); }
 
+[[nodiscard]] constexpr Channel channel_code(std::size_t index) { return static_cast<Channel>(RR - index); }
+
 /// A channel as results name it.
 struct ChannelLabel {
     std::size_t index;

@@ -96,16 +96,20 @@ std::size_t photosites(const SensorGeometry& sensor) {
     return static_cast<std::size_t>(sensor.width) * static_cast<std::size_t>(sensor.height);
 }
 
-void set_codes(FileFrame& frame, Codes codes) {
-    const SensorGeometry& sensor = frame.capture.sensor;
+void refuse_codes(const Capture& capture, const Codes& codes) {
+    const SensorGeometry& sensor = capture.sensor;
     const int most = (1 << sensor.bits) - 1;
-    if (exceed(codes, sensor.bits)) {
-        const auto large = std::ranges::find_if(codes, [most](uint16_t code) { return code > most; });
-        const auto place = static_cast<std::size_t>(large - codes.begin());
-        const auto columns = static_cast<std::size_t>(sensor.width);
-        throw InputError(frame.capture.file.string() +
-                         text(": the sample at column %zu, row %zu is %u, expected at most %d (%d bits)",
-                              place % columns, place / columns, static_cast<unsigned>(*large), most, sensor.bits));
+    const auto large = std::ranges::find_if(codes, [most](uint16_t code) { return code > most; });
+    const auto place = static_cast<std::size_t>(large - codes.begin());
+    const auto columns = static_cast<std::size_t>(sensor.width);
+    throw InputError(capture.file.string() +
+                     text(": the sample at column %zu, row %zu is %u, expected at most %d (%d bits)", place % columns,
+                          place / columns, static_cast<unsigned>(*large), most, sensor.bits));
+}
+
+void set_codes(FileFrame& frame, Codes codes) {
+    if (exceed(codes, frame.capture.sensor.bits)) {
+        refuse_codes(frame.capture, codes);
     }
     frame.codes = std::move(codes);
 }

@@ -96,7 +96,7 @@ struct SampleForm {
 /// Fills `codes` from as many samples.
 void decode_samples(std::span<const uint8_t> bytes, const SampleForm& form, std::span<uint16_t> codes);
 
-/// Whether one of the codes has more bits.
+/// Whether one of the codes has more bits. Walks all.
 [[nodiscard]] bool exceed(std::span<const uint16_t> codes, int bits);
 
 /// Photosites of the sensor.
@@ -104,6 +104,8 @@ void decode_samples(std::span<const uint8_t> bytes, const SampleForm& form, std:
 
 /// Codes of the frame's size. Throws InputError for one that its depth does not hold.
 void set_codes(FileFrame& frame, Codes codes);
+/// That error, for codes of which one is known to exceed the depth.
+[[noreturn]] void refuse_codes(const Capture& capture, const Codes& codes);
 
 /// As decode_samples and set_codes.
 void fill_codes(FileFrame& frame, std::span<const uint8_t> bytes, const SampleForm& form);

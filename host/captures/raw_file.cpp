@@ -146,7 +146,7 @@ Roughness roughness(std::span<const uint16_t> codes) {
 
 /// Throws InputError where the other byte order is the right one: codes leave the depth and swapped ones do not, or
 /// neighbours are far smoother swapped.
-void check_byte_order(const Capture& capture, const Codes& codes, bool big_endian) {
+void check_byte_order(const Capture& capture, const Codes& codes, bool too_large, bool big_endian) {
     constexpr std::size_t kEnough = 1000;  // photosites that tell a roughness
     constexpr std::size_t kMostLookedAt = 1U << 18U;
     constexpr double kFarSmoother = 8;  // pictures in the right order are rougher when swapped
@@ -156,7 +156,7 @@ void check_byte_order(const Capture& capture, const Codes& codes, bool big_endia
     const std::string order =
         capture.file.string() + ": its bytes are not " + (big_endian ? "big" : "little") + "-endian 16-bit words: ";
     const auto exceeds = [most](uint16_t code) { return code > most; };
-    if (exceed(codes, capture.sensor.bits)) {
+    if (too_large) {
         if (std::ranges::none_of(codes, exceeds, swapped)) {
             throw InputError(order + text("codes exceed %d bits, swapped ones do not; ", capture.sensor.bits) +
                              expected);
@@ -200,10 +200,14 @@ void read_raw(FileFrame& frame, FileContent& content, const Geometry& geometry) 
             decode_samples(from, {layout.wide, big_endian}, row);
         }
     }
+    const bool too_large = exceed(codes, sensor.bits);
     if (layout.packing == Packing::none && layout.wide) {
-        check_byte_order(frame.capture, codes, big_endian);
+        check_byte_order(frame.capture, codes, too_large, big_endian);
     }
-    set_codes(frame, std::move(codes));
+    if (too_large) {
+        refuse_codes(frame.capture, codes);
+    }
+    frame.codes = std::move(codes);
 }
 
 void write_raw(const std::filesystem::path& file, std::span<const uint16_t> samples) {

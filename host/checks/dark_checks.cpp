@@ -38,10 +38,10 @@ std::size_t channel_at(const ConstRawFrame& frame, int y, int x) {
     return index_of(bayer_channel(frame.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)));
 }
 
-/// One channel.
-class Histogram {
+/// How often each code occurs in one channel.
+class CodeCounts {
 public:
-    explicit Histogram(const CodeHistogram::Counts& counts) : counts_(counts) {}
+    explicit CodeCounts(std::span<const uint32_t, Histogram::kBins> counts) : counts_(counts) {}
 
     [[nodiscard]] double samples() const {
         double total = 0;
@@ -105,7 +105,7 @@ private:
         scale.deviation = std::sqrt(std::max(squares / count - scale.centre * scale.centre, 0.0));
     }
 
-    const CodeHistogram::Counts& counts_;
+    std::span<const uint32_t, Histogram::kBins> counts_;
 };
 
 /// Differences from a channel's centre.
@@ -396,19 +396,19 @@ std::vector<DefectPixel> worst_of(Collected& found, const Channels<Scale>& scale
     return std::move(pixels);
 }
 
-DarkMeasures measure(const Capture& capture, const CodeHistogram& counts) {
+DarkMeasures measure(const Capture& capture, const Histogram& histogram) {
     const ConstRawFrame frame = capture.view();
     Channels<Scale> scale;
     DarkMeasures dark;
     const double percent = 100 / static_cast<double>(frame.size());
     double deviation = 0;
     for (std::size_t c = 0; c < scale.size(); ++c) {
-        const Histogram histogram(counts.of(c));
-        scale[c] = histogram.scale(code_step(capture.sensor.bits));
+        const CodeCounts counts(histogram.channel(channel_code(c)));
+        scale[c] = counts.scale(code_step(capture.sensor.bits));
         dark.noise[c] = scale[c].deviation;
         deviation = std::fmax(deviation, scale[c].deviation);
-        dark.zero += histogram.count(0, 0) * percent;
-        dark.full_scale += histogram.count(full_scale_code(capture.sensor), kLibraryFullScale) * percent;
+        dark.zero += counts.count(0, 0) * percent;
+        dark.full_scale += counts.count(full_scale_code(capture.sensor), kLibraryFullScale) * percent;
     }
     Collected found(frame, scale);
     for (std::size_t c = 0; c < scale.size(); ++c) {
@@ -446,7 +446,7 @@ struct Range {
 
 }  // namespace
 
-DarkMeasures check_dark(const Capture& dark, const CodeHistogram& histogram, Judge& judge) {
+DarkMeasures check_dark(const Capture& dark, const Histogram& histogram, Judge& judge) {
     DarkMeasures found = measure(dark, histogram);
     Range levels;
     for (std::size_t c = 0; c < found.level.size(); ++c) {

@@ -101,7 +101,7 @@ Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const
         Capture dark = read(entry);
         Judge judge(rules.limits, {"black_level", entry.file(), request.taken});
         check_burst(dark, judge);
-        const CodeHistogram histogram(dark.view());
+        const Histogram histogram(dark.view());
         measures.push_back(check_dark(dark, histogram, judge));
         try {
             frames.push_back(measure_dark_frame(dark, histogram, request.blocks, rules.output));

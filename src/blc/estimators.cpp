@@ -132,7 +132,7 @@ PerChannel<int32_t> channel_medians(const Histogram& histogram, std::size_t samp
     for (std::size_t code = 0; code < kChannels; ++code) {
         const uint32_t target = median_target(static_cast<int32_t>(samples), pattern, code);
         uint32_t running = 0;
-        for (uint32_t bin = 0; bin < kBins; ++bin) {
+        for (uint32_t bin = 0; bin < Histogram::kBins; ++bin) {
             running += histogram.channel(code)[bin];
             if (running >= target) {
                 medians[code] = static_cast<int32_t>(bin);

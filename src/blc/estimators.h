@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <span>
 
-#include "blc/histogram.h"
 #include "core/channel.h"
 #include "core/frame.h"
+#include "core/histogram.h"
 
 namespace cali::blc {
 

@@ -4,12 +4,12 @@
 #include <optional>
 
 #include "blc/estimators.h"
-#include "blc/histogram.h"
 #include "boundary/export_call.h"
 #include "boundary/frame_arguments.h"
 #include "boundary/module_state.h"
 #include "cali/cali.h"
 #include "core/arithmetic.h"
+#include "core/histogram.h"
 #include "pictures/picture.h"
 #include "stages/front_end.h"
 
@@ -45,7 +45,7 @@ struct Outputs {
 
 void print_histogram(const Histogram& histogram) {
     std::printf("Value\tBB\tGB\tGR\tRR\n");
-    for (uint32_t value = 0; value < kBins; ++value) {
+    for (uint32_t value = 0; value < Histogram::kBins; ++value) {
         PerChannel<int32_t> count;
         for (std::size_t code = 0; code < kChannels; ++code) {
             count[code] = static_cast<int32_t>(histogram.channel(code)[value]);
@@ -215,10 +215,10 @@ int32_t cali_blc_get_histogram(uint32_t** frame, uint32_t width, uint32_t height
         if (!check.ok()) {
             return kRejected;
         }
-        const blc::Histogram histogram = blc::count_frame(view);
+        const Histogram histogram = blc::count_frame(view);
         const PerChannel<uint32_t*> outputs{{hist_bb, hist_gb, hist_gr, hist_rr}};
         for (std::size_t code = 0; code < kChannels; ++code) {
-            std::copy_n(histogram.channel(code), blc::kBins, outputs[code]);
+            std::ranges::copy(histogram.channel(code), outputs[code]);
         }
         return kOk;
     });

@@ -123,21 +123,22 @@ std::optional<int32_t> step_to(const Axis& axis, int32_t node, int32_t step) {
 /// What nodes receive from filled ones.
 class Received {
 public:
-    explicit Received(std::size_t nodes) : red_(nodes), green_(nodes), blue_(nodes), weight_(nodes), nearest_(nodes) {}
+    explicit Received(std::size_t nodes) : weight_(nodes), nearest_(nodes) { shift_.fill(std::vector<double>(nodes)); }
 
     /// Adds a shift to `count` nodes from `node` on.
     void add(std::size_t node, int32_t count, const Vector3& shift, double own, const double* nearness,
              const double* squared) {
-        add_line(count, shift, own, nearness, squared, &red_[node], &green_[node], &blue_[node], &weight_[node],
-                 &nearest_[node]);
+        add_line(count, shift, own, nearness, squared, &shift_[0][node], &shift_[1][node], &shift_[2][node],
+                 &weight_[node], &nearest_[node]);
     }
 
     /// The weighted mean times the fall-off from the nearest, where anything came.
     void replace(Partial& partial) const {
         for (std::size_t i = 0; i < weight_.size(); ++i) {
             if (weight_[i] > 0) {
-                partial.shift[i] = {red_[i] / weight_[i] * nearest_[i], green_[i] / weight_[i] * nearest_[i],
-                                    blue_[i] / weight_[i] * nearest_[i]};
+                for (std::size_t c = 0; c < shift_.size(); ++c) {
+                    partial.shift[i][c] = shift_[c][i] / weight_[i] * nearest_[i];
+                }
                 partial.weight[i] = nearest_[i];
             }
         }
@@ -146,22 +147,20 @@ public:
 private:
     /// Sums lie apart, so that compilers take several nodes at a time.
     static void add_line(int32_t count, const Vector3& shift, double own, const double* __restrict nearness,
-                         const double* __restrict squared, double* __restrict red, double* __restrict green,
-                         double* __restrict blue, double* __restrict weights, double* __restrict nearest) {
-        const auto [r, g, b] = shift;
+                         const double* __restrict squared, double* __restrict first, double* __restrict second,
+                         double* __restrict third, double* __restrict weights, double* __restrict nearest) {
+        const auto [a, b, c] = shift;
         for (int32_t i = 0; i < count; ++i) {
             const double weight = squared[i] * own;
-            red[i] += weight * r;
-            green[i] += weight * g;
-            blue[i] += weight * b;
+            first[i] += weight * a;
+            second[i] += weight * b;
+            third[i] += weight * c;
             weights[i] += weight;
             nearest[i] = nearest[i] < nearness[i] ? nearness[i] : nearest[i];
         }
     }
 
-    std::vector<double> red_;
-    std::vector<double> green_;
-    std::vector<double> blue_;
+    std::array<std::vector<double>, 3> shift_;  ///< weighted sums
     std::vector<double> weight_;
     std::vector<double> nearest_;
 };

@@ -15,10 +15,9 @@ TEST(BlackLevel, SeveralFramesAndBlocks) {
     host::Capture first = even_frame(60);
     host::Capture second = even_frame(71);
     second.samples[33] = 75;  // blue, in the first block
-    const host::BlackLevelResults results =
-        combine({measure_dark_frame(first, host::CodeHistogram(first.view()), 0, output),
-                 measure_dark_frame(second, host::CodeHistogram(second.view()), 4, output)},
-                host::BlackLevelMethod::median);
+    const host::BlackLevelResults results = combine({measure_dark_frame(first, Histogram(first.view()), 0, output),
+                                                     measure_dark_frame(second, Histogram(second.view()), 4, output)},
+                                                    host::BlackLevelMethod::median);
     EXPECT_EQ(results.values.offset, (host::Channels<uint32_t>{66, 66, 66, 66}));  // 65.5, rounded
     EXPECT_EQ(results.values.gain[host::kBB], 4096.0F / 4030.0F);
     EXPECT_TRUE(results.frames[0].blocks.empty());
@@ -26,7 +25,7 @@ TEST(BlackLevel, SeveralFramesAndBlocks) {
     EXPECT_EQ(results.frames[1].blocks[3], (host::Channels<uint32_t>{71, 71, 71, 71}));
     EXPECT_TRUE(results.frames[1].median_in_bounds);
     host::Capture lit = even_frame(800);
-    EXPECT_FALSE(measure_dark_frame(lit, host::CodeHistogram(lit.view()), 0, output).median_in_bounds);
+    EXPECT_FALSE(measure_dark_frame(lit, Histogram(lit.view()), 0, output).median_in_bounds);
 }
 
 TEST(RealCaptures, DarkFrame) {
@@ -36,7 +35,7 @@ TEST(RealCaptures, DarkFrame) {
     }
     host::Capture dark =
         host::read_capture(*folder / "dark_1920x1080_12bits_BGGR.raw", {1920, 1080, 0, 12, "the test"});
-    const host::DarkFrameLevels found = measure_dark_frame(dark, host::CodeHistogram(dark.view()), 0, {});
+    const host::DarkFrameLevels found = measure_dark_frame(dark, Histogram(dark.view()), 0, {});
     for (std::size_t position = 0; position < 4; ++position) {
         const std::size_t channel = host::kBB - position;
         SCOPED_TRACE(host::kChannelKeys[channel]);

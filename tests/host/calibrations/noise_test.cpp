@@ -9,6 +9,7 @@
 #include "base/error.h"
 #include "cali/cali.h"
 #include "captures/raw_file.h"
+#include "captures/read_capture.h"
 #include "core/channel.h"
 #include "outputs/noise_plot.h"
 #include "simulation/sensor.h"
@@ -44,8 +45,9 @@ protected:
 
     host::NoiseResults measure(const host::NoiseSettings& settings) {
         return calibrate_noise(
-            {levels_, geometry_}, black_, settings, {}, [](std::size_t, const host::Capture&, const host::Window&) {},
-            found_);
+            {levels_, geometry_,
+             [this](const host::CaptureEntry& entry) { return read_capture(entry.file(), geometry_); }},
+            black_, settings, {}, [](std::size_t, const host::Capture&, const host::Window&) {}, found_);
     }
 
     host::Geometry geometry_{kWidth, kHeight, 1, 12, "the test"};

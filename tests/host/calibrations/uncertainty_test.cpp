@@ -9,6 +9,7 @@
 #include "calibrations/noise.h"
 #include "calibrations/white_balance.h"
 #include "captures/raw_file.h"
+#include "captures/read_capture.h"
 #include "simulation/sensor.h"
 #include "support/program.h"
 
@@ -61,7 +62,7 @@ TEST(Uncertainty, OfTheBlackLevel) {
         dark.samples[0] = 4095;  // defects
         dark.samples[1] = 0;
         const auto results =
-            combine({measure_dark_frame(dark, host::CodeHistogram(dark.view()), 0, {})}, host::BlackLevelMethod::mean);
+            combine({measure_dark_frame(dark, Histogram(dark.view()), 0, {})}, host::BlackLevelMethod::mean);
         for (std::size_t c = 0; c < 4; ++c) {
             scatter.add(results.mean[c].value - sensor.pedestal[c], results.mean[c].uncertainty);
         }
@@ -71,7 +72,7 @@ TEST(Uncertainty, OfTheBlackLevel) {
     // Eight bits of one code: the level may lie anywhere between two.
     host::Capture coarse{"c.raw", {32, 32, 3, 8, {}}, host::Samples(32 * 32, 64)};
     const auto results =
-        combine({measure_dark_frame(coarse, host::CodeHistogram(coarse.view()), 0, {})}, host::BlackLevelMethod::mean);
+        combine({measure_dark_frame(coarse, Histogram(coarse.view()), 0, {})}, host::BlackLevelMethod::mean);
     EXPECT_EQ(results.mean[0].value, 64);
     EXPECT_NEAR(results.mean[0].uncertainty, 16 / std::sqrt(12), 1.1);
     EXPECT_EQ(describe(results).tables[0].rows[3].cells[5], "64.000");
@@ -138,8 +139,10 @@ TEST(Uncertainty, OfTheNoiseLine) {
         host::SensorGeometry found;
         const host::Geometry geometry{sensor.width, sensor.height, sensor.pattern, sensor.bits, "the test"};
         const host::NoiseResults results = calibrate_noise(
-            {levels, geometry}, values_of(sensor, 5000).black_level, {}, {},
-            [](std::size_t, const host::Capture&, const host::Window&) {}, found);
+            {levels, geometry,
+             [&](const host::CaptureEntry& entry) { return host::read_capture(entry.file(), geometry); }},
+            values_of(sensor, 5000).black_level, {}, {}, [](std::size_t, const host::Capture&, const host::Window&) {},
+            found);
         for (const auto& [slope, intercept] : results.weighted) {
             scatter.add(slope.value - sensor.conversion_gain, slope.uncertainty);
             // Rounding to codes adds its own variance.

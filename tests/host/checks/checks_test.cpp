@@ -85,9 +85,7 @@ protected:
         std::vector<host::MeasuredLevel> levels;
         for (host::Capture& capture : captures(kind, fault)) {
             switch (kind) {
-                case ShotKind::dark:
-                    darks.push_back(check_dark(capture, host::CodeHistogram(capture.view()), found));
-                    break;
+                case ShotKind::dark: darks.push_back(check_dark(capture, Histogram(capture.view()), found)); break;
                 case ShotKind::flat: check_flat(capture, values_.black_level, found); break;
                 case ShotKind::grey: check_grey(capture, values_, host::default_window(capture.sensor), found); break;
                 case ShotKind::chart: check_whole_chart(capture, found); break;
@@ -202,7 +200,7 @@ TEST(DarkChecks, TellDefectsLinesAndBlocksApart) {
     at(5, 8) = 0;
     at(7, 7) = 103;  // as far as rounding may take a sample
     host::Judge found = judge();
-    const host::DarkMeasures measures = check_dark(dark, host::CodeHistogram(dark.view()), found);
+    const host::DarkMeasures measures = check_dark(dark, Histogram(dark.view()), found);
     EXPECT_EQ(measures.defects, 66U);
     EXPECT_DOUBLE_EQ(measures.defects_ppm, 66e6 / 4096);
     ASSERT_EQ(measures.worst_defects.size(), 2U);  // without the column's
@@ -221,7 +219,7 @@ TEST(DarkChecks, TellDefectsLinesAndBlocksApart) {
     for (int i = 0; i < 32 * 32; ++i) {
         at(32 + i % 32, 32 + i / 32) = 102;  // one of the 2 x 2 blocks of such a frame
     }
-    EXPECT_NEAR(check_dark(dark, host::CodeHistogram(dark.view()), found).block_range, 2, 1e-9);
+    EXPECT_NEAR(check_dark(dark, Histogram(dark.view()), found).block_range, 2, 1e-9);
 }
 
 TEST(FlatChecks, GoByTheFilesWhiteLevelAndTheKindOfMesh) {

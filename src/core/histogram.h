@@ -3,23 +3,25 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 #include "core/channel.h"
 #include "core/frame.h"
 #include "core/scratch.h"
 
-namespace cali::blc {
-
-inline constexpr uint32_t kBins = 4096;
+namespace cali {
 
 /// 4 channels x 4096 counts, by channel code and sample value. Samples of 4096 or more are skipped. Takes every
 /// mosaic of the extended lookup; codes that are no channel are skipped. Throws std::bad_alloc.
 class Histogram {
 public:
+    static constexpr uint32_t kBins = 4096;
+
     explicit Histogram(const ConstRawFrame& frame);
 
-    /// kBins counts.
-    [[nodiscard]] const uint32_t* channel(std::size_t code) const { return counts_.data() + code * kBins; }
+    [[nodiscard]] std::span<const uint32_t, kBins> channel(std::size_t code) const {
+        return std::span<const uint32_t, kBins>(counts_.data() + code * kBins, kBins);
+    }
 
 private:
     void count_bayer(const ConstRawFrame& frame);
@@ -28,4 +30,4 @@ private:
     Scratch<uint32_t> counts_;
 };
 
-}  // namespace cali::blc
+}  // namespace cali

@@ -1,14 +1,14 @@
-#include "blc/histogram.h"
+#include "core/histogram.h"
 
 #include <algorithm>
 
-namespace cali::blc {
+namespace cali {
 namespace {
 
 /// Counts of one cell position, and a bin that takes what is out of range.
-constexpr std::size_t kStride = kBins + 1;
+constexpr std::size_t kStride = Histogram::kBins + 1;
 
-std::size_t bin_of(uint32_t sample) { return std::min(sample, kBins); }
+std::size_t bin_of(uint32_t sample) { return std::min(sample, Histogram::kBins); }
 
 }  // namespace
 
@@ -78,4 +78,4 @@ void Histogram::count_mosaic(const ConstRawFrame& frame) {
     }
 }
 
-}  // namespace cali::blc
+}  // namespace cali
