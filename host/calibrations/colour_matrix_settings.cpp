@@ -6,20 +6,20 @@
 namespace cali::host {
 namespace {
 
-constexpr std::array<const char*, 4> kMethodNames = {"lsq", "optimised", "joint", "measured"};
+constexpr std::array<const char*, 4> kMatrixMethods = {"lsq", "optimised", "joint", "measured"};
 constexpr std::array<int, 2> kWhitePoints = {65, 50};
 
 }  // namespace
 
-const char* matrix_method_name(MatrixMethod method) { return kMethodNames[static_cast<std::size_t>(method)]; }
+const char* matrix_method_name(MatrixMethod method) { return kMatrixMethods[static_cast<std::size_t>(method)]; }
 
 MatrixMethod parse_matrix_method(const std::string& text, const std::string& where) {
-    return parse_choice<MatrixMethod>(kMethodNames, text, where);
+    return parse_choice<MatrixMethod>(kMatrixMethods, text, where);
 }
 
 int parse_white_point(const std::string& text, const std::string& where) {
-    constexpr std::array<const char*, 2> kNames = {"D65", "D50"};
-    return kWhitePoints[parse_choice<std::size_t>(kNames, text, where)];
+    constexpr std::array<const char*, 2> kWhitePointNames = {"D65", "D50"};
+    return kWhitePoints[parse_choice<std::size_t>(kWhitePointNames, text, where)];
 }
 
 std::string white_point_name(int white_point) { return text("D%d", white_point); }

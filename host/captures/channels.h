@@ -11,6 +11,8 @@ namespace cali::host {
 
 enum ChannelIndex : std::size_t { kRR, kGR, kGB, kBB };
 inline constexpr std::array<const char*, 4> kChannelKeys = {"rr", "gr", "gb", "bb"};
+/// Of values per colour, which no channel's name fits.
+inline constexpr std::array<const char*, 4> kColourKeys = {"red", "green", "blue", "infrared"};
 
 /// Of the library's channel codes, which run blue first.
 [[nodiscard]] constexpr std::size_t index_of(Channel channel) { return static_cast<std::size_t>(RR - channel); }

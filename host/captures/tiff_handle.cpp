@@ -26,8 +26,8 @@ struct TiffHandle::Stream {
 
 namespace {
 
-constexpr std::array<std::string_view, 4> kMagics = {std::string_view("II*\0", 4), std::string_view("MM\0*", 4),
-                                                     std::string_view("II+\0", 4), std::string_view("MM\0+", 4)};
+constexpr std::array<std::string_view, 4> kTiffMagics = {std::string_view("II*\0", 4), std::string_view("MM\0*", 4),
+                                                         std::string_view("II+\0", 4), std::string_view("MM\0+", 4)};
 
 /// What libtiff calls. No exception may pass through it; nothing here throws but for want of memory while writing.
 template <typename Stream>
@@ -91,7 +91,7 @@ struct Calls {
 bool has_tiff_magic(std::span<const uint8_t> content) {
     const std::string_view start(reinterpret_cast<const char*>(content.data()),
                                  std::min<std::size_t>(content.size(), 4));
-    return std::ranges::find(kMagics, start) != kMagics.end();
+    return std::ranges::find(kTiffMagics, start) != kTiffMagics.end();
 }
 
 TiffHandle::TiffHandle(const std::filesystem::path& file, std::span<const uint8_t> content)

@@ -14,7 +14,6 @@ namespace {
 
 constexpr double kLeastTurned = 0.5;  ///< score of a chart that is one, but not upright
 constexpr double kLeastSamples = 16;  ///< of a channel in a window whose deviation means something
-constexpr std::array<const char*, 3> kColours = {"red", "green", "blue"};
 
 std::string patch_name(std::size_t patch) { return text("patch %zu", patch + 1); }
 
@@ -60,10 +59,10 @@ Severity check_levels(const std::vector<Colour>& colours, Judge& judge) {
     std::string place;
     for (std::size_t patch = 0; patch < colours.size(); ++patch) {
         brightest = std::max(brightest, colours[patch][1]);
-        for (std::size_t c = 0; c < kColours.size(); ++c) {
+        for (std::size_t c = 0; c < colours[patch].size(); ++c) {
             if (colours[patch][c] < darkest) {
                 darkest = colours[patch][c];
-                place = patch_name(patch) + ", " + kColours[c];
+                place = patch_name(patch) + ", " + kColourKeys[c];
             }
         }
     }
@@ -115,7 +114,7 @@ void check_neutral(const std::vector<Colour>& measured, Judge& judge) {
             const double difference = std::abs(grey[c] / grey[1] - 1) * 100;
             if (difference > worst && *std::ranges::max_element(grey) < kClipped) {
                 worst = difference;
-                place = patch_name(patch) + ", " + kColours[c];
+                place = patch_name(patch) + ", " + kColourKeys[c];
             }
         }
     }
@@ -202,7 +201,7 @@ void check_matrix(const MatrixCalibration& matrix, std::optional<double> leave_o
             colour = row;
         }
     }
-    judge.hold(Check::chart_amplification, amplification, kColours[colour]);
+    judge.hold(Check::chart_amplification, amplification, kColourKeys[colour]);
 }
 
 }  // namespace cali::host

@@ -203,7 +203,6 @@ void check_flattened(const LensShading& shading, const SensorGeometry& sensor, J
             judge.hold(Check::flat_residual_worst, after.worst_colour_shift * 100, "colour");
         }
     }
-    constexpr std::array<const char*, 3> kColours = {"red", "green", "blue"};
     double worst = 0;
     std::size_t colour = 1;
     for (std::size_t c = 0; c < shading.tables.mesh.size(); ++c) {
@@ -215,7 +214,7 @@ void check_flattened(const LensShading& shading, const SensorGeometry& sensor, J
             colour = c;
         }
     }
-    judge.hold(Check::flat_gain_limit, worst * 100, kColours[colour]);
+    judge.hold(Check::flat_gain_limit, worst * 100, kColourKeys[colour]);
 }
 
 }  // namespace cali::host

@@ -44,8 +44,8 @@ double flicker_of(const MeasuredLevel& level) {
         most = std::max(most, brightness);
         mean += brightness / frames;
     }
-    constexpr double kNoiseDeviations = 5;  // the range of a few frames by noise alone
-    return mean > 0 ? beyond_noise(most - least, kNoiseDeviations * std::sqrt(noise)) / mean : 0;
+    constexpr double kRangeDeviations = 5;  // the range of a few frames by noise alone
+    return mean > 0 ? beyond_noise(most - least, kRangeDeviations * std::sqrt(noise)) / mean : 0;
 }
 
 void check_order(std::span<const MeasuredLevel> levels, Judge& judge) {

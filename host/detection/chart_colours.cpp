@@ -9,7 +9,7 @@
 namespace cali::host {
 namespace {
 
-constexpr int kRounds = 4;
+constexpr int kFitRounds = 4;
 constexpr double kDark = 0.03;       // of the mean: differences in the dark count relative to this much more
 constexpr double kStiffLight = 0.3;  // patches' weight of an even light
 constexpr double kStiffMatrix = 1e-3;
@@ -58,7 +58,7 @@ ColourFit fit_colours(const PatchColours& measured) {
     std::array<double, kChartPatches> light{};
     light.fill(1);
     PatchColours expected{};
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < kFitRounds; ++round) {
         for (std::size_t c = 0; c < 3; ++c) {
             LeastSquares<4> channel(kStiffMatrix);
             const auto terms = [&](std::size_t patch) -> std::array<double, 4> {
@@ -75,7 +75,7 @@ ColourFit fit_colours(const PatchColours& measured) {
                 expected[patch][c] = row[0] * t[0] + row[1] * t[1] + row[2] * t[2] + row[3];
             }
         }
-        if (round + 1 == kRounds) {
+        if (round + 1 == kFitRounds) {
             break;
         }
         LeastSquares<6> field(kStiffLight);

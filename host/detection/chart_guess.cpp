@@ -11,9 +11,6 @@ constexpr std::size_t kLeastInside = 8;  // regions of a lattice within a place 
 constexpr double kLeastCell = 3;         // pixels
 constexpr double kWorthRefining = 0.9;   // colour residual
 
-constexpr int kColumns = kChartColumns;
-constexpr int kRows = kChartRows;
-
 /// The chart in each of the eight orders on a lattice: columns and rows of the lattice that its patches have.
 struct Order {
     bool on_side;  ///< its rows run along the lattice's columns

@@ -25,6 +25,10 @@ struct ChartGuess {
 /// Half of what is measured of a cell.
 inline constexpr double kMeasuredHalf = 0.22;
 
+/// Of the chart, where they count lattices.
+inline constexpr int kColumns = kChartColumns;
+inline constexpr int kRows = kChartRows;
+
 /// A patch's middle, in cells from the chart's corner.
 [[nodiscard]] inline double column_of(std::size_t patch) { return static_cast<double>(patch % kChartColumns) + 0.5; }
 [[nodiscard]] inline double row_of(std::size_t patch) { return static_cast<double>(patch / kChartColumns) + 0.5; }

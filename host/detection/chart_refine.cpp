@@ -11,9 +11,7 @@
 namespace cali::host {
 namespace {
 
-constexpr std::size_t kLeastInside = 8;  // patches whose sides are seen
-constexpr int kColumns = kChartColumns;
-constexpr int kRows = kChartRows;
+constexpr std::size_t kLeastSeen = 8;  // patches whose sides are seen
 
 /// How far a patch's side is from its middle, in cells along `du`, `dv`; where something begins that looks different.
 std::optional<double> side_at(const SmallPicture& picture, const ChartMap& map, const Point& middle, double du,
@@ -128,7 +126,7 @@ void refine(const SmallPicture& picture, ChartGuess& guess) {
             }
         }
         guess.edge_support = supported / (4.0 * kChartPatches);
-        if (chart.size() < 2 * kLeastInside) {
+        if (chart.size() < 2 * kLeastSeen) {
             return;
         }
         // Twice, the second time without what lies off.
@@ -177,7 +175,7 @@ public:
         }
         for (int row = 1; row < kRows; ++row) {
             for (int column = 1; column < kColumns; ++column) {
-                add(gap_, picture.level_at(guess.map(column, row)), (kChartRows - 1) * (kChartColumns - 1));
+                add(gap_, picture.level_at(guess.map(column, row)), (kRows - 1) * (kColumns - 1));
             }
         }
     }
@@ -191,7 +189,7 @@ public:
             for (int column = std::max(left, 0); column <= std::min(left + 1, kColumns - 1); ++column) {
                 const double share = down * cover(u - column - 0.5, half_[0]);
                 const auto& patch =
-                    patches_[static_cast<std::size_t>(row) * kChartColumns + static_cast<std::size_t>(column)];
+                    patches_[static_cast<std::size_t>(row) * kColumns + static_cast<std::size_t>(column)];
                 for (std::size_t c = 0; c < 3; ++c) {
                     level[c] += share * (patch[c] - gap_[c]);
                 }

@@ -9,8 +9,8 @@
 namespace cali::host {
 namespace {
 
-constexpr double kWidth = 900;
-constexpr double kHeight = 600;
+constexpr double kPlotWidth = 900;
+constexpr double kPlotHeight = 600;
 constexpr double kMargin = 60;
 constexpr std::array<const char*, 4> kColours = {"#c0392b", "#27ae60", "#16a085", "#2980b9"};
 constexpr int kTicks = 5;
@@ -21,9 +21,9 @@ struct Scale {
     double most_x;
     double most_y;
 
-    [[nodiscard]] double x(double mean) const { return kMargin + mean / most_x * (kWidth - 2 * kMargin); }
+    [[nodiscard]] double x(double mean) const { return kMargin + mean / most_x * (kPlotWidth - 2 * kMargin); }
     [[nodiscard]] double y(double deviation) const {
-        return kHeight - kMargin - deviation / most_y * (kHeight - 2 * kMargin);
+        return kPlotHeight - kMargin - deviation / most_y * (kPlotHeight - 2 * kMargin);
     }
 };
 
@@ -38,11 +38,11 @@ std::string axes(const Scale& scale) {
         const double mean = scale.most_x * i / kTicks;
         const double deviation = scale.most_y * i / kTicks;
         svg += text("<path d=\"M%.1f %.1fV%.1f M%.1f %.1fH%.1f\" stroke=\"#ddd\"/>\n", scale.x(mean), kMargin,
-                    kHeight - kMargin, kMargin, scale.y(deviation), kWidth - kMargin);
-        svg += label(scale.x(mean), kHeight - kMargin + 20, "middle", text("%.0f", mean));
+                    kPlotHeight - kMargin, kMargin, scale.y(deviation), kPlotWidth - kMargin);
+        svg += label(scale.x(mean), kPlotHeight - kMargin + 20, "middle", text("%.0f", mean));
         svg += label(kMargin - 8, scale.y(deviation) + 4, "end", text("%.1f", deviation));
     }
-    svg += label(kWidth / 2, kHeight - 15, "middle", "mean above black, codes of 12 bits");
+    svg += label(kPlotWidth / 2, kPlotHeight - 15, "middle", "mean above black, codes of 12 bits");
     return svg +
            label(kMargin, kMargin - 20, "start", "standard deviation, codes; line: linear, dashed: from variance");
 }
@@ -86,7 +86,7 @@ std::string noise_plot(const NoiseResults& results) {
         "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %.0f %.0f\" "
         "font-family=\"sans-serif\" font-size=\"13\">\n<rect width=\"100%%\" height=\"100%%\" "
         "fill=\"white\"/>\n",
-        kWidth, kHeight);
+        kPlotWidth, kPlotHeight);
     svg += axes(scale);
     for (const ChannelLabel& channel : channel_labels(results.record.mono)) {
         svg += channel_curves(scale, results, channel.index);

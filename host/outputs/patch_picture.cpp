@@ -18,8 +18,8 @@ constexpr uint8_t kBackground = 24;  // darker than the darkest patch
 constexpr std::size_t kCell = kPictureCell;
 constexpr std::size_t kGap = kPictureGap;
 constexpr std::size_t kStripe = kCell / 3;
-constexpr std::size_t kWidth = kChartColumns * (kCell + kGap) + kGap;
-constexpr std::size_t kHeight = kChartRows * (kCell + kGap) + kGap;
+constexpr std::size_t kPictureWidth = kChartColumns * (kCell + kGap) + kGap;
+constexpr std::size_t kPictureHeight = kChartRows * (kCell + kGap) + kGap;
 
 /// IEC 61966-2-1; dark where it is not a number.
 uint8_t srgb_code(double linear) {
@@ -31,7 +31,7 @@ uint8_t srgb_code(double linear) {
 
 std::string patch_picture(const Swatches& swatches) {
     const std::array stripes = {&swatches.measured, &swatches.corrected, &swatches.reference};
-    std::vector<uint8_t> pixels(kWidth * kHeight * 3, kBackground);
+    std::vector<uint8_t> pixels(kPictureWidth * kPictureHeight * 3, kBackground);
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
         const std::size_t left = kGap + patch % kChartColumns * (kCell + kGap);
         const std::size_t top = kGap + patch / kChartColumns * (kCell + kGap);
@@ -40,12 +40,12 @@ std::string patch_picture(const Swatches& swatches) {
             const std::array<uint8_t, 3> code = {srgb_code(colour[0]), srgb_code(colour[1]), srgb_code(colour[2])};
             for (std::size_t y = top; y < top + kCell; ++y) {
                 for (std::size_t x = 0; x < kStripe; ++x) {
-                    std::ranges::copy(code, &pixels[(y * kWidth + left + stripe * kStripe + x) * 3]);
+                    std::ranges::copy(code, &pixels[(y * kPictureWidth + left + stripe * kStripe + x) * 3]);
                 }
             }
         }
     }
-    return png_of(pixels, kWidth, kHeight);
+    return png_of(pixels, kPictureWidth, kPictureHeight);
 }
 
 }  // namespace cali::host

@@ -6,7 +6,6 @@
 namespace cali::host {
 namespace {
 
-constexpr std::array<const char*, 4> kColourKeys = {"red", "green", "blue", "infrared"};
 constexpr std::size_t kGreen = 1;
 constexpr const char* kMonoKey = "y";
 

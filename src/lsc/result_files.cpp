@@ -10,7 +10,6 @@
 namespace cali::lsc {
 namespace {
 
-constexpr int32_t kPictureFullScale = 4096;
 constexpr std::array<const char*, 3> kSampleFiles = {"_sample_rr_nr.ppm", "_sample_gg_nr.ppm", "_sample_bb_nr.ppm"};
 
 void write_text(const char* name, const std::string& text) {
@@ -22,7 +21,7 @@ void write_text(const char* name, const std::string& text) {
 
 void write_grey(const char* name, const uint32_t* samples, int32_t width, int32_t height) {
     const OwnedPicture picture(width, height);
-    write_ppm_planes(name, picture.get(), {samples, samples, samples}, kPictureFullScale);
+    write_ppm_planes(name, picture.get(), {samples, samples, samples}, kWhiteOf12Bits);
 }
 
 void write_profile(const char* name, const std::vector<float>& profile) {

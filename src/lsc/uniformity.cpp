@@ -9,8 +9,6 @@
 namespace cali::lsc {
 namespace {
 
-constexpr int32_t kPictureFullScale = 4096;
-
 /// From the middle of the frame: an eighth of its width by a sixth of its height.
 WbGains centre_gains(const ConstRawFrame& frame) {
     const auto half_width = static_cast<int32_t>(frame.width * 0.125 * 0.5);
@@ -65,9 +63,9 @@ UniformityReport::UniformityReport(int32_t width, int32_t height) : picture_(wid
 
 Uniformity UniformityReport::run(const ConstRawFrame& input, const ConstRawFrame& mesh_output,
                                  const ConstRawFrame& radial_output) {
-    write_ppm_mosaic("_lsc_in.ppm", picture_.get(), input, kPictureFullScale);
-    write_ppm_mosaic("_lscm_out.ppm", picture_.get(), mesh_output, kPictureFullScale);
-    write_ppm_mosaic("_lscr_out.ppm", picture_.get(), radial_output, kPictureFullScale);
+    write_ppm_mosaic("_lsc_in.ppm", picture_.get(), input, kWhiteOf12Bits);
+    write_ppm_mosaic("_lscm_out.ppm", picture_.get(), mesh_output, kWhiteOf12Bits);
+    write_ppm_mosaic("_lscr_out.ppm", picture_.get(), radial_output, kWhiteOf12Bits);
     FrontEnd balance;
     balance.wb_gains = centre_gains(mesh_output);
     apply_front_end(radial_output, balance, balanced_.data());
@@ -87,7 +85,7 @@ void UniformityReport::write_cells(const char* name, const ConstRawFrame& frame)
             }
         }
     }
-    write_ppm_planes(name, picture_.get(), {cells_[0].data(), cells_[1].data(), cells_[2].data()}, kPictureFullScale);
+    write_ppm_planes(name, picture_.get(), {cells_[0].data(), cells_[1].data(), cells_[2].data()}, kWhiteOf12Bits);
 }
 
 Uniformity UniformityReport::statistics(int32_t width, int32_t height) const {

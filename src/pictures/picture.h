@@ -31,6 +31,9 @@ private:
     Picture picture_;
 };
 
+/// White of pictures in codes of 12 bits.
+inline constexpr int32_t kWhiteOf12Bits = 4096;
+
 /// A sample in 8 bits, at most 255.
 [[nodiscard]] uint8_t limited_byte(uint32_t sample, int32_t full_scale);
 

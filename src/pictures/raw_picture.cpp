@@ -5,12 +5,6 @@
 #include "pictures/picture.h"
 
 namespace cali {
-namespace {
-
-constexpr int32_t kPictureFullScale = 4096;
-
-}  // namespace
-
 void write_raw_picture(const ConstRawFrame& frame, const FrontEnd& front_end) {
     const Scratch<uint32_t> corrected(frame.size());
     apply_front_end(frame, front_end, corrected.data());
@@ -20,7 +14,7 @@ void write_raw_picture(const ConstRawFrame& frame, const FrontEnd& front_end) {
     uint8_t* next = bytes.data();
     for (const RgbPixel& pixel : pixels.span()) {
         for (const uint32_t code : pixel) {
-            *next++ = limited_byte(code, kPictureFullScale);
+            *next++ = limited_byte(code, kWhiteOf12Bits);
             *next++ = 0;
         }
     }

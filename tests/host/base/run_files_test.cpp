@@ -10,16 +10,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-template <typename Tell>
-std::string refusal(Tell tell) {
-    try {
-        tell(host::RunFiles());
-    } catch (const host::InputError& problem) {
-        return problem.what();
-    }
-    return "";
-}
-
 TEST(RunFiles, AnOutputIsAFileOfItsOwn) {
     const TemporaryFolder folder;
     const fs::path capture = folder / "c.raw";
@@ -34,7 +24,8 @@ TEST(RunFiles, AnOutputIsAFileOfItsOwn) {
         fs::create_symlink("there/new", folder / "dangling");
     }
     for (const fs::path& name : {folder / "hard", folder / "there/../c.raw"}) {
-        EXPECT_EQ(refusal([&](host::RunFiles files) {
+        EXPECT_EQ(refusal([&] {
+                      host::RunFiles files;
                       files.growing(name, "--results");
                       files.input(capture, "capture");
                   }),
@@ -42,7 +33,8 @@ TEST(RunFiles, AnOutputIsAFileOfItsOwn) {
                       ", expected a file of its own");
     }
     for (const fs::path& name : links) {  // neither exists yet
-        EXPECT_EQ(refusal([&](host::RunFiles files) {
+        EXPECT_EQ(refusal([&] {
+                      host::RunFiles files;
                       files.output(folder / "there/new", "--plot");
                       files.output(name, "--cube");
                   }),

@@ -116,12 +116,7 @@ void write_form(const std::filesystem::path& file, int bits, const Codes& codes)
 }
 
 std::string error_of(const std::filesystem::path& file, const Geometry& given) {
-    try {
-        (void)host::read_frame(file, given);
-    } catch (const host::InputError& problem) {
-        return problem.what();
-    }
-    return "no error";
+    return refusal([&] { (void)host::read_frame(file, given); });
 }
 
 std::string setting(const host::Capture& capture, const std::string& name) {

@@ -17,15 +17,6 @@ Geometry geometry(std::optional<int> width, std::optional<int> height, std::opti
     return {width, height, 3, bits, "the test"};
 }
 
-std::string error_of(const std::filesystem::path& file, const Geometry& given) {
-    try {
-        (void)host::read_capture(file, given);
-    } catch (const host::InputError& problem) {
-        return problem.what();
-    }
-    return "no error";
-}
-
 TEST(LibraryScale, ShiftsUpAndRoundsDown) {
     EXPECT_EQ(host::to_library_scale(255, 8), 4080U);
     EXPECT_EQ(host::to_library_scale(1023, 10), 4092U);
@@ -121,7 +112,8 @@ TEST(Capture, ErrorsNameTheFileWhatWasFoundAndWhatWasExpected) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.expected);
-        EXPECT_NE(error_of(c.file, c.given).find(c.expected), std::string::npos) << error_of(c.file, c.given);
+        const std::string error = refusal([&] { (void)host::read_capture(c.file, c.given); });
+        EXPECT_NE(error.find(c.expected), std::string::npos) << error;
     }
 }
 

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
+
 namespace cali::test {
 
 /// A fresh folder that goes when it is done with, or one that is there and stays.
@@ -65,6 +67,17 @@ void expect_errors(const TemporaryFolder& folder, const std::vector<ErrorCase>& 
 [[nodiscard]] std::string read_text(const std::filesystem::path& file);
 void write_text(const std::filesystem::path& file, const std::string& text);
 [[nodiscard]] nlohmann::json read_json(const std::filesystem::path& file);
+
+/// What InputError says of a call.
+template <typename Call>
+std::string refusal(const Call& call) {
+    try {
+        call();
+    } catch (const host::InputError& problem) {
+        return problem.what();
+    }
+    return "no error";
+}
 
 /// Replaces the one place where `from` stands.
 [[nodiscard]] std::string replaced(std::string text, const std::string& from, const std::string& to);
