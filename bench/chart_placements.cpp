@@ -46,7 +46,7 @@ Capture capture_of(const SensorModel& sensor, const Scene& scene, uint64_t seed)
     Capture capture;
     capture.sensor = {sensor.width, sensor.height, sensor.pattern, sensor.bits, {}, false};
     const auto codes = expose(sensor, scene, seed, 0);
-    capture.samples.assign(codes.begin(), codes.end());
+    capture.samples = Samples(codes.begin(), codes.end());
     return capture;
 }
 

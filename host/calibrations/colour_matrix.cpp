@@ -11,9 +11,9 @@
 #include "calibrations/chart_reference.h"
 #include "calibrations/chart_reference_file.h"
 #include "chart/matrix_fit.h"
+#include "library/chart_meter.h"
 #include "library/chart_mosaic.h"
 #include "library/exports.h"
-#include "library/front_end.h"
 #include "math/colour_matrix.h"
 #include "math/colour_space.h"
 
@@ -68,7 +68,7 @@ void scale_exposure(TuningValues& values, double factor) {
 
 struct FitRequest {
     const TuningValues& values;
-    const ChartWindows& windows;
+    ChartMeter& meter;
     const MatrixSettings& settings;
     const std::vector<Colour>& reference;  ///< of the measured method; exports have their own table
     exports::PatchWeights weights = exports::kEqualWeights;
@@ -101,12 +101,12 @@ MatrixRegisters fit_measured(const std::filesystem::path& file, const std::vecto
 
 /// By the method; the joint one finds its own gains.
 MatrixRegisters fit(Capture& chart, const FitRequest& request, GainRegisters& gains, const LibraryOutput& output) {
-    const auto& [values, windows, settings, reference, weights] = request;
+    const auto& [values, meter, settings, reference, weights] = request;
+    const ChartWindows& windows = meter.windows();
     switch (settings.method) {
         case MatrixMethod::lsq: return exports::ccm_pipe(chart, values, windows, weights, output);
         case MatrixMethod::joint: return exports::awb_ccm(chart, values, windows, weights, gains, output);
-        case MatrixMethod::measured:
-            return fit_measured(chart.file, measure_chart_windows(chart, values, windows), request);
+        case MatrixMethod::measured: return fit_measured(chart.file, meter.colours(values), request);
         default: break;
     }
     constexpr int kMostNodes = exports::kMostOptimisedNodes;
@@ -121,18 +121,19 @@ MatrixRegisters fit(Capture& chart, const FitRequest& request, GainRegisters& ga
 /// The fit with other weights, its gains known, from what the windows hold: the front end does not run again.
 class Refit {
 public:
-    Refit(const Capture& chart, const FitRequest& whole) : whole_(whole), file_(chart.file) {
-        const auto& [values, windows, settings, reference, weights] = whole;
+    explicit Refit(const FitRequest& whole) : whole_(whole), file_(whole.meter.chart().file) {
+        const auto& [values, meter, settings, reference, weights] = whole;
         switch (settings.method) {
-            case MatrixMethod::optimised: mosaic_ = set_together(chart, values, windows); break;
-            case MatrixMethod::measured: colours_ = measure_chart_windows(chart, values, windows); break;
-            default: means_ = measure_chart(chart.view(), front_end_of(values), windows);
+            case MatrixMethod::optimised: mosaic_ = set_together(meter.chart(), values, meter.windows()); break;
+            case MatrixMethod::measured: colours_ = meter.colours(values); break;
+            default: means_ = meter.means(values);
         }
     }
 
     [[nodiscard]] std::array<float, 9> matrix(const exports::PatchWeights& weights) {
         if (mosaic_) {
-            FitRequest request{mosaic_->values, mosaic_->windows, whole_.settings, whole_.reference, weights};
+            ChartMeter meter(mosaic_->frame, mosaic_->windows);
+            FitRequest request{mosaic_->values, meter, whole_.settings, whole_.reference, weights};
             GainRegisters gains;
             return fit(mosaic_->frame, request, gains, quiet_).value;
         }
@@ -154,8 +155,8 @@ private:
 
 /// Fills `uncertainty` and `leave_one_out`: the fit again without each patch. The standard error is the delete-one
 /// jackknife's (B. Efron, C. Stein, The jackknife estimate of variance, Annals of Statistics 9, 1981).
-void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCalibration& result) {
-    Refit refit(chart, whole);
+void leave_patches_out(const FitRequest& whole, MatrixCalibration& result) {
+    Refit refit(whole);
     constexpr double kCount = kChartPatches;
     std::vector<std::array<float, 9>> without;
     std::array<double, 9> mean{};
@@ -182,14 +183,14 @@ void leave_patches_out(const Capture& chart, const FitRequest& whole, MatrixCali
 }
 
 /// Scales the restoring gains by the factor that brings the greys to those of `reference`, and returns it.
-double expose(const Capture& chart, const ChartWindows& windows, const std::vector<Colour>& reference,
-              TuningValues& values) {
+double expose(ChartMeter& meter, const std::vector<Colour>& reference, TuningValues& values) {
     const GainRegisters gains = values.gains;
     values.gains = {};
-    const std::vector<Colour> raw = measure_chart_windows(chart, values, windows);
+    const std::vector<Colour> raw = meter.colours(values);
     const double exposure = grey_sum(reference, 1) / grey_sum(raw, 1);
     if (!std::isfinite(exposure) || exposure <= 0) {
-        throw CalibrationError(chart.file.filename().string() + ": the chart's greys show no light above black");
+        throw CalibrationError(meter.chart().file.filename().string() +
+                               ": the chart's greys show no light above black");
     }
     scale_exposure(values, exposure);
     values.gains = gains;
@@ -197,10 +198,10 @@ double expose(const Capture& chart, const ChartWindows& windows, const std::vect
 }
 
 /// Fills what the matrix makes of the chart behind `values` and its gains, exposed as its reference.
-void prove(const Capture& chart, const ChartWindows& windows, TuningValues values, MatrixCalibration& result) {
+void prove(ChartMeter& meter, TuningValues values, MatrixCalibration& result) {
     values.gains = result.gains;
-    result.exposure = expose(chart, windows, result.reference, values);
-    result.measured = measure_chart_windows(chart, values, windows);
+    result.exposure = expose(meter, result.reference, values);
+    result.measured = meter.colours(values);
     result.limited = 0;
     result.corrected = apply_matrix(result.matrix.value, result.measured, result.limited);
     result.before = differences(result.measured, result.reference, result.settings.white_point);
@@ -246,12 +247,13 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
             {"chart reference", reference_name(settings.reference) + ", " + measured.light, Source::metadata}};
     }
 
+    ChartMeter meter(chart, windows);
     TuningValues applied = values;
-    (void)expose(chart, windows, settings.method == MatrixMethod::measured ? result.reference : built_in, applied);
-    result.matrix = fit(chart, {applied, windows, settings, result.reference}, result.gains, output);
-    prove(chart, windows, values, result);
+    (void)expose(meter, settings.method == MatrixMethod::measured ? result.reference : built_in, applied);
+    result.matrix = fit(chart, {applied, meter, settings, result.reference}, result.gains, output);
+    prove(meter, values, result);
     applied.gains = result.gains;
-    leave_patches_out(chart, {applied, windows, settings, result.reference}, result);
+    leave_patches_out({applied, meter, settings, result.reference}, result);
     return result;
 }
 
@@ -264,7 +266,8 @@ MatrixCalibration prove_matrix(const Capture& chart, const TuningValues& values,
     result.windows_from = place_name(place);
     result.flat_field = values.flat_field;
     result.gains = values.gains;
-    prove(chart, windows, values, result);
+    ChartMeter meter(chart, windows);
+    prove(meter, values, result);
     return result;
 }
 

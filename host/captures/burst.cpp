@@ -36,7 +36,7 @@ public:
             FileFrame frame = read_frame(file, geometry_);
             if (means_.empty()) {
                 capture_ = std::move(frame.capture);
-                sums_.assign(frame.codes.size(), 0);
+                sums_ = FrameVector<uint32_t>(frame.codes.size(), 0);
             } else {
                 require_same_sensor(frame.capture.sensor, file.string(), capture_.sensor, entry_.file().string());
                 if (!entry_.taken.gain) {
@@ -66,7 +66,7 @@ public:
 
     [[nodiscard]] Capture mean() {
         const std::size_t count = means_.size() - capture_.left_out.size();
-        capture_.samples.resize(sums_.size());
+        capture_.samples = Samples(sums_.size());
         std::ranges::transform(sums_, capture_.samples.begin(), [&](uint32_t sum) {
             return mean_on_library_scale(sum, static_cast<uint32_t>(count), capture_.sensor.bits);
         });

@@ -117,11 +117,10 @@ public:
         const std::size_t pitch = sizes.raw_pitch / sizeof(uint16_t);
         const auto columns = static_cast<std::size_t>(capture_.sensor.width);
         const int most = (1 << capture_.sensor.bits) - 1;
-        Codes codes;
-        codes.reserve(photosites(capture_.sensor));
+        Codes codes(photosites(capture_.sensor));
         for (std::size_t y = 0; y < static_cast<std::size_t>(capture_.sensor.height); ++y) {
             const uint16_t* const row = data.raw_image + (y + sizes.top_margin) * pitch + sizes.left_margin;
-            codes.insert(codes.end(), row, row + columns);
+            std::copy_n(row, columns, codes.data() + y * columns);
         }
         if (own_bits_) {
             std::ranges::transform(codes, codes.begin(),

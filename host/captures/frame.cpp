@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <ostream>
 #include <string>
 
@@ -62,7 +61,7 @@ Codes to_file_codes(std::span<const uint32_t> samples) {
 Capture to_capture(FileFrame frame) {
     Capture capture = std::move(frame.capture);
     const int bits = capture.sensor.bits;
-    capture.samples.resize(frame.codes.size());
+    capture.samples = Samples(frame.codes.size());
     // One loop for each of the two scales, which compilers vectorise.
     if (bits <= kLibraryBits) {
         std::ranges::transform(frame.codes, capture.samples.begin(),
@@ -87,8 +86,10 @@ void decode_samples(std::span<const uint8_t> bytes, const SampleForm& form, std:
 }
 
 bool exceed(std::span<const uint16_t> codes, int bits) {
-    const auto all = std::reduce(codes.begin(), codes.end(), uint16_t{0},
-                                 [](uint16_t a, uint16_t b) { return static_cast<uint16_t>(a | b); });
+    unsigned all = 0;
+    for (const uint16_t code : codes) {
+        all |= code;
+    }
     return (all >> static_cast<unsigned>(bits)) != 0;
 }
 

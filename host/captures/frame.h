@@ -58,7 +58,7 @@ public:
     }
     /// Its first 16-bit words as codes. Uses up the content.
     [[nodiscard]] Codes take_words(std::size_t count) {
-        words_.resize(count);
+        words_.shorten(count);
         return std::move(words_);
     }
 

@@ -28,7 +28,7 @@ ChartMosaic set_together(const Capture& chart, const TuningValues& values, const
     mosaic.frame.sensor.width = cell_width * static_cast<int32_t>(kChartColumns);
     mosaic.frame.sensor.height = cell_height * static_cast<int32_t>(kChartRows);
     const auto columns = static_cast<std::size_t>(mosaic.frame.sensor.width);
-    mosaic.frame.samples.resize(columns * static_cast<std::size_t>(mosaic.frame.sensor.height));
+    mosaic.frame.samples = Samples(columns * static_cast<std::size_t>(mosaic.frame.sensor.height));
     for (std::size_t i = 0; i < windows.size(); ++i) {
         const RoiRect& from = windows[i];
         RoiRect& to = mosaic.windows[i];

@@ -2,7 +2,6 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "chart/chart_measure.h"
 #include "core/channel.h"
 #include "library/exports.h"
 
@@ -67,19 +66,6 @@ Colour mean_colour(const Capture& frame, const TuningValues& values, const Windo
         sum[c] /= count[c] * kLibraryFullScale;
     }
     return sum;
-}
-
-std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,
-                                          const ChartWindows& windows) {
-    require_shadeable(chart);
-    std::vector<Colour> means;
-    for (const PatchSums& patch : sum_chart(chart.view(), front_end_of(values), windows)) {
-        Colour& mean = means.emplace_back();
-        for (std::size_t c = 0; c < mean.size(); ++c) {
-            mean[c] = static_cast<double>(patch.sum[c]) / (static_cast<double>(patch.count[c]) * kLibraryFullScale);
-        }
-    }
-    return means;
 }
 
 }  // namespace cali::host

@@ -20,10 +20,10 @@ void require_shadeable(const Capture& frame);
 [[nodiscard]] Samples apply_black_level(Capture& frame, const BlackLevels& black_level, const LibraryOutput& output);
 [[nodiscard]] Samples apply_front_end(Capture& frame, const TuningValues& values, const LibraryOutput& output);
 
-/// What `values` asks for.
 /// As the front end's stage takes it.
 [[nodiscard]] BlackLevel black_level_stage(const BlackLevels& black_level);
 
+/// What `values` asks for.
 [[nodiscard]] FrontEnd front_end_of(const TuningValues& values);
 
 /// A window's samples, row-major, behind the stages. The window must fit the frame. Throws InputError.
@@ -32,10 +32,5 @@ void require_shadeable(const Capture& frame);
 
 /// Mean colour of a window behind the front end, 1 at full scale. The window must fit the frame. Throws InputError.
 [[nodiscard]] Colour mean_colour(const Capture& frame, const TuningValues& values, const Window& window);
-
-/// Mean colours of a chart's windows behind the front end, 1 at full scale. Only the windows' samples go through the
-/// stages; windows must fit the frame. Throws InputError.
-[[nodiscard]] std::vector<Colour> measure_chart_windows(const Capture& chart, const TuningValues& values,
-                                                        const ChartWindows& windows);
 
 }  // namespace cali::host

@@ -16,6 +16,8 @@ namespace cali::host {
 struct BlackLevels {
     Channels<uint32_t> offset{};
     Channels<float> gain{1.0F, 1.0F, 1.0F, 1.0F};
+
+    bool operator==(const BlackLevels&) const = default;
 };
 
 /// Lens-shading grids, row-major, 512 = 1.0; unity by default.
@@ -25,6 +27,8 @@ struct ShadingGrids {
     std::vector<uint32_t> red = std::vector<uint32_t>(9, 512);
     std::vector<uint32_t> green = std::vector<uint32_t>(9, 512);
     std::vector<uint32_t> blue = std::vector<uint32_t>(9, 512);
+
+    bool operator==(const ShadingGrids&) const = default;
 };
 
 /// White-balance register gains, 1024 = 1.0.
@@ -32,6 +36,8 @@ struct GainRegisters {
     uint16_t red = 1024;
     uint16_t green = 1024;
     uint16_t blue = 1024;
+
+    bool operator==(const GainRegisters&) const = default;
 };
 
 /// What the front end applies.

@@ -61,8 +61,7 @@ ChartSums sum_chart(const ConstRawFrame& frame, const FrontEnd& front_end, const
     return sums;
 }
 
-ChartMeans measure_chart(const ConstRawFrame& frame, const FrontEnd& front_end, const ChartWindows& windows) {
-    const ChartSums sums = sum_chart(frame, front_end, windows);
+ChartMeans means_of(const ChartSums& sums) {
     ChartMeans means{};
     for (std::size_t i = 0; i < means.size(); ++i) {
         for (std::size_t colour = 0; colour < means[i].size(); ++colour) {
@@ -70,6 +69,10 @@ ChartMeans measure_chart(const ConstRawFrame& frame, const FrontEnd& front_end, 
         }
     }
     return means;
+}
+
+ChartMeans measure_chart(const ConstRawFrame& frame, const FrontEnd& front_end, const ChartWindows& windows) {
+    return means_of(sum_chart(frame, front_end, windows));
 }
 
 }  // namespace cali

@@ -24,7 +24,8 @@ using ChartSums = std::array<PatchSums, kChartPatches>;
 /// Means in codes.
 using ChartMeans = std::array<std::array<double, 3>, kChartPatches>;
 
-/// The same, divided.
+/// The sums, divided.
+[[nodiscard]] ChartMeans means_of(const ChartSums& sums);
 [[nodiscard]] ChartMeans measure_chart(const ConstRawFrame& frame, const FrontEnd& front_end,
                                        const ChartWindows& windows);
 

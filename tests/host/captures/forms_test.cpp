@@ -290,7 +290,7 @@ TEST(Dng, TellsGainBlackAndWhiteAtTheActiveAreasCorner) {
     EXPECT_EQ(capture.sensor.bits, 12);
     EXPECT_EQ(capture.sensor.white_level, 4095);
     EXPECT_EQ(frame.codes[0], codes[top * kWidth + left]);
-    EXPECT_EQ(frame.codes.back(), codes[(kHeight - 3) * kWidth + kWidth - 2]);
+    EXPECT_EQ(frame.codes.end()[-1], codes[(kHeight - 3) * kWidth + kWidth - 2]);
     EXPECT_EQ(capture.metadata.black_level, (std::array{66.75, 63.0, 64.25, 65.5}));
     EXPECT_EQ(capture.metadata.gain, 4.0);
     EXPECT_NEAR(capture.metadata.exposure_ms.value_or(0), 12.5, 1e-4);

@@ -72,7 +72,8 @@ protected:
                 const std::vector<uint16_t> codes = take(shot, plan.faults, plan.seed);
                 host::Capture& capture = taken.emplace_back();
                 capture.sensor = {sensor.width, sensor.height, sensor.pattern, sensor.bits, {}};
-                std::ranges::transform(codes, std::back_inserter(capture.samples),
+                capture.samples = host::Samples(codes.size());
+                std::ranges::transform(codes, capture.samples.begin(),
                                        [&](uint16_t code) { return host::to_library_scale(code, sensor.bits); });
             }
         });

@@ -26,7 +26,7 @@ Shown look_for(const SensorModel& sensor, const ChartView& view) {
     Capture capture;
     capture.sensor = {sensor.width, sensor.height, sensor.pattern, sensor.bits, {}, false};
     const auto codes = expose(sensor, shown.truth.scene, view.seed, 0);
-    capture.samples.assign(codes.begin(), codes.end());
+    capture.samples = host::Samples(codes.begin(), codes.end());
     BlackLevels black;
     std::ranges::transform(sensor.pedestal, black.offset.begin(),
                            [](double level) { return static_cast<uint32_t>(std::lround(level)); });
