@@ -29,31 +29,39 @@ std::ifstream open_file(const std::filesystem::path& file) {
     return stream;
 }
 
-/// The first `count` bytes, which it holds.
-FileContent read_bytes(const std::filesystem::path& file, uint64_t count) {
+/// The first `count` bytes, which it holds. `told` gets them part by part, as long as they are near.
+template <typename Told>
+FileContent read_bytes(const std::filesystem::path& file, uint64_t count, Told told) {
+    constexpr std::size_t kPart = std::size_t{1} << 18U;
     std::ifstream stream = open_file(file);
     FileContent content(static_cast<std::size_t>(count));
-    const std::span<uint8_t> bytes = content.bytes();
-    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (stream.gcount() != static_cast<std::streamsize>(bytes.size())) {
-        throw InputError(file.string() + ": reading failed");
+    for (std::span<uint8_t> rest = content.bytes(); !rest.empty();) {
+        const std::span<uint8_t> part = rest.first(std::min(rest.size(), kPart));
+        if (!stream.read(reinterpret_cast<char*>(part.data()), static_cast<std::streamsize>(part.size()))) {
+            throw InputError(file.string() + ": reading failed");
+        }
+        told(part);
+        rest = rest.subspan(part.size());
     }
     return content;
 }
+
+void nobody(std::span<const uint8_t> /*part*/) {}
 
 uint64_t size_of(const std::filesystem::path& file) {
     (void)open_file(file);
     return std::filesystem::file_size(file);
 }
 
-FileContent read_all(const std::filesystem::path& file) {
+template <typename Told>
+FileContent read_all(const std::filesystem::path& file, Told told) {
     const uint64_t bytes = size_of(file);
     if (bytes > kMostFileBytes) {
         throw InputError(file.string() + text(": %llu bytes, expected a capture of at most %llu",
                                               static_cast<unsigned long long>(bytes),
                                               static_cast<unsigned long long>(kMostFileBytes)));
     }
-    return read_bytes(file, bytes);
+    return read_bytes(file, bytes, told);
 }
 
 /// A form of files, and how to know it.
@@ -93,10 +101,11 @@ void set_in_force(Capture& capture, const Geometry& geometry) {
 FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry) {
     FileFrame frame;
     Capture& capture = frame.capture;
-    FileContent content = read_all(file);
+    Digest digest;
+    FileContent content = read_all(file, [&](std::span<const uint8_t> part) { digest.add(part); });
     const std::span<const uint8_t> bytes = content.bytes();
     capture.file = file;
-    capture.inputs = {{file, bytes.size(), digest_of(bytes)}};
+    capture.inputs = {{file, bytes.size(), digest.text()}};
     reader_of(file, bytes).read(frame, content, geometry);
     set_in_force(capture, geometry);
     return frame;
@@ -111,9 +120,9 @@ Capture probe_capture(const std::filesystem::path& file, const Geometry& geometr
     Capture capture;
     capture.file = file;
     const uint64_t bytes = size_of(file);
-    FileContent content = read_bytes(file, std::min(bytes, kHead));
+    FileContent content = read_bytes(file, std::min(bytes, kHead), nobody);
     if (is_container(file, content.bytes())) {
-        content = read_all(file);
+        content = read_all(file, nobody);
     }
     const std::span<const uint8_t> head = content.bytes();
     reader_of(file, head).probe(capture, head, bytes, geometry);

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <tuple>
+#include <utility>
 
 #include "base/text.h"
 #include "checks/window_statistics.h"
@@ -32,6 +34,19 @@ struct Scale {
     double limit = kNone;  ///< distance of a defect from the centre
 
     [[nodiscard]] bool is_defect(double code) const { return std::abs(code - centre) > limit; }
+
+    /// The first and the last code that is none.
+    [[nodiscard]] std::pair<int, int> sound_codes() const {
+        int least = 0;
+        int most = Histogram::kBins - 1;
+        while (least <= most && is_defect(least)) {
+            ++least;
+        }
+        while (most >= least && is_defect(most)) {
+            --most;
+        }
+        return {least, most};
+    }
 };
 
 std::size_t channel_at(const ConstRawFrame& frame, int y, int x) {
@@ -155,7 +170,7 @@ struct Blocks {
 };
 
 /// What the second walk over the frame collects. Sums add in the frame's order; a defect adds 0 to those that leave it
-/// out, so that the loops need not ask.
+/// out, so that the loops need not ask. One sum must wait for the addition before: rows are summed two at a time.
 class Collected {
 public:
     Collected(const ConstRawFrame& frame, const Channels<Scale>& scale)
@@ -164,12 +179,15 @@ public:
           columns(frame.columns()),
           frame_(frame),
           scale_(scale),
-          all_(frame.columns()),
-          good_(frame.columns()),
+          differences_{Differences(frame, scale, 0), Differences(frame, scale, 1)},
           all_by_column_(frame.columns()),
           good_by_column_(frame.columns()) {
-        for (int y = 0; y < frame.height; ++y) {
-            add_row(y);
+        for (int y = 0; y < frame.height; y += 2) {
+            const int count = std::min(2, frame.height - y);
+            for (int i = 0; i < count; ++i) {
+                add_row(y + i, differences_[static_cast<std::size_t>(i)]);
+            }
+            add_row_sums(y, count);
         }
         for (std::size_t x = 0; x < columns.size(); ++x) {
             columns[x].all.samples = static_cast<double>(frame.height);
@@ -187,72 +205,97 @@ public:
     std::vector<DefectPixel> listed;
 
 private:
-    void add_row(int y) {
-        const std::array channel = {channel_at(frame_, y, 0), channel_at(frame_, y, 1)};
-        const bool defect = take_differences(y, channel);
-        for (std::size_t x = 0; x < all_.size(); ++x) {
-            all_by_column_[x] += all_[x];
-            good_by_column_[x] += good_[x];
-        }
-        Line& row = rows[static_cast<std::size_t>(y)];
-        row.all.samples = row.good.samples = static_cast<double>(frame_.width);
-        add_in_order(y, channel, row.all.sum);
-        row.good.sum = row.all.sum;
-        if (defect) {
-            row.good.sum = 0;
-            for (const double difference : good_) {
-                row.good.sum += difference;
+    /// A row's samples less their channels' centres. Even rows have the same two channels, and odd ones.
+    struct Differences {
+        Differences(const ConstRawFrame& frame, const Channels<Scale>& scale, int row)
+            : channel{channel_at(frame, row, 0), channel_at(frame, row, 1)},
+              centre(frame.columns()),
+              least(frame.columns()),
+              most(frame.columns()),
+              all(frame.columns()),
+              good(frame.columns()) {
+            const std::array sound = {scale[channel[0]].sound_codes(), scale[channel[1]].sound_codes()};
+            for (std::size_t x = 0; x < all.size(); ++x) {
+                centre[x] = scale[channel[x % 2]].centre;
+                std::tie(least[x], most[x]) = sound[x % 2];
             }
-            leave_defects_out(y, row);
+        }
+
+        /// Tells whether one is a defect.
+        bool take(const uint32_t* samples) {
+            int found = 0;
+            for (std::size_t x = 0; x < all.size(); ++x) {
+                const auto code = static_cast<int>(samples[x]);
+                const int is_defect = static_cast<int>(code < least[x]) | static_cast<int>(code > most[x]);
+                const double difference = code - centre[x];
+                all[x] = difference;
+                good[x] = is_defect != 0 ? 0 : difference;
+                found |= is_defect;
+            }
+            return found != 0;
+        }
+
+        std::array<std::size_t, 2> channel;
+        std::vector<double> centre;
+        std::vector<int> least;  ///< code that is no defect
+        std::vector<int> most;
+        std::vector<double> all;
+        std::vector<double> good;  ///< with 0 for defects
+        bool has_defect = false;
+    };
+
+    void add_row(int y, Differences& row) {
+        row.has_defect = row.take(frame_.row(y));
+        for (std::size_t x = 0; x < columns.size(); ++x) {
+            all_by_column_[x] += row.all[x];
+            good_by_column_[x] += row.good[x];
+        }
+        add_in_order(y, row);
+    }
+
+    void add_row_sums(int y, int count) {
+        double first = 0;
+        double second = 0;
+        for (std::size_t x = 0; x < columns.size(); ++x) {
+            first += differences_[0].all[x];
+            second += differences_[1].all[x];
+        }
+        const std::array sums = {first, second};
+        for (int i = 0; i < count; ++i) {
+            Line& line = rows[static_cast<std::size_t>(y + i)];
+            const Differences& row = differences_[static_cast<std::size_t>(i)];
+            line.all.samples = line.good.samples = static_cast<double>(frame_.width);
+            line.all.sum = line.good.sum = sums[static_cast<std::size_t>(i)];
+            if (row.has_defect) {
+                line.good.sum = 0;
+                for (const double difference : row.good) {
+                    line.good.sum += difference;
+                }
+                leave_defects_out(y + i, line);
+            }
         }
     }
 
-    /// Whether the row has a defect.
-    bool take_differences(int y, const std::array<std::size_t, 2>& channel) {
-        const uint32_t* const samples = frame_.row(y);
-        const std::array centre = {scale_[channel[0]].centre, scale_[channel[1]].centre};
-        const std::array limit = {scale_[channel[0]].limit, scale_[channel[1]].limit};
-        int found = 0;
-        const auto take = [&](std::size_t x, std::size_t parity) {
-            const double difference = samples[x] - centre[parity];
-            const bool is_defect = std::abs(difference) > limit[parity];
-            all_[x] = difference;
-            good_[x] = is_defect ? 0 : difference;
-            found += is_defect ? 1 : 0;
-        };
-        std::size_t x = 0;
-        for (; x + 2 <= all_.size(); x += 2) {
-            take(x, 0);
-            take(x + 1, 1);
-        }
-        if (x < all_.size()) {
-            take(x, 0);
-        }
-        return found != 0;
-    }
-
-    /// To the sums whose order is that of the row's samples. All samples count as good ones here.
-    void add_in_order(int y, const std::array<std::size_t, 2>& channel, double& row) {
-        Sums& even = channels[channel[0]];
-        Sums& odd = channels[channel[1]];
+    /// To the channels' and the blocks' sums. All samples count as good ones here.
+    void add_in_order(int y, const Differences& row) {
+        const auto [even_channel, odd_channel] = row.channel;
+        Sums& even = channels[even_channel];
+        Sums& odd = channels[odd_channel];
         even.samples += static_cast<double>((frame_.width + 1) / 2);
         odd.samples += static_cast<double>(frame_.width / 2);
-        double sum = 0;
         double even_sum = even.sum;
         double odd_sum = odd.sum;
         std::size_t x = 0;
         if (Channels<Sums>* const first = blocks.row_of(y)) {
             for (int col = 0; col < blocks.cols; ++col) {
-                Sums even_block = first[col][channel[0]];
-                Sums odd_block = first[col][channel[1]];
+                Sums even_block = first[col][even_channel];
+                Sums odd_block = first[col][odd_channel];
                 const auto end = static_cast<std::size_t>(blocks.begin_of(col + 1));
                 even_block.samples += static_cast<double>((end - x) / 2);
                 odd_block.samples += static_cast<double>((end - x) / 2);
                 for (; x < end; x += 2) {
-                    const double a = good_[x];
-                    const double b = good_[x + 1];
-                    sum += all_[x];
-                    sum += all_[x + 1];
+                    const double a = row.good[x];
+                    const double b = row.good[x + 1];
                     even_sum += a;
                     odd_sum += b;
                     even_block.sum += a;
@@ -260,15 +303,13 @@ private:
                     even_block.squares += a * a;
                     odd_block.squares += b * b;
                 }
-                first[col][channel[0]] = even_block;
-                first[col][channel[1]] = odd_block;
+                first[col][even_channel] = even_block;
+                first[col][odd_channel] = odd_block;
             }
         }
-        for (; x < all_.size(); ++x) {
-            sum += all_[x];
-            (x % 2 == 0 ? even_sum : odd_sum) += good_[x];
+        for (; x < row.good.size(); ++x) {
+            (x % 2 == 0 ? even_sum : odd_sum) += row.good[x];
         }
-        row = sum;
         even.sum = even_sum;
         odd.sum = odd_sum;
     }
@@ -296,8 +337,7 @@ private:
 
     const ConstRawFrame& frame_;
     const Channels<Scale>& scale_;
-    std::vector<double> all_;   ///< of the row's samples
-    std::vector<double> good_;  ///< with 0 for defects
+    std::array<Differences, 2> differences_;
     std::vector<double> all_by_column_;
     std::vector<double> good_by_column_;
 };

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "base/frame_memory.h"
 #include "captures/geometry.h"
 #include "core/channel.h"
 
@@ -15,27 +16,36 @@ constexpr double kIsolated = 6;  ///< deviations of a difference between neighbo
 /// The rows of one channel, one after the other.
 struct ChannelRows {
     std::size_t columns = 0;
-    std::vector<int32_t> samples;
+    FrameVector<int32_t> samples;
 };
+
+/// How often neighbours differ by so much.
+std::vector<uint32_t> count_differences(const ChannelRows& rows) {
+    int32_t most = 0;
+    const auto of_row = [&](auto&& told) {
+        for (std::size_t row = 0; row < rows.samples.size(); row += rows.columns) {
+            const int32_t* const samples = rows.samples.data() + row;
+            for (std::size_t i = 1; i < rows.columns; ++i) {
+                told(std::abs(samples[i] - samples[i - 1]));
+            }
+        }
+    };
+    of_row([&](int32_t difference) { most = std::max(most, difference); });
+    std::vector<uint32_t> counts(static_cast<std::size_t>(most) + 1);
+    of_row([&](int32_t difference) { ++counts[static_cast<std::size_t>(difference)]; });
+    return counts;
+}
 
 /// By the smallest three quarters of the differences, so that edges do not count; a Gaussian of deviation 1 has the
 /// mean square 0.3685 there.
 double noise_of(const ChannelRows& rows) {
-    std::vector<uint32_t> counts;  // of differences, by their size
-    std::size_t total = 0;
-    for (std::size_t row = 0; row < rows.samples.size(); row += rows.columns) {
-        for (std::size_t i = row + 1; i < row + rows.columns; ++i, ++total) {
-            const auto difference = static_cast<std::size_t>(std::abs(rows.samples[i] - rows.samples[i - 1]));
-            if (difference >= counts.size()) {
-                counts.resize(difference + 1);
-            }
-            ++counts[difference];
-        }
-    }
+    const std::size_t total =
+        rows.columns > 1 ? rows.samples.size() / rows.columns * (rows.columns - 1) : 0;  // differences
     const std::size_t kept = total * 3 / 4;
     if (kept == 0) {
         return 0;
     }
+    const std::vector<uint32_t> counts = count_differences(rows);
     double sum = 0;  // of squares; whole
     std::size_t left = kept;
     for (std::size_t difference = 0; left > 0; ++difference) {
@@ -53,25 +63,25 @@ ChannelStatistics statistics_of(const ChannelRows& rows) {
     const double limit = kIsolated * std::sqrt(2.0) * result.noise;
     // Of whole numbers the first at or above it.
     const auto least = static_cast<int32_t>(std::min(std::floor(limit) + 1, 1e9));
-    int64_t count = 0;
-    int64_t sum = 0;
-    int64_t squares = 0;
-    const auto add = [&](int64_t sample) {
-        ++count;
+    uint64_t count = rows.samples.size();
+    uint64_t sum = 0;
+    uint64_t squares = 0;
+    for (const int32_t each : rows.samples) {
+        const auto sample = static_cast<uint32_t>(each);
         sum += sample;
-        squares += sample * sample;
-    };
-    for (std::size_t row = 0; row < rows.samples.size(); row += rows.columns) {
+        squares += uint64_t{sample} * sample;
+    }
+    for (std::size_t row = 0; limit > 0 && row < rows.samples.size(); row += rows.columns) {
         const int32_t* const samples = rows.samples.data() + row;
-        for (std::size_t i = 0; i < rows.columns; ++i) {
-            if (limit > 0 && i > 0 && i + 1 < rows.columns) {
-                const int32_t before = samples[i] - samples[i - 1];
-                const int32_t after = samples[i] - samples[i + 1];
-                if (std::min(before, after) >= least || std::max(before, after) <= -least) {
-                    continue;
-                }
+        for (std::size_t i = 1; i + 1 < rows.columns; ++i) {
+            const int32_t before = samples[i] - samples[i - 1];
+            const int32_t after = samples[i] - samples[i + 1];
+            if (std::min(before, after) >= least || std::max(before, after) <= -least) {  // rare
+                const auto sample = static_cast<uint32_t>(samples[i]);
+                --count;
+                sum -= sample;
+                squares -= uint64_t{sample} * sample;
             }
-            add(samples[i]);
         }
     }
     result.samples = static_cast<double>(count);
@@ -88,18 +98,23 @@ ChannelStatistics statistics_of(const ChannelRows& rows) {
 Channels<ChannelStatistics> measure_window(const ConstRawFrame& frame, FrontEndRows& rows, const RoiRect& window) {
     rows.set_columns(window.x, window.w);
     const auto width = static_cast<std::size_t>(window.w);
+    const auto height = static_cast<std::size_t>(window.h);
     std::vector<uint32_t> samples(width);
     Channels<ChannelRows> channels;
-    for (int32_t y = window.y; y < window.y + window.h; ++y) {
+    for (std::size_t i = 0; i < height; ++i) {
+        const int32_t y = window.y + static_cast<int32_t>(i);
         rows.row(y, frame.row(y) + window.x, samples.data());
         for (std::size_t first = 0; first < std::min<std::size_t>(2, width); ++first) {
             ChannelRows& channel =
-                channels[RR - bayer_channel(frame.pattern, static_cast<uint32_t>(y),
-                                            static_cast<uint32_t>(window.x) + static_cast<uint32_t>(first))];
-            channel.columns = (width - first + 1) / 2;
-            channel.samples.reserve(channel.columns * ((static_cast<std::size_t>(window.h) + 1) / 2));
-            for (std::size_t i = first; i < width; i += 2) {
-                channel.samples.push_back(static_cast<int32_t>(samples[i]));
+                channels[index_of(bayer_channel(frame.pattern, static_cast<uint32_t>(y),
+                                                static_cast<uint32_t>(window.x) + static_cast<uint32_t>(first)))];
+            if (i < 2) {
+                channel.columns = (width - first + 1) / 2;
+                channel.samples = FrameVector<int32_t>(channel.columns * ((height - i + 1) / 2));
+            }
+            int32_t* const row = channel.samples.data() + i / 2 * channel.columns;
+            for (std::size_t k = 0; k < channel.columns; ++k) {
+                row[k] = static_cast<int32_t>(samples[2 * k + first]);
             }
         }
     }
