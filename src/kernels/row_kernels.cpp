@@ -1,4 +1,4 @@
-// Both sets come from one text, row_kernels.inc and plane_kernels.inc, over two definitions of the lanes. AVX2 is
+// Both sets come from one text, row_kernels.inc and the others, over two definitions of the lanes. AVX2 is
 // confined to a region and its own namespace: compiling a whole file for AVX2 would let inline functions of shared
 // headers leak into machines that lack it. No header is included inside the region.
 
@@ -23,6 +23,8 @@ namespace baseline {
 #include "kernels/row_kernels.inc"
 //
 #include "kernels/plane_kernels.inc"
+//
+#include "kernels/field_kernels.inc"
 
 }  // namespace baseline
 
@@ -40,6 +42,8 @@ namespace avx2 {
 #include "kernels/row_kernels.inc"  // NOLINT(readability-duplicate-include): over other lanes
 //
 #include "kernels/plane_kernels.inc"  // NOLINT(readability-duplicate-include)
+//
+#include "kernels/field_kernels.inc"  // NOLINT(readability-duplicate-include)
 
 }  // namespace avx2
 
@@ -57,7 +61,7 @@ namespace avx2 {
         .subtract_limited = set::subtract_limited_row, .split = set::split_row, .to_float = set::to_float_row,     \
         .filter_to_floats = set::filter_to_floats, .filter_to_ints = set::filter_to_ints,                          \
         .masked_mean = set::masked_mean_row, .bright_keys = set::bright_keys_row, .fill_dark = set::fill_dark_row, \
-        .smaller = set::smaller_row,                                                                               \
+        .smaller = set::smaller_row, .spread = set::spread_line,                                                   \
     }
 
 constexpr RowKernels kBaseline = CALI_KERNEL_SET(baseline);

@@ -61,6 +61,22 @@ inline constexpr std::size_t kPlaneRowPadding = 64;
     return (columns + kPlaneRowPadding - 1) / kPlaneRowPadding * kPlaneRowPadding;
 }
 
+/// What one node of a field gives to a line of nodes: of weight own * squared[i], the weight, that times the shift, and
+/// the greater nearness. Lists and sums reach to the next multiple of kSpreadPadding.
+struct SpreadLine {
+    std::array<double, 3> shift;
+    double own;
+    const double* nearness;
+    const double* squared;
+};
+struct SpreadSums {
+    std::array<double*, 3> shift;
+    double* weight;
+    double* nearest;
+};
+
+inline constexpr std::size_t kSpreadPadding = 4;
+
 /// Each loop reads `count` samples from `source` and writes as many to `destination`, which may be the same row.
 struct RowKernels {
     Isa isa;
@@ -90,6 +106,10 @@ struct RowKernels {
                       std::size_t count);
     /// The smaller of each pair; `destination` may be `a` and lie before `b`.
     void (*smaller)(const int16_t* a, const int16_t* b, int16_t* destination, std::size_t count);
+
+    // Fields of colour tables.
+
+    void (*spread)(const SpreadLine& line, const SpreadSums& sums, std::size_t count);
 };
 
 /// The set in force: the widest this machine runs, unless the environment variable CALI_ISA names "baseline" or

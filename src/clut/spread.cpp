@@ -1,0 +1,173 @@
+#include "clut/spread.h"
+
+#include <algorithm>
+#include <span>
+
+#include "kernels/row_kernels.h"
+
+namespace cali::clut {
+namespace {
+
+using lut::Axis;
+using lut::Lattice;
+using lut::Vector3;
+
+/// The filled nodes of each line along the first axis.
+class Sources {
+public:
+    struct Node {
+        int32_t at;
+        double own;
+        Vector3 shift;
+    };
+
+    Sources(const Lattice& lattice, const Partial& partial) {
+        const auto nodes = static_cast<std::size_t>(lattice.axis[0].nodes);
+        for (std::size_t row = 0; row < lattice.size(); row += nodes) {
+            first_.push_back(nodes_.size());
+            for (std::size_t i = 0; i < nodes; ++i) {
+                if (const double weight = partial.weight[row + i]; weight > 0) {
+                    nodes_.push_back({static_cast<int32_t>(i), std::min(weight, 1.0), partial.shift[row + i]});
+                }
+            }
+        }
+        first_.push_back(nodes_.size());
+    }
+
+    [[nodiscard]] std::span<const Node> of_row(std::size_t row) const {
+        return std::span(nodes_).subspan(first_[row], first_[row + 1] - first_[row]);
+    }
+
+private:
+    std::vector<Node> nodes_;
+    std::vector<std::size_t> first_;
+};
+
+/// What the nodes of one line receive. Behind the last node there is room for what the kernels add beyond it.
+class ReceivingLine {
+public:
+    explicit ReceivingLine(const Axis& axis)
+        : axis_(axis), columns_(static_cast<std::size_t>(axis.nodes) + kSpreadPadding), values_(5 * columns_) {}
+
+    void clear() { std::ranges::fill(values_, 0.0); }
+
+    void add(const Sources::Node& node, const Reach::Line& line) {
+        const int32_t begin = node.at - line.half;
+        int32_t at = axis_.cyclic ? begin : std::max(begin, 0);
+        const int32_t end = axis_.cyclic ? node.at + line.half + 1 : std::min(node.at + line.half + 1, axis_.nodes);
+        while (at < end) {  // once, but where the line goes around
+            const int32_t to = at < 0 ? at + axis_.nodes : at >= axis_.nodes ? at - axis_.nodes : at;
+            const int32_t count = std::min(end - at, axis_.nodes - to);
+            kernels_.spread({node.shift, node.own, line.nearness + (at - begin), line.squared + (at - begin)},
+                            sums_at(static_cast<std::size_t>(to)), static_cast<std::size_t>(count));
+            at += count;
+        }
+    }
+
+    /// The nodes of the lattice's line that begins at `row`, where anything came.
+    void replace(Partial& partial, std::size_t row) {
+        const SpreadSums sums = sums_at(0);
+        for (std::size_t i = 0; i < static_cast<std::size_t>(axis_.nodes); ++i) {
+            if (sums.weight[i] > 0) {
+                for (std::size_t c = 0; c < sums.shift.size(); ++c) {
+                    partial.shift[row + i][c] = sums.shift[c][i] / sums.weight[i] * sums.nearest[i];
+                }
+                partial.weight[row + i] = sums.nearest[i];
+            }
+        }
+    }
+
+private:
+    [[nodiscard]] SpreadSums sums_at(std::size_t node) {
+        double* const first = values_.data() + node;
+        return {{first, first + columns_, first + 2 * columns_}, first + 3 * columns_, first + 4 * columns_};
+    }
+
+    const RowKernels& kernels_ = row_kernels();
+    const Axis& axis_;
+    std::size_t columns_;
+    std::vector<double> values_;
+};
+
+}  // namespace
+
+Reach::Reach(const Lattice& lattice, double radius) : axis_(lattice.axis) {
+    for (std::size_t a = 0; a < 3; ++a) {
+        most_[a] = std::min(static_cast<int32_t>(radius * axis_[a].intervals()),
+                            axis_[a].cyclic ? (axis_[a].nodes - 1) / 2 : axis_[a].nodes - 1);
+    }
+    std::array<int32_t, 3> d{};
+    for (d[2] = -most_[2]; d[2] <= most_[2]; ++d[2]) {
+        for (d[1] = -most_[1]; d[1] <= most_[1]; ++d[1]) {
+            Place place{-1, nearness_.size()};
+            for (d[0] = -most_[0]; d[0] <= most_[0]; ++d[0]) {
+                double distance_squared = 0;
+                for (std::size_t a = 0; a < 3; ++a) {
+                    const double distance = d[a] / (axis_[a].intervals() * radius);
+                    distance_squared += distance * distance;
+                }
+                if (distance_squared < 1) {
+                    const double nearness = (1 - distance_squared) * (1 - distance_squared);
+                    nearness_.push_back(nearness);
+                    squared_.push_back(nearness * nearness);
+                }
+            }
+            if (const std::size_t found = nearness_.size() - place.first; found != 0) {
+                place.half = static_cast<int32_t>(found / 2);
+                nearness_.resize(nearness_.size() + kSpreadPadding);
+                squared_.resize(squared_.size() + kSpreadPadding);
+            }
+            lines_.push_back(place);
+        }
+    }
+}
+
+std::vector<Reach::Step> Reach::steps_to(std::size_t axis, int32_t to) const {
+    const auto [nodes, cyclic] = axis_[axis];
+    std::vector<Step> steps;
+    for (int32_t from = 0; from < nodes; ++from) {
+        int32_t step = to - from;
+        if (cyclic) {
+            step = step > nodes / 2 ? step - nodes : step < -(nodes / 2) ? step + nodes : step;
+        }
+        if (step >= -most_[axis] && step <= most_[axis]) {
+            steps.push_back({from, step});
+        }
+    }
+    return steps;
+}
+
+std::optional<Reach::Line> Reach::line(int32_t second, int32_t third) const {
+    const Place& place = lines_[static_cast<std::size_t>((third + most_[2]) * (2 * most_[1] + 1) + second + most_[1])];
+    return place.half < 0
+               ? std::nullopt
+               : std::optional(Line{place.half, nearness_.data() + place.first, squared_.data() + place.first});
+}
+
+void spread(const Lattice& lattice, const Reach& reach, Partial& partial) {
+    const Sources sources(lattice, partial);
+    ReceivingLine received(lattice.axis[0]);
+    std::vector<std::vector<Reach::Step>> seconds;
+    for (int32_t to = 0; to < lattice.axis[1].nodes; ++to) {
+        seconds.push_back(reach.steps_to(1, to));
+    }
+    // Whatever a node receives it adds in the order of the nodes that give.
+    for (int32_t to_third = 0; to_third < lattice.axis[2].nodes; ++to_third) {
+        const std::vector<Reach::Step> thirds = reach.steps_to(2, to_third);
+        for (int32_t to_second = 0; to_second < lattice.axis[1].nodes; ++to_second) {
+            received.clear();
+            for (const auto& [third, third_step] : thirds) {
+                for (const auto& [second, second_step] : seconds[static_cast<std::size_t>(to_second)]) {
+                    const auto nodes = sources.of_row(static_cast<std::size_t>(third * lattice.axis[1].nodes + second));
+                    const auto line = nodes.empty() ? std::nullopt : reach.line(second_step, third_step);
+                    for (std::size_t i = 0; line && i < nodes.size(); ++i) {
+                        received.add(nodes[i], *line);
+                    }
+                }
+            }
+            received.replace(partial, lattice.index({0, to_second, to_third}));
+        }
+    }
+}
+
+}  // namespace cali::clut
