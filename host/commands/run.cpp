@@ -51,15 +51,6 @@ void require_writable(const std::filesystem::path& file) {
     }
 }
 
-/// What the file's runs wrote; nothing where it cannot be read.
-std::vector<std::filesystem::path> outputs_of(const std::filesystem::path& file) {
-    try {
-        return is_there(file) ? read_results(file).outputs : std::vector<std::filesystem::path>();
-    } catch (const InputError&) {
-        return {};
-    }
-}
-
 /// "size 640x480 (session), pattern RGGB (metadata)": what differs between captures stands there several times.
 std::string settings_in_force(const Results& made) {
     std::vector<std::string> seen;
@@ -140,8 +131,7 @@ void Run::start() {
         read_limits(options_.limits, limits_);
     }
     if (options_.fresh) {
-        require_replaceable(options_.results);
-        earlier_outputs_ = outputs_of(options_.results);
+        earlier_outputs_ = outputs_to_replace(options_.results);
     } else if (is_there(options_.results)) {
         earlier_ = read_results(options_.results);
         earlier_outputs_ = earlier_.outputs;

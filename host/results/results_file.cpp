@@ -151,11 +151,24 @@ Results read_results(const std::filesystem::path& file) {
     }
 }
 
-void require_replaceable(const std::filesystem::path& file) {
+std::vector<std::filesystem::path> outputs_to_replace(const std::filesystem::path& file) {
+    std::vector<std::filesystem::path> outputs;
     std::error_code error;
-    if (std::filesystem::is_regular_file(file, error)) {
-        (void)read_document(file);
+    if (!std::filesystem::is_regular_file(file, error)) {
+        return outputs;
     }
+    const Json json = read_document(file);
+    try {
+        Archive archive = Archive::reader(json, file.parent_path());
+        int schema = 0;
+        archive.field("schema", schema);
+        if (schema == kSchema) {
+            output_fields(archive, outputs);
+        }
+    } catch (const InputError&) {
+        outputs.clear();
+    }
+    return outputs;
 }
 
 }  // namespace cali::host
