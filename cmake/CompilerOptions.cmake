@@ -10,6 +10,8 @@ if(MINGW)
   # move of a vector becomes an unaligned one, which costs nothing where the address is aligned. Some compilers pass
   # that by themselves; scripts/check-dll looks.
   target_compile_options(cali_options INTERFACE -Wa,-muse-unaligned-vector-move)
+  # The same commit gives the same bytes.
+  target_link_options(cali_options INTERFACE -Wl,--no-insert-timestamp)
   target_compile_definitions(cali_options INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
 endif()
 target_compile_options(cali_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)

@@ -80,18 +80,25 @@ std::vector<std::filesystem::path> ChainFiles::names(const Session& session, con
     return names;
 }
 
-void ChainFiles::section(const Section& section) {
+void ChainFiles::end_line() {
     progress_.finish();
+    if (tables_) {
+        tables_->finish();
+    }
+}
+
+void ChainFiles::section(const Section& section) {
+    end_line();
     report_.section(section);
 }
 
 void ChainFiles::findings(const std::vector<Finding>& findings) {
-    progress_.finish();
+    end_line();
     report_.findings(findings);
 }
 
 void ChainFiles::not_done(const std::string& section, const std::string& why) {
-    progress_.finish();
+    end_line();
     report_.not_done(section, why);
 }
 
@@ -101,12 +108,20 @@ void ChainFiles::capture_read(const Capture& capture) {
     }
 }
 
+void ChainFiles::table_begins(const std::filesystem::path& chart, std::size_t count) {
+    progress_.finish();
+    if (!tables_) {
+        tables_.emplace(count, Progress::Lines::all);
+    }
+    tables_->step("colour table of " + chart.filename().string());
+}
+
 void ChainFiles::flat_field(const LensShading& shading, const Capture& flat) {
     add_shading_files(files_, folder_, shading, flat, choice_.shading);
 }
 
 void ChainFiles::add_from(const Results& results) {
-    progress_.finish();
+    end_line();
     for (const ColourTable& table : results.tables) {
         if (choice_.tables && usable(table) && table.needed) {
             files_.add_text(folder_ / cube_of(table.input.file), cube_text(table));

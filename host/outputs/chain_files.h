@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 #include "base/output_file.h"
@@ -33,17 +34,22 @@ public:
     void findings(const std::vector<Finding>& findings) override;
     void not_done(const std::string& section, const std::string& why) override;
     void capture_read(const Capture& capture) override;
+    void table_begins(const std::filesystem::path& chart, std::size_t count) override;
     void flat_field(const LensShading& shading, const Capture& flat) override;
 
     /// What follows from the results.
     void add_from(const Results& results);
 
 private:
+    /// Makes room for other text.
+    void end_line();
+
     std::filesystem::path folder_;
     ChainFileChoice choice_;
     RunReport& report_;
     PendingFiles& files_;
     Progress progress_;
+    std::optional<Progress> tables_;
 };
 
 }  // namespace cali::host

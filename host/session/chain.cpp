@@ -226,6 +226,7 @@ private:
     void tables() {
         const std::vector<MatrixCalibration> matrices = results_.matrices;
         for (const MatrixCalibration& matrix : matrices) {
+            observer_.table_begins(matrix.file, matrices.size());
             if (!rules_.forced && matrix.record.standing == Standing::rejected) {
                 observer_.not_done("colour_table",
                                    matrix.file.filename().string() + ": its colour matrix was rejected");
