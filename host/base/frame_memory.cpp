@@ -48,7 +48,7 @@ private:
     };
 
     std::mutex mutex_;
-    std::array<Block, 2> blocks_;  ///< a file's bytes and a frame, which a capture gives back before the next is read
+    std::array<Block, 4> blocks_;  ///< a file's bytes, a frame, and windows of frames that are cut between them
     std::size_t next_ = 0;
 };
 

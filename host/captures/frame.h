@@ -56,6 +56,9 @@ public:
     [[nodiscard]] std::span<const uint8_t> bytes() const {
         return {reinterpret_cast<const uint8_t*>(words_.data()), size_};
     }
+    /// Bits that any of its 16-bit words has, as this machine reads them; all until it is told.
+    void set_word_bits(uint16_t bits) { word_bits_ = bits; }
+    [[nodiscard]] uint16_t word_bits() const { return word_bits_; }
     /// Its first 16-bit words as codes. Uses up the content.
     [[nodiscard]] Codes take_words(std::size_t count) {
         words_.shorten(count);
@@ -65,6 +68,7 @@ public:
 private:
     Codes words_;
     std::size_t size_;
+    uint16_t word_bits_ = 0xFFFF;
 };
 
 /// The frame on the library's scale.

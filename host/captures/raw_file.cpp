@@ -200,7 +200,8 @@ void read_raw(FileFrame& frame, FileContent& content, const Geometry& geometry) 
             decode_samples(from, {layout.wide, big_endian}, row);
         }
     }
-    const bool too_large = exceed(codes, sensor.bits);
+    const bool surely_within = as_in_memory && content.word_bits() >> sensor.bits == 0;
+    const bool too_large = !surely_within && exceed(codes, sensor.bits);
     if (layout.packing == Packing::none && layout.wide) {
         check_byte_order(frame.capture, codes, too_large, big_endian);
     }

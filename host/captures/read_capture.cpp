@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <fstream>
 
 #include "base/digest.h"
@@ -44,6 +45,16 @@ FileContent read_bytes(const std::filesystem::path& file, uint64_t count, Told t
         rest = rest.subspan(part.size());
     }
     return content;
+}
+
+uint16_t bits_of_words(std::span<const uint8_t> bytes) {
+    unsigned bits = 0;
+    for (std::size_t i = 0; i + 2 <= bytes.size(); i += 2) {
+        uint16_t word = 0;
+        std::memcpy(&word, bytes.data() + i, sizeof word);
+        bits |= word;
+    }
+    return static_cast<uint16_t>(bits);
 }
 
 void nobody(std::span<const uint8_t> /*part*/) {}
@@ -102,7 +113,12 @@ FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry
     FileFrame frame;
     Capture& capture = frame.capture;
     Digest digest;
-    FileContent content = read_all(file, [&](std::span<const uint8_t> part) { digest.add(part); });
+    uint16_t word_bits = 0;
+    FileContent content = read_all(file, [&](std::span<const uint8_t> part) {
+        digest.add(part);
+        word_bits = static_cast<uint16_t>(word_bits | bits_of_words(part));
+    });
+    content.set_word_bits(word_bits);
     const std::span<const uint8_t> bytes = content.bytes();
     capture.file = file;
     capture.inputs = {{file, bytes.size(), digest.text()}};

@@ -77,26 +77,23 @@ void extrapolate_borders(const Lattice& lattice, Partial& partial) {
     });
 }
 
-/// Phases 4 and 5 work on three nodes along each axis in turn; edges repeat.
+/// Phases 4 and 5 work on three nodes along each axis in turn; edges repeat. What lies side by side across the axis is
+/// taken together, so that compilers take several values at a time.
 template <typename Combine>
 void filter_axes(const Lattice& lattice, Field& field, Combine combine) {
     for (std::size_t a = 0; a < 3; ++a) {
         const auto nodes = static_cast<std::size_t>(lattice.axis[a].nodes);
-        const std::size_t stride = lattice.stride(a);
-        const std::size_t around = lattice.axis[a].cyclic ? nodes - 1 : 0;
-        for (std::size_t block = 0; block < field.size(); block += nodes * stride) {
-            for (std::size_t first = block; first < block + stride; ++first) {
-                const Vector3 start = field[first];
-                Vector3 lower = field[first + around * stride];
-                for (std::size_t i = 0; i < nodes; ++i) {
-                    Vector3& node = field[first + i * stride];
-                    const Vector3 own = node;
-                    const Vector3& upper = i + 1 < nodes ? field[first + (i + 1) * stride] : around != 0 ? start : own;
-                    for (std::size_t c = 0; c < 3; ++c) {
-                        node[c] = combine(lower[c], own[c], upper[c]);
-                    }
-                    lower = own;
-                }
+        const std::size_t width = lattice.stride(a) * 3;
+        const bool cyclic = lattice.axis[a].cyclic;
+        std::vector<double> before((nodes + 2) * width);  // with the nodes beyond either end
+        double* const own = before.data() + width;
+        double* block = field.data()->data();
+        for (std::size_t first = 0; first < field.size(); first += nodes * lattice.stride(a), block += nodes * width) {
+            std::copy_n(block, nodes * width, own);
+            std::copy_n(cyclic ? own + (nodes - 1) * width : own, width, before.data());
+            std::copy_n(cyclic ? own : own + (nodes - 1) * width, width, own + nodes * width);
+            for (std::size_t i = 0; i < nodes * width; ++i) {
+                block[i] = combine(before[i], before[i + width], before[i + 2 * width]);
             }
         }
     }

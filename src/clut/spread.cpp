@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 #include "kernels/row_kernels.h"
 
@@ -12,7 +13,7 @@ using lut::Axis;
 using lut::Lattice;
 using lut::Vector3;
 
-/// The filled nodes of each line along the first axis.
+/// The filled nodes, by lines along the first axis, in the order of the table.
 class Sources {
 public:
     struct Node {
@@ -20,27 +21,44 @@ public:
         double own;
         Vector3 shift;
     };
+    /// A line that has any.
+    struct Line {
+        int32_t second;
+        std::size_t first;  ///< of its nodes
+        std::size_t count;
+    };
 
     Sources(const Lattice& lattice, const Partial& partial) {
-        const auto nodes = static_cast<std::size_t>(lattice.axis[0].nodes);
-        for (std::size_t row = 0; row < lattice.size(); row += nodes) {
-            first_.push_back(nodes_.size());
-            for (std::size_t i = 0; i < nodes; ++i) {
-                if (const double weight = partial.weight[row + i]; weight > 0) {
-                    nodes_.push_back({static_cast<int32_t>(i), std::min(weight, 1.0), partial.shift[row + i]});
+        std::size_t i = 0;
+        for (int32_t third = 0; third < lattice.axis[2].nodes; ++third) {
+            planes_.push_back(lines_.size());
+            for (int32_t second = 0; second < lattice.axis[1].nodes; ++second) {
+                const std::size_t first = nodes_.size();
+                for (int32_t at = 0; at < lattice.axis[0].nodes; ++at, ++i) {
+                    if (partial.weight[i] > 0) {
+                        nodes_.push_back({at, std::min(partial.weight[i], 1.0), partial.shift[i]});
+                    }
+                }
+                if (nodes_.size() > first) {
+                    lines_.push_back({second, first, nodes_.size() - first});
                 }
             }
         }
-        first_.push_back(nodes_.size());
+        planes_.push_back(lines_.size());
     }
 
-    [[nodiscard]] std::span<const Node> of_row(std::size_t row) const {
-        return std::span(nodes_).subspan(first_[row], first_[row + 1] - first_[row]);
+    [[nodiscard]] std::span<const Line> lines_of(int32_t third) const {
+        const auto plane = static_cast<std::size_t>(third);
+        return std::span(lines_).subspan(planes_[plane], planes_[plane + 1] - planes_[plane]);
+    }
+    [[nodiscard]] std::span<const Node> nodes_of(const Line& line) const {
+        return std::span(nodes_).subspan(line.first, line.count);
     }
 
 private:
     std::vector<Node> nodes_;
-    std::vector<std::size_t> first_;
+    std::vector<Line> lines_;
+    std::vector<std::size_t> planes_;  ///< first line of each
 };
 
 /// What the nodes of one line receive. Behind the last node there is room for what the kernels add beyond it.
@@ -49,9 +67,8 @@ public:
     explicit ReceivingLine(const Axis& axis)
         : axis_(axis), columns_(static_cast<std::size_t>(axis.nodes) + kSpreadPadding), values_(5 * columns_) {}
 
-    void clear() { std::ranges::fill(values_, 0.0); }
-
     void add(const Sources::Node& node, const Reach::Line& line) {
+        any_ = true;
         const int32_t begin = node.at - line.half;
         int32_t at = axis_.cyclic ? begin : std::max(begin, 0);
         const int32_t end = axis_.cyclic ? node.at + line.half + 1 : std::min(node.at + line.half + 1, axis_.nodes);
@@ -64,8 +81,11 @@ public:
         }
     }
 
-    /// The nodes of the lattice's line that begins at `row`, where anything came.
-    void replace(Partial& partial, std::size_t row) {
+    /// To the nodes of the lattice's line that begins at `row`, where anything came; starts afresh.
+    void hand_over(Partial& partial, std::size_t row) {
+        if (!std::exchange(any_, false)) {
+            return;
+        }
         const SpreadSums sums = sums_at(0);
         for (std::size_t i = 0; i < static_cast<std::size_t>(axis_.nodes); ++i) {
             if (sums.weight[i] > 0) {
@@ -75,6 +95,7 @@ public:
                 partial.weight[row + i] = sums.nearest[i];
             }
         }
+        std::ranges::fill(values_, 0.0);
     }
 
 private:
@@ -87,6 +108,7 @@ private:
     const Axis& axis_;
     std::size_t columns_;
     std::vector<double> values_;
+    bool any_ = false;
 };
 
 }  // namespace
@@ -122,19 +144,13 @@ Reach::Reach(const Lattice& lattice, double radius) : axis_(lattice.axis) {
     }
 }
 
-std::vector<Reach::Step> Reach::steps_to(std::size_t axis, int32_t to) const {
+std::optional<int32_t> Reach::step(std::size_t axis, int32_t from, int32_t to) const {
     const auto [nodes, cyclic] = axis_[axis];
-    std::vector<Step> steps;
-    for (int32_t from = 0; from < nodes; ++from) {
-        int32_t step = to - from;
-        if (cyclic) {
-            step = step > nodes / 2 ? step - nodes : step < -(nodes / 2) ? step + nodes : step;
-        }
-        if (step >= -most_[axis] && step <= most_[axis]) {
-            steps.push_back({from, step});
-        }
+    int32_t step = to - from;
+    if (cyclic) {
+        step = step > nodes / 2 ? step - nodes : step < -(nodes / 2) ? step + nodes : step;
     }
-    return steps;
+    return step >= -most_[axis] && step <= most_[axis] ? std::optional(step) : std::nullopt;
 }
 
 std::optional<Reach::Line> Reach::line(int32_t second, int32_t third) const {
@@ -147,25 +163,25 @@ std::optional<Reach::Line> Reach::line(int32_t second, int32_t third) const {
 void spread(const Lattice& lattice, const Reach& reach, Partial& partial) {
     const Sources sources(lattice, partial);
     ReceivingLine received(lattice.axis[0]);
-    std::vector<std::vector<Reach::Step>> seconds;
-    for (int32_t to = 0; to < lattice.axis[1].nodes; ++to) {
-        seconds.push_back(reach.steps_to(1, to));
-    }
     // Whatever a node receives it adds in the order of the nodes that give.
     for (int32_t to_third = 0; to_third < lattice.axis[2].nodes; ++to_third) {
-        const std::vector<Reach::Step> thirds = reach.steps_to(2, to_third);
         for (int32_t to_second = 0; to_second < lattice.axis[1].nodes; ++to_second) {
-            received.clear();
-            for (const auto& [third, third_step] : thirds) {
-                for (const auto& [second, second_step] : seconds[static_cast<std::size_t>(to_second)]) {
-                    const auto nodes = sources.of_row(static_cast<std::size_t>(third * lattice.axis[1].nodes + second));
-                    const auto line = nodes.empty() ? std::nullopt : reach.line(second_step, third_step);
-                    for (std::size_t i = 0; line && i < nodes.size(); ++i) {
-                        received.add(nodes[i], *line);
+            for (int32_t third = 0; third < lattice.axis[2].nodes; ++third) {
+                const auto third_step = reach.step(2, third, to_third);
+                if (!third_step) {
+                    continue;
+                }
+                for (const Sources::Line& giving : sources.lines_of(third)) {
+                    const auto second_step = reach.step(1, giving.second, to_second);
+                    const auto line = second_step ? reach.line(*second_step, *third_step) : std::nullopt;
+                    if (line) {
+                        for (const Sources::Node& node : sources.nodes_of(giving)) {
+                            received.add(node, *line);
+                        }
                     }
                 }
             }
-            received.replace(partial, lattice.index({0, to_second, to_third}));
+            received.hand_over(partial, lattice.index({0, to_second, to_third}));
         }
     }
 }
