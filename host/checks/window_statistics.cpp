@@ -19,37 +19,42 @@ struct ChannelRows {
     FrameVector<int32_t> samples;
 };
 
-/// How often neighbours differ by so much.
-std::vector<uint32_t> count_differences(const ChannelRows& rows) {
-    int32_t most = 0;
-    const auto of_row = [&](auto&& told) {
+/// Of neighbours in a row, without sign.
+struct Differences {
+    explicit Differences(const ChannelRows& rows) {
         for (std::size_t row = 0; row < rows.samples.size(); row += rows.columns) {
             const int32_t* const samples = rows.samples.data() + row;
+            int32_t most = 0;
             for (std::size_t i = 1; i < rows.columns; ++i) {
-                told(std::abs(samples[i] - samples[i - 1]));
+                most = std::max(most, std::abs(samples[i] - samples[i - 1]));
             }
+            largest.push_back(most);
+            if (static_cast<std::size_t>(most) >= counts.size()) {
+                counts.resize(static_cast<std::size_t>(most) + 1);
+            }
+            for (std::size_t i = 1; i < rows.columns; ++i) {
+                ++counts[static_cast<std::size_t>(std::abs(samples[i] - samples[i - 1]))];
+            }
+            total += rows.columns - 1;
         }
-    };
-    of_row([&](int32_t difference) { most = std::max(most, difference); });
-    std::vector<uint32_t> counts(static_cast<std::size_t>(most) + 1);
-    of_row([&](int32_t difference) { ++counts[static_cast<std::size_t>(difference)]; });
-    return counts;
-}
+    }
+
+    std::vector<int32_t> largest;  ///< of each row
+    std::vector<uint32_t> counts;  ///< by size
+    std::size_t total = 0;
+};
 
 /// By the smallest three quarters of the differences, so that edges do not count; a Gaussian of deviation 1 has the
 /// mean square 0.3685 there.
-double noise_of(const ChannelRows& rows) {
-    const std::size_t total =
-        rows.columns > 1 ? rows.samples.size() / rows.columns * (rows.columns - 1) : 0;  // differences
-    const std::size_t kept = total * 3 / 4;
+double noise_of(const Differences& differences) {
+    const std::size_t kept = differences.total * 3 / 4;
     if (kept == 0) {
         return 0;
     }
-    const std::vector<uint32_t> counts = count_differences(rows);
     double sum = 0;  // of squares; whole
     std::size_t left = kept;
     for (std::size_t difference = 0; left > 0; ++difference) {
-        const std::size_t count = std::min<std::size_t>(counts[difference], left);
+        const std::size_t count = std::min<std::size_t>(differences.counts[difference], left);
         sum += static_cast<double>(count * difference * difference);
         left -= count;
     }
@@ -57,38 +62,49 @@ double noise_of(const ChannelRows& rows) {
     return std::sqrt(sum / static_cast<double>(kept) / kMeanSquare / 2);
 }
 
-ChannelStatistics statistics_of(const ChannelRows& rows) {
-    ChannelStatistics result;
-    result.noise = noise_of(rows);
-    const double limit = kIsolated * std::sqrt(2.0) * result.noise;
-    // Of whole numbers the first at or above it.
-    const auto least = static_cast<int32_t>(std::min(std::floor(limit) + 1, 1e9));
-    uint64_t count = rows.samples.size();
+/// What some samples add up to; whole, so that a sample can be taken out again.
+struct WholeSums {
+    uint64_t count = 0;
     uint64_t sum = 0;
     uint64_t squares = 0;
-    for (const int32_t each : rows.samples) {
-        const auto sample = static_cast<uint32_t>(each);
-        sum += sample;
-        squares += uint64_t{sample} * sample;
-    }
-    for (std::size_t row = 0; limit > 0 && row < rows.samples.size(); row += rows.columns) {
-        const int32_t* const samples = rows.samples.data() + row;
-        for (std::size_t i = 1; i + 1 < rows.columns; ++i) {
+};
+
+/// Single samples that differ from both neighbours by `least` or more, to the same side. Few rows have any.
+void take_isolated_out(const ChannelRows& rows, const Differences& differences, int32_t least, WholeSums& sums) {
+    for (std::size_t r = 0; r < differences.largest.size(); ++r) {
+        const int32_t* const samples = rows.samples.data() + r * rows.columns;
+        for (std::size_t i = 1; differences.largest[r] >= least && i + 1 < rows.columns; ++i) {
             const int32_t before = samples[i] - samples[i - 1];
             const int32_t after = samples[i] - samples[i + 1];
-            if (std::min(before, after) >= least || std::max(before, after) <= -least) {  // rare
+            if (std::min(before, after) >= least || std::max(before, after) <= -least) {
                 const auto sample = static_cast<uint32_t>(samples[i]);
-                --count;
-                sum -= sample;
-                squares -= uint64_t{sample} * sample;
+                --sums.count;
+                sums.sum -= sample;
+                sums.squares -= uint64_t{sample} * sample;
             }
         }
     }
-    result.samples = static_cast<double>(count);
-    if (count > 0) {
-        result.mean = static_cast<double>(sum) / result.samples;
+}
+
+ChannelStatistics statistics_of(const ChannelRows& rows) {
+    const Differences differences(rows);
+    ChannelStatistics result;
+    result.noise = noise_of(differences);
+    WholeSums sums{rows.samples.size()};
+    for (const int32_t each : rows.samples) {
+        const auto sample = static_cast<uint32_t>(each);
+        sums.sum += sample;
+        sums.squares += uint64_t{sample} * sample;
+    }
+    if (const double limit = kIsolated * std::sqrt(2.0) * result.noise; limit > 0) {
+        // Of whole numbers the first above it.
+        take_isolated_out(rows, differences, static_cast<int32_t>(std::min(std::floor(limit) + 1, 1e9)), sums);
+    }
+    result.samples = static_cast<double>(sums.count);
+    if (sums.count > 0) {
+        result.mean = static_cast<double>(sums.sum) / result.samples;
         result.deviation =
-            std::sqrt(std::max(static_cast<double>(squares) / result.samples - result.mean * result.mean, 0.0));
+            std::sqrt(std::max(static_cast<double>(sums.squares) / result.samples - result.mean * result.mean, 0.0));
     }
     return result;
 }
