@@ -16,9 +16,8 @@ void report_refused_isa() noexcept {
     looked = true;
     try {
         if (const auto asked = refused_isa()) {
-            (void)std::fprintf(stderr, "CALI_ISA is \"%.40s\", expected \"baseline\"%s; taking %s\n", asked->c_str(),
-                               isa_available(Isa::avx2) ? " or \"avx2\"" : ", all that this machine runs",
-                               isa_name(row_kernels().isa));
+            (void)std::fprintf(stderr, "CALI_ISA is \"%.40s\", expected %s; taking %s\n", asked->c_str(),
+                               available_isa_names().c_str(), isa_name(row_kernels().isa));
         }
     } catch (const std::bad_alloc&) {  // the set in force is as good unsaid
     }

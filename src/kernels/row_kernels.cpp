@@ -1,6 +1,6 @@
-// Both sets come from one text, row_kernels.inc and the others, over two definitions of the lanes. AVX2 is
-// confined to a region and its own namespace: compiling a whole file for AVX2 would let inline functions of shared
-// headers leak into machines that lack it. No header is included inside the region.
+// All sets come from one text, row_kernels.inc and the others, over definitions of the lanes. AVX2 and
+// AVX-512 are confined to regions and namespaces of their own: compiling a whole file for AVX2 would let inline
+// functions of shared headers leak into machines that lack it. No header is included inside the region.
 
 #include "kernels/row_kernels.h"
 
@@ -53,6 +53,35 @@ namespace avx2 {
 #pragma GCC pop_options
 #endif
 
+#if defined(__clang__)
+#pragma clang attribute push(__attribute__((target("avx2,avx512f,avx512bw,avx512dq,avx512vl"))), apply_to = function)
+#else
+#pragma GCC push_options
+#pragma GCC target("avx2,avx512f,avx512bw,avx512dq,avx512vl")
+// GCC 12 takes its own intrinsics' unused operands for ours.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
+namespace avx512 {
+
+#include "kernels/simd_avx512.inc"
+//
+#include "kernels/row_kernels.inc"  // NOLINT(readability-duplicate-include)
+//
+#include "kernels/plane_kernels.inc"  // NOLINT(readability-duplicate-include)
+//
+#include "kernels/field_kernels.inc"  // NOLINT(readability-duplicate-include)
+
+}  // namespace avx512
+
+#if defined(__clang__)
+#pragma clang attribute pop
+#else
+#pragma GCC diagnostic pop
+#pragma GCC pop_options
+#endif
+
 // Each set is a namespace with the name of its Isa.
 #define CALI_KERNEL_SET(set)                                                                                       \
     RowKernels {                                                                                                   \
@@ -64,10 +93,18 @@ namespace avx2 {
         .smaller = set::smaller_row, .spread = set::spread_line,                                                   \
     }
 
-constexpr RowKernels kBaseline = CALI_KERNEL_SET(baseline);
-constexpr RowKernels kAvx2 = CALI_KERNEL_SET(avx2);
+constexpr std::array<RowKernels, kAllIsas.size()> kSets = {CALI_KERNEL_SET(baseline), CALI_KERNEL_SET(avx2),
+                                                           CALI_KERNEL_SET(avx512)};
 
-const RowKernels& kernels_of(Isa isa) { return isa == Isa::avx2 ? kAvx2 : kBaseline; }
+const RowKernels& kernels_of(Isa isa) { return kSets[static_cast<std::size_t>(isa)]; }
+
+Isa widest_isa() {
+    Isa widest = Isa::baseline;
+    for (const Isa isa : kAllIsas) {
+        widest = isa_available(isa) ? isa : widest;
+    }
+    return widest;
+}
 
 /// The set that CALI_ISA names, if it is one that this machine runs.
 std::optional<Isa> asked_isa() {
@@ -81,8 +118,7 @@ std::optional<Isa> asked_isa() {
 }
 
 const RowKernels*& chosen_kernels() {
-    static const RowKernels* kernels =
-        &kernels_of(asked_isa().value_or(isa_available(Isa::avx2) ? Isa::avx2 : Isa::baseline));
+    static const RowKernels* kernels = &kernels_of(asked_isa().value_or(widest_isa()));
     return kernels;
 }
 
@@ -95,9 +131,31 @@ std::optional<std::string> refused_isa() {
     return asked == "" || asked_isa() ? std::nullopt : asked;
 }
 
-bool isa_available(Isa isa) { return isa == Isa::baseline || __builtin_cpu_supports("avx2") != 0; }
+bool isa_available(Isa isa) {
+    switch (isa) {
+        case Isa::avx512:
+            return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
+                   __builtin_cpu_supports("avx512dq") != 0 && __builtin_cpu_supports("avx512vl") != 0;
+        case Isa::avx2: return __builtin_cpu_supports("avx2") != 0;
+        default: return true;
+    }
+}
 
-const char* isa_name(Isa isa) { return isa == Isa::avx2 ? "avx2" : "baseline"; }
+const char* isa_name(Isa isa) {
+    constexpr std::array<const char*, kAllIsas.size()> kNames = {"baseline", "avx2", "avx512"};
+    return kNames[static_cast<std::size_t>(isa)];
+}
+
+std::string available_isa_names() {
+    std::string names;
+    const Isa widest = widest_isa();
+    for (const Isa isa : kAllIsas) {
+        if (isa_available(isa)) {
+            names += (names.empty() ? "\"" : isa == widest ? " or \"" : ", \"") + std::string(isa_name(isa)) + "\"";
+        }
+    }
+    return names;
+}
 
 void force_isa(Isa isa) { chosen_kernels() = &kernels_of(isa); }
 

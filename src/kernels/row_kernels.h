@@ -9,9 +9,10 @@
 
 namespace cali {
 
-enum class Isa { baseline, avx2 };
+enum class Isa { baseline, avx2, avx512 };
 
-inline constexpr std::array<Isa, 2> kAllIsas = {Isa::baseline, Isa::avx2};
+/// The narrowest first.
+inline constexpr std::array<Isa, 3> kAllIsas = {Isa::baseline, Isa::avx2, Isa::avx512};
 
 /// Colours alternate along a row, so a row has two parameter sets: [0] for its even samples, [1] for its odd ones,
 /// counted from the first sample passed.
@@ -55,7 +56,7 @@ struct WeightedRows {
     std::size_t count;
 };
 
-inline constexpr std::size_t kPlaneRowPadding = 64;
+inline constexpr std::size_t kPlaneRowPadding = 128;
 
 [[nodiscard]] constexpr std::size_t padded_row(std::size_t columns) {
     return (columns + kPlaneRowPadding - 1) / kPlaneRowPadding * kPlaneRowPadding;
@@ -75,7 +76,7 @@ struct SpreadSums {
     double* nearest;
 };
 
-inline constexpr std::size_t kSpreadPadding = 4;
+inline constexpr std::size_t kSpreadPadding = 8;
 
 /// Each loop reads `count` samples from `source` and writes as many to `destination`, which may be the same row.
 struct RowKernels {
@@ -112,8 +113,8 @@ struct RowKernels {
     void (*spread)(const SpreadLine& line, const SpreadSums& sums, std::size_t count);
 };
 
-/// The set in force: the widest this machine runs, unless the environment variable CALI_ISA names "baseline" or
-/// "avx2". Read once, and silent: the program has a copy of this next to the library's, which alone complains.
+/// The set in force: the widest this machine runs, unless the environment variable CALI_ISA names another one.
+/// Read once, and silent: the program has a copy of this next to the library's, which alone complains.
 [[nodiscard]] const RowKernels& row_kernels();
 
 /// What CALI_ISA asks for, where it names no set that this machine runs; else nothing. Empty counts as not set.
@@ -123,6 +124,8 @@ struct RowKernels {
 [[nodiscard]] bool isa_available(Isa isa);
 
 [[nodiscard]] const char* isa_name(Isa isa);
+/// Those that this machine runs: "baseline", "avx2" or "avx512", each in quotation marks.
+[[nodiscard]] std::string available_isa_names();
 
 /// Tests and benchmarks compare the sets within one process.
 void force_isa(Isa isa);

@@ -1,5 +1,6 @@
 #include "kernels/row_kernels.h"
 
+#include <array>
 #include <cstdlib>
 
 #include "boundary/export_call.h"
@@ -22,16 +23,22 @@ void expect_isa(const char* asked, Isa isa, const std::string& said) {
 }
 
 TEST(RowKernels, AreTheOnesAskedFor) {
-    const Isa widest = isa_available(Isa::avx2) ? Isa::avx2 : Isa::baseline;
-    const std::string choice = isa_available(Isa::avx2) ? "\"baseline\" or \"avx2\"; taking avx2\n"
-                                                        : "\"baseline\", all that this machine runs; taking baseline\n";
-    expect_isa("baseline", Isa::baseline, "");
+    const std::vector<Isa> isas = available_isas();
+    const Isa widest = isas.back();
+    for (const Isa isa : isas) {
+        expect_isa(isa_name(isa), isa, "");
+    }
     expect_isa("", widest, "");
-    expect_isa("AVX2", widest, "CALI_ISA is \"AVX2\", expected " + choice);
-    if (widest == Isa::avx2) {
-        expect_isa("avx2", Isa::avx2, "");
-    } else {
-        expect_isa("avx2", widest, "CALI_ISA is \"avx2\", expected " + choice);
+    const std::array<const char*, 3> lists = {"\"baseline\"", "\"baseline\" or \"avx2\"",
+                                              "\"baseline\", \"avx2\" or \"avx512\""};
+    expect_isa("AVX2", widest,
+               std::string("CALI_ISA is \"AVX2\", expected ") + lists[isas.size() - 1] + "; taking " +
+                   isa_name(widest) + "\n");
+    if (isas.size() < kAllIsas.size()) {
+        const char* const wider = isa_name(kAllIsas.back());
+        expect_isa(wider, widest,
+                   std::string("CALI_ISA is \"") + wider + "\", expected " + lists[isas.size() - 1] + "; taking " +
+                       isa_name(widest) + "\n");
     }
 }
 
