@@ -11,7 +11,7 @@ namespace cali::host {
 
 enum ChannelIndex : std::size_t { kRR, kGR, kGB, kBB };
 inline constexpr std::array<const char*, 4> kChannelKeys = {"rr", "gr", "gb", "bb"};
-/// Of values per colour, which no channel's name fits.
+/// Of values per colour; both greens are one.
 inline constexpr std::array<const char*, 4> kColourKeys = {"red", "green", "blue", "infrared"};
 
 /// Of the library's channel codes, which run blue first.

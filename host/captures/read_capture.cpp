@@ -30,7 +30,7 @@ std::ifstream open_file(const std::filesystem::path& file) {
     return stream;
 }
 
-/// The first `count` bytes, which it holds. `told` gets them part by part, as long as they are near.
+/// The first `count` bytes, which it holds. `told` gets them part by part, while the cache has them.
 template <typename Told>
 FileContent read_bytes(const std::filesystem::path& file, uint64_t count, Told told) {
     constexpr std::size_t kPart = std::size_t{1} << 18U;

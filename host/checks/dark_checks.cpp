@@ -35,7 +35,7 @@ struct Scale {
 
     [[nodiscard]] bool is_defect(double code) const { return std::abs(code - centre) > limit; }
 
-    /// The first and the last code that is none.
+    /// The first and the last code that is no defect.
     [[nodiscard]] std::pair<int, int> sound_codes() const {
         int least = 0;
         int most = Histogram::kBins - 1;
@@ -170,7 +170,8 @@ struct Blocks {
 };
 
 /// What the second walk over the frame collects. Sums add in the frame's order; a defect adds 0 to those that leave it
-/// out, so that the loops need not ask. One sum must wait for the addition before: rows are summed two at a time.
+/// out, so that the loops need not ask. Each addition to a row's sum waits for the one before: two rows are summed at
+/// once.
 class Collected {
 public:
     Collected(const ConstRawFrame& frame, const Channels<Scale>& scale)
@@ -262,7 +263,7 @@ private:
         }
         const std::array sums = {first, second};
         for (int i = 0; i < count; ++i) {
-            Line& line = rows[static_cast<std::size_t>(y + i)];
+            Line& line = rows[static_cast<std::size_t>(y) + static_cast<std::size_t>(i)];
             const Differences& row = differences_[static_cast<std::size_t>(i)];
             line.all.samples = line.good.samples = static_cast<double>(frame_.width);
             line.all.sum = line.good.sum = sums[static_cast<std::size_t>(i)];

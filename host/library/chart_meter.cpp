@@ -5,9 +5,7 @@
 
 namespace cali::host {
 
-ChartMeter::ChartMeter(const Capture& chart, const ChartWindows& windows) : chart_(chart), windows_(windows) {
-    require_shadeable(chart);
-}
+ChartMeter::ChartMeter(const Capture& chart, const ChartWindows& windows) : chart_(chart), windows_(windows) {}
 
 std::vector<Colour> ChartMeter::colours(const TuningValues& values) {
     std::vector<Colour> means;
@@ -24,6 +22,8 @@ ChartMeans ChartMeter::means(const TuningValues& values) { return means_of(sums(
 
 const ChartSums& ChartMeter::sums(const TuningValues& values) {
     if (!measured_ || black_level_ != values.black_level || grids_ != values.grids || gains_ != values.gains) {
+        require_shadeable(chart_);
+        measured_ = false;
         sums_ = sum_chart(chart_.view(), front_end_of(values), windows_);
         black_level_ = values.black_level;
         grids_ = values.grids;

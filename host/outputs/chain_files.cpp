@@ -108,7 +108,7 @@ void ChainFiles::capture_read(const Capture& capture) {
     }
 }
 
-void ChainFiles::table_begins(const std::filesystem::path& chart, std::size_t count) {
+void ChainFiles::table_done(const std::filesystem::path& chart, std::size_t count) {
     progress_.finish();
     if (!tables_) {
         tables_.emplace(count, Progress::Lines::all);

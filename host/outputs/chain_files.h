@@ -34,7 +34,7 @@ public:
     void findings(const std::vector<Finding>& findings) override;
     void not_done(const std::string& section, const std::string& why) override;
     void capture_read(const Capture& capture) override;
-    void table_begins(const std::filesystem::path& chart, std::size_t count) override;
+    void table_done(const std::filesystem::path& chart, std::size_t count) override;
     void flat_field(const LensShading& shading, const Capture& flat) override;
 
     /// What follows from the results.

@@ -16,8 +16,8 @@ void write_results(const std::filesystem::path& file, const Results& results);
 /// Everything that was written. Throws InputError.
 [[nodiscard]] Results read_results(const std::filesystem::path& file);
 
-/// Before a file is replaced: what its runs wrote; nothing where it is of another schema, or damaged. Throws InputError
-/// for a file that holds no results.
+/// Before a file is replaced: what its runs wrote; nothing where the file is of another schema or its list is damaged.
+/// Throws InputError for a file that holds no results.
 [[nodiscard]] std::vector<std::filesystem::path> outputs_to_replace(const std::filesystem::path& file);
 
 }  // namespace cali::host

@@ -226,13 +226,13 @@ private:
     void tables() {
         const std::vector<MatrixCalibration> matrices = results_.matrices;
         for (const MatrixCalibration& matrix : matrices) {
-            observer_.table_begins(matrix.file, matrices.size());
             if (!rules_.forced && matrix.record.standing == Standing::rejected) {
                 observer_.not_done("colour_table",
                                    matrix.file.filename().string() + ": its colour matrix was rejected");
                 continue;
             }
             Step<ColourTable> step = table_step(matrix, {}, rules_);
+            observer_.table_done(matrix.file, matrices.size());
             finish(step, [](Results& made, ColourTable result) { made.tables.push_back(std::move(result)); });
         }
     }

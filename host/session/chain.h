@@ -29,8 +29,8 @@ public:
     virtual void not_done(const std::string& section, const std::string& why) = 0;
 
     virtual void capture_read(const Capture& capture) { (void)capture; }
-    /// Before each of `count` colour tables, which large ones take a second for.
-    virtual void table_begins(const std::filesystem::path& chart, std::size_t count) { (void)chart, (void)count; }
+    /// After each colour table, of at most `count`; large ones take a second.
+    virtual void table_done(const std::filesystem::path& chart, std::size_t count) { (void)chart, (void)count; }
     /// Of tables that passed; the flat field is behind its black level.
     virtual void flat_field(const LensShading& shading, const Capture& flat) { (void)shading, (void)flat; }
 };

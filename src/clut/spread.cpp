@@ -154,7 +154,11 @@ std::optional<int32_t> Reach::step(std::size_t axis, int32_t from, int32_t to) c
 }
 
 std::optional<Reach::Line> Reach::line(int32_t second, int32_t third) const {
-    const Place& place = lines_[static_cast<std::size_t>((third + most_[2]) * (2 * most_[1] + 1) + second + most_[1])];
+    const int32_t row = third + most_[2];
+    const int32_t column = second + most_[1];
+    const int32_t columns = 2 * most_[1] + 1;
+    const Place& place =
+        lines_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(column)];
     return place.half < 0
                ? std::nullopt
                : std::optional(Line{place.half, nearness_.data() + place.first, squared_.data() + place.first});

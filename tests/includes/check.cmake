@@ -11,7 +11,7 @@ set(cases
   "src/stages/sideways.h|\"lut/table.h\"|wrong"
   "src/chart/boundary.cpp|\"boundary/warning.h\"|wrong"
   "src/pictures/beside.h|\"boundary/warning.h\"|wrong"
-  "src/awb/other.cpp|\"blc/histogram.h\"|wrong"
+  "src/awb/other.cpp|\"blc/estimators.h\"|wrong"
   "src/awb/host.cpp|\"base/error.h\"|wrong"
   "src/awb/bare.cpp|\"awb_gains.h\"|wrong"
   "src/new/folder.cpp|\"core/frame.h\"|wrong"
