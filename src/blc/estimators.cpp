@@ -172,27 +172,36 @@ PerChannel<int32_t> means_plus_deviation(const ConstRawFrame& frame) {
     return result;
 }
 
-void block_offsets(const ConstRawFrame& frame, uint32_t position, uint32_t block_width, uint32_t block_height,
-                   std::span<uint32_t> offsets) {
+void block_offsets(const ConstRawFrame& frame, uint32_t block_width, uint32_t block_height,
+                   const std::array<std::span<uint32_t>, 4>& offsets) {
     const auto plane_width = static_cast<uint32_t>(frame.width) / 2;
     const auto plane_height = static_cast<uint32_t>(frame.height) / 2;
-    std::ranges::fill(offsets, 0U);
+    for (const std::span<uint32_t>& position : offsets) {
+        std::ranges::fill(position, 0U);
+    }
     std::size_t visited = 0;
     for (uint32_t y = 0; y < plane_height; y += block_height) {
         next_block(plane_height - y, block_height);
         for (uint32_t x = 0; x < plane_width; x += block_width) {
             next_block(plane_width - x, block_width);
-            if (visited == offsets.size()) {
+            if (visited == offsets[0].size()) {
                 return;
             }
-            float sum = 0;
+            std::array<float, 4> sums{};  // each addition waits for its position's last one, not for the others'
             for (uint32_t r = y; r < y + block_height; ++r) {
-                const uint32_t* const row = frame.row(static_cast<int32_t>(2 * r + (position >> 1U)));
-                for (uint32_t c = x; c < x + block_width; ++c) {
-                    sum += static_cast<float>(row[2 * c + (position & 1U)]);
+                const uint32_t* const top = frame.row(static_cast<int32_t>(2 * r));
+                const uint32_t* const bottom = frame.row(static_cast<int32_t>(2 * r + 1));
+                for (uint32_t c = 2 * x; c < 2 * (x + block_width); c += 2) {
+                    sums[0] += static_cast<float>(top[c]);
+                    sums[1] += static_cast<float>(top[c + 1]);
+                    sums[2] += static_cast<float>(bottom[c]);
+                    sums[3] += static_cast<float>(bottom[c + 1]);
                 }
             }
-            offsets[visited++] = offset_of_mean(sum / static_cast<float>(block_width * block_height));
+            for (std::size_t p = 0; p < sums.size(); ++p) {
+                offsets[p][visited] = offset_of_mean(sums[p] / static_cast<float>(block_width * block_height));
+            }
+            ++visited;
         }
     }
 }

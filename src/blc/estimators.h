@@ -1,6 +1,7 @@
 /// Black-level estimates of a dark frame.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -36,10 +37,10 @@ enum class MedianFault { none, too_low, too_high };
 /// deviation's run in single precision.
 [[nodiscard]] PerChannel<int32_t> means_plus_deviation(const ConstRawFrame& frame);
 
-/// Mean offsets of the blocks of one cell position's plane (half the frame's size either way), in the order the
-/// blocks are visited. Fills `offsets` as far as blocks exist and zeroes the rest. The last block of a row takes all
-/// remaining columns; that width is kept for the block rows that follow.
-void block_offsets(const ConstRawFrame& frame, uint32_t position, uint32_t block_width, uint32_t block_height,
-                   std::span<uint32_t> offsets);
+/// Mean offsets of the blocks of each cell position's plane (half the frame's size either way), in the order the blocks
+/// are visited. Fills `offsets`, all of one length, as far as blocks exist and zeroes the rest. The last block of a row
+/// takes all remaining columns; that width is kept for the block rows that follow.
+void block_offsets(const ConstRawFrame& frame, uint32_t block_width, uint32_t block_height,
+                   const std::array<std::span<uint32_t>, 4>& offsets);
 
 }  // namespace cali::blc

@@ -195,10 +195,11 @@ int32_t cali_blc_calc_by_localblc(uint32_t** frame, int32_t width, int32_t heigh
         if (!check.ok()) {
             return kRejected;
         }
-        for (uint32_t position = 0; position < 4; ++position) {
-            const Channel channel = bayer_channel(pattern, position >> 1U, position & 1U);
-            blc::block_offsets(view, position, block_width, block_height, {outputs[channel], entries});
+        std::array<std::span<uint32_t>, 4> positions;
+        for (uint32_t p = 0; p < 4; ++p) {
+            positions[p] = {outputs[bayer_channel(pattern, p >> 1U, p & 1U)], entries};
         }
+        blc::block_offsets(view, block_width, block_height, positions);
         return kOk;
     });
 }
