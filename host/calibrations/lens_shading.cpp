@@ -37,6 +37,12 @@ private:
     FrontEndRows rows_;
 };
 
+FrontEnd subtraction_of(const BlackLevels& black_level) {
+    FrontEnd stages;
+    stages.black_level = black_level_stage(black_level);
+    return stages;
+}
+
 }  // namespace
 
 void take_green(ShadingTables& tables) {
@@ -76,25 +82,23 @@ LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level, 
     return result;
 }
 
-void prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading) {
+void prove_shading(const Capture& flat, const BlackLevels& black_level, LensShading& shading) {
     require_shadeable(flat);
     const ConstRawFrame frame = flat.view();
-    FrontEnd subtraction;
-    subtraction.black_level = black_level_stage(black_level);
-    FrontEndRows black_rows(frame, subtraction);
+    FrontEndRows black_rows(frame, subtraction_of(black_level));
     CorrectedRows mesh(frame, shading.tables, ShadingKind::mesh);
     CorrectedRows radial(frame, shading.tables, ShadingKind::radial);
     BlockSums before(frame, black_level.offset);
     BlockSums after_mesh(frame, {});
     BlockSums after_radial(frame, {});
-    Samples corrected(static_cast<std::size_t>(frame.width));
+    Samples subtracted(frame.columns());
+    Samples corrected(frame.columns());
     for (int y = 0; y < frame.height; ++y) {
-        uint32_t* const row = flat.samples.data() + static_cast<std::size_t>(y) * corrected.size();
-        before.add_row(y, row);
-        black_rows.row(y, row, row);
-        mesh.row(y, row, corrected.data());
+        before.add_row(y, frame.row(y));
+        black_rows.row(y, frame.row(y), subtracted.data());
+        mesh.row(y, subtracted.data(), corrected.data());
         after_mesh.add_row(y, corrected.data());
-        radial.row(y, row, corrected.data());
+        radial.row(y, subtracted.data(), corrected.data());
         after_radial.add_row(y, corrected.data());
     }
     shading.before = measure_flatness(before.means());
@@ -102,13 +106,15 @@ void prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& s
     shading.after_radial = measure_flatness(after_radial.means());
 }
 
-void correct_flat(const Capture& flat, const ShadingTables& tables, ShadingKind kind,
+void correct_flat(const Capture& flat, const BlackLevels& black_level, const ShadingTables& tables, ShadingKind kind,
                   const std::function<void(std::span<const uint32_t> row)>& use) {
     const ConstRawFrame frame = flat.view();
+    FrontEndRows black_rows(frame, subtraction_of(black_level));
     CorrectedRows rows(frame, tables, kind);
     Samples corrected(frame.columns());
     for (int y = 0; y < frame.height; ++y) {
-        rows.row(y, frame.row(y), corrected.data());
+        black_rows.row(y, frame.row(y), corrected.data());
+        rows.row(y, corrected.data(), corrected.data());
         use(corrected);
     }
 }

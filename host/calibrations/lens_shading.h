@@ -30,19 +30,18 @@ struct LensShading {
     Record record = {};
 };
 
-/// Calibrates, and proves the result on the capture, which is left behind its black level. Throws InputError,
-/// CalibrationError.
+/// Calibrates, and proves the result on the capture. Throws InputError, CalibrationError.
 [[nodiscard]] LensShading calibrate_flat_field(Capture& flat, const BlackLevels& black_level,
                                                const ShadingSettings& settings, const LibraryOutput& output);
 
 /// Corrects a capture of an evenly lit surface with tables that are known, and measures how even it is before and
-/// after: `shading` receives that. The capture is left behind its black level.
-void prove_shading(Capture& flat, const BlackLevels& black_level, LensShading& shading);
+/// after: `shading` receives that.
+void prove_shading(const Capture& flat, const BlackLevels& black_level, LensShading& shading);
 
 enum class ShadingKind { mesh, radial };
 
-/// Corrects a flat field that is behind its black level, row by row: 12-bit codes.
-void correct_flat(const Capture& flat, const ShadingTables& tables, ShadingKind kind,
+/// Corrects a flat field behind the black level, row by row: 12-bit codes.
+void correct_flat(const Capture& flat, const BlackLevels& black_level, const ShadingTables& tables, ShadingKind kind,
                   const std::function<void(std::span<const uint32_t> row)>& use);
 
 /// Of a sensor without colours: every channel is corrected by green's gains. The mesh's red and blue, which are

@@ -34,8 +34,8 @@ void describe(Command& command, CalibrateOptions& options) {
     command.flag("--tables", options.files.tables, "also each colour look-up table that is needed as a .cube file");
     command
         .option("--jobs", options.jobs,
-                "threads: one computes, the others read the next captures; each takes the memory of a capture more. "
-                "Results are the same")
+                "processes that compute captures side by side, each with the memory of one; results are the same. On "
+                "Windows one after the other all the same")
         .whole_range(1, kMostJobs)
         .show_default();
     options.run.add_rules_to(command);

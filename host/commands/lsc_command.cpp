@@ -64,7 +64,8 @@ int act(const LscOptions& options, const Invocation& invocation) {
     (void)ValueChooser(known, options.run.force).black_level(flat.taken, values);
     Step<LensShading> step = flat_step(flat, values, settings, run.rules());
     if (step.usable()) {
-        add_shading_files(run.outputs(), folder, *step.result, flat, options.files);
+        add_shading_files(
+            run.outputs(), folder, *step.result, values.black_level, [&] { return std::move(flat); }, options.files);
     }
     run.take(step, [](Results& made, LensShading& result) { made.lens_shading.push_back(result); });
     return run.finish();

@@ -65,13 +65,21 @@ void for_each_line(std::FILE* file, Use use) {
     }
 }
 
-void copy_to_stderr(std::FILE* file) {
+template <typename Use>
+void for_each_block(std::FILE* file, Use use) {
     std::rewind(file);
     std::array<char, 4096> block{};
     for (std::size_t count = 0; (count = std::fread(block.data(), 1, block.size(), file)) > 0;) {
-        std::replace(block.begin(), block.end(), '\r', '\n');
-        std::fwrite(block.data(), 1, count, stderr);
+        use(std::string_view(block.data(), count));
     }
+}
+
+void copy_to_stderr(std::FILE* file) {
+    for_each_block(file, [](std::string_view block) {
+        std::string lines(block);
+        std::ranges::replace(lines, '\r', '\n');
+        std::fwrite(lines.data(), 1, lines.size(), stderr);
+    });
 }
 
 }  // namespace
@@ -87,6 +95,28 @@ LibraryOutput LibraryOutput::to_file(const std::filesystem::path& file) {
         throw InputError(file.string() + ": cannot be written as the log");
     }
     return {Mode::file, log, file};
+}
+
+LibraryOutput LibraryOutput::beside() const {
+    return mode_ == Mode::file ? LibraryOutput(mode_, temporary_file().release(), name_)
+                               : LibraryOutput(mode_, nullptr, {});
+}
+
+LibraryOutput::Held LibraryOutput::held() const {
+    Held held{{}, notes_->lines};
+    if (mode_ == Mode::file) {
+        for_each_block(file_.get(), [&](std::string_view block) { held.text += block; });
+    }
+    return held;
+}
+
+void LibraryOutput::take(const Held& held) const {
+    notes_->lines.all += held.lines.all;
+    notes_->lines.warn += held.lines.warn;
+    if (mode_ == Mode::file) {
+        const bool taken = std::fwrite(held.text.data(), 1, held.text.size(), file_.get()) == held.text.size();
+        require_taken(std::fflush(file_.get()) == 0 && taken);
+    }
 }
 
 int LibraryOutput::call(const char* name, const std::function<int()>& run) const {
@@ -107,6 +137,12 @@ int LibraryOutput::call(const char* name, const std::function<int()>& run) const
     return status;
 }
 
+void LibraryOutput::require_taken(bool taken) const {
+    if (!taken) {
+        throw OutputError(name_.string() + ": the log cannot be written; is the disk full?");
+    }
+}
+
 int LibraryOutput::call_redirected(const char* name, const std::function<int()>& run) const {
     if (mode_ == Mode::file) {
         std::fprintf(file_.get(), "== %s\n", name);
@@ -116,9 +152,7 @@ int LibraryOutput::call_redirected(const char* name, const std::function<int()>&
         taken = redirected.restore() && taken;
         // Both descriptors share the position in the file.
         std::fseek(file_.get(), 0, SEEK_END);
-        if (!taken) {
-            throw OutputError(name_.string() + ": the log cannot be written; is the disk full?");
-        }
+        require_taken(taken);
         return status;
     }
     const auto kept = temporary_file();

@@ -33,6 +33,16 @@ public:
     };
     [[nodiscard]] const Lines& lines() const { return notes_->lines; }
 
+    /// For a process beside this one, whose output `take` is given: as this is, but a file's text is held back.
+    [[nodiscard]] LibraryOutput beside() const;
+    struct Held {
+        std::string text;
+        Lines lines;
+    };
+    [[nodiscard]] Held held() const;
+    /// Throws OutputError where the file does not take it.
+    void take(const Held& held) const;
+
 private:
     struct CloseFile {
         void operator()(std::FILE* file) const { std::fclose(file); }
@@ -43,6 +53,7 @@ private:
         Lines lines;
     };
 
+    void require_taken(bool taken) const;
     int call_redirected(const char* name, const std::function<int()>& run) const;
 
     LibraryOutput(Mode mode, std::FILE* file, std::filesystem::path name)

@@ -102,11 +102,7 @@ void ChainFiles::not_done(const std::string& section, const std::string& why) {
     report_.not_done(section, why);
 }
 
-void ChainFiles::capture_read(const Capture& capture) {
-    for (const InputRecord& frame : capture.inputs) {
-        progress_.step(frame.file.filename().string());
-    }
-}
+void ChainFiles::capture_read(const std::filesystem::path& frame) { progress_.step(frame.filename().string()); }
 
 void ChainFiles::table_done(const std::filesystem::path& chart, std::size_t count) {
     progress_.finish();
@@ -116,8 +112,9 @@ void ChainFiles::table_done(const std::filesystem::path& chart, std::size_t coun
     tables_->step("colour table of " + chart.filename().string());
 }
 
-void ChainFiles::flat_field(const LensShading& shading, const Capture& flat) {
-    add_shading_files(files_, folder_, shading, flat, choice_.shading);
+void ChainFiles::flat_field(const LensShading& shading, const BlackLevels& black_level,
+                            const std::function<Capture()>& read) {
+    add_shading_files(files_, folder_, shading, black_level, read, choice_.shading);
 }
 
 void ChainFiles::add_from(const Results& results) {

@@ -33,9 +33,10 @@ public:
     void section(const Section& section) override;
     void findings(const std::vector<Finding>& findings) override;
     void not_done(const std::string& section, const std::string& why) override;
-    void capture_read(const Capture& capture) override;
+    void capture_read(const std::filesystem::path& frame) override;
     void table_done(const std::filesystem::path& chart, std::size_t count) override;
-    void flat_field(const LensShading& shading, const Capture& flat) override;
+    void flat_field(const LensShading& shading, const BlackLevels& black_level,
+                    const std::function<Capture()>& read) override;
 
     /// What follows from the results.
     void add_from(const Results& results);

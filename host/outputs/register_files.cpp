@@ -31,21 +31,24 @@ std::vector<std::filesystem::path> shading_file_names(const std::filesystem::pat
 }
 
 void add_shading_files(PendingFiles& files, const std::filesystem::path& folder, const LensShading& shading,
-                       const Capture& flat, const ShadingFileChoice& choice) {
+                       const BlackLevels& black_level, const std::function<Capture()>& read,
+                       const ShadingFileChoice& choice) {
     const auto target = [&](const char* ending) { return folder / path_of(shading.file.stem().string() + ending); };
     if (choice.registers) {
         files.add_text(target(kRegisters), lsc_register_text(shading.tables));
         files.add_text(target(kCoefficients), lsc_coefficient_csv(shading.tables));
     }
+    if (!choice.corrected) {
+        return;
+    }
+    const Capture flat = read();
     const auto add_frame = [&](const char* ending, ShadingKind kind) {
         PgmWriter picture(files.add(target(ending)).stream(), flat.sensor.width, flat.sensor.height, kLibraryBits);
-        correct_flat(flat, shading.tables, kind,
+        correct_flat(flat, black_level, shading.tables, kind,
                      [&](std::span<const uint32_t> row) { picture.write(to_file_codes(row)); });
     };
-    if (choice.corrected) {
-        add_frame(kMesh, ShadingKind::mesh);
-        add_frame(kRadial, ShadingKind::radial);
-    }
+    add_frame(kMesh, ShadingKind::mesh);
+    add_frame(kRadial, ShadingKind::radial);
 }
 
 }  // namespace cali::host

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 #include "base/output_file.h"
+#include "calibrations/black_level.h"
 #include "calibrations/lens_shading.h"
 
 namespace cali::host {
@@ -19,8 +21,9 @@ struct ShadingFileChoice {
                                                                     const std::filesystem::path& capture,
                                                                     const ShadingFileChoice& choice);
 
-/// What is chosen, into `folder`. `flat` is behind its black level.
+/// What is chosen, into `folder`. `read` is called where the flat field is needed.
 void add_shading_files(PendingFiles& files, const std::filesystem::path& folder, const LensShading& shading,
-                       const Capture& flat, const ShadingFileChoice& choice);
+                       const BlackLevels& black_level, const std::function<Capture()>& read,
+                       const ShadingFileChoice& choice);
 
 }  // namespace cali::host

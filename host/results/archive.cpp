@@ -43,10 +43,13 @@ std::string excerpt(const Json& json) {
 }  // namespace
 
 void Archive::file(const char* key, std::filesystem::path& value) {
-    std::string name = reading() ? "" : relative_name(value, context_.folder);
+    std::string name;
+    if (!reading()) {
+        name = context_.folder ? relative_name(value, *context_.folder) : value.string();
+    }
     field(key, name);
     if (reading()) {
-        value = named_file(name, context_.folder);
+        value = context_.folder ? named_file(name, *context_.folder) : path_of(name);
     }
 }
 

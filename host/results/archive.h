@@ -18,12 +18,12 @@ namespace cali::host {
 /// One object of the document. Reading throws InputError, which names the field, what was found and what was expected.
 class Archive {
 public:
-    /// File names are written relative to `folder` where they lie below it.
-    static Archive writer(Json& object, const std::filesystem::path& folder) {
+    /// File names are written relative to `folder` where they lie below it; as they are where none is given.
+    static Archive writer(Json& object, const std::optional<std::filesystem::path>& folder) {
         return Archive(&object, nullptr, {folder}, "");
     }
-    /// Relative file names are taken to lie in `folder`.
-    static Archive reader(const Json& object, const std::filesystem::path& folder) {
+    /// Relative file names are taken to lie in `folder`, where one is given.
+    static Archive reader(const Json& object, const std::optional<std::filesystem::path>& folder) {
         return Archive(nullptr, &object, {folder}, "");
     }
 
@@ -131,7 +131,7 @@ public:
 
 private:
     struct Context {
-        std::filesystem::path folder;
+        std::optional<std::filesystem::path> folder;
         bool mono = false;
     };
 

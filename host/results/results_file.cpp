@@ -116,35 +116,40 @@ Json read_document(const std::filesystem::path& file) {
 
 }  // namespace
 
-std::string to_json_text(Results results, const std::filesystem::path& folder) {
+Json to_json(Results results, const std::optional<std::filesystem::path>& folder) {
     Json json;
     json["schema"] = kSchema;
     json["cali_version"] = CALI_VERSION_STRING;
     Archive archive = Archive::writer(json, folder);
     fields(archive, results);
-    return json.dump() + "\n";
+    return json;
+}
+
+Results from_json(const Json& document, const std::optional<std::filesystem::path>& folder) {
+    Archive archive = Archive::reader(document, folder);
+    int schema = 0;
+    archive.field("schema", schema);
+    if (schema != kSchema) {
+        throw InputError(text("its schema is %d, expected %d: calibrate again with this version", schema, kSchema));
+    }
+    Results results;
+    fields(archive, results);
+    for_each_record(results,
+                    [&](const char*, const std::string&, Record& record) { record.mono = results.sensor.mono; });
+    return results;
 }
 
 void write_results(const std::filesystem::path& file, const Results& results) {
-    write_text_file(file, to_json_text(results, std::filesystem::absolute(file).parent_path()));
+    write_text_file(file, to_json(results, std::filesystem::absolute(file).parent_path()).dump() + "\n");
 }
 
 Results read_results(const std::filesystem::path& file) {
     const Json json = read_document(file);
     try {
-        Archive archive = Archive::reader(json, file.parent_path());
-        int schema = 0;
-        archive.field("schema", schema);
-        if (schema != kSchema) {
-            throw InputError(text("its schema is %d, expected %d: calibrate again with this version", schema, kSchema));
-        }
-        Results results;
+        Results results = from_json(json, file.parent_path());
         results.file = file;
-        fields(archive, results);
-        for_each_record(results, [&](const char*, const std::string&, Record& record) {
-            record.source = Source::results;
-            record.mono = results.sensor.mono;
-        });
+        for_each_record(results,
+                        [](const char*, const std::string&, Record& record) { record.source = Source::results; });
         return results;
     } catch (const InputError& problem) {
         throw InputError(file.string() + ": " + problem.what());

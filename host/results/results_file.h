@@ -2,18 +2,22 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
+#include <optional>
+#include <vector>
 
+#include "base/json.h"
 #include "results/results.h"
 
 namespace cali::host {
 
-/// File names are written relative to `folder` where they lie below it.
-[[nodiscard]] std::string to_json_text(Results results, const std::filesystem::path& folder);
+/// The document. File names are written relative to `folder` where they lie below it; as they are where none is given.
+[[nodiscard]] Json to_json(Results results, const std::optional<std::filesystem::path>& folder);
+/// Everything that was written. Throws InputError.
+[[nodiscard]] Results from_json(const Json& document, const std::optional<std::filesystem::path>& folder);
 
 void write_results(const std::filesystem::path& file, const Results& results);
 
-/// Everything that was written. Throws InputError.
+/// Throws InputError.
 [[nodiscard]] Results read_results(const std::filesystem::path& file);
 
 /// Before a file is replaced: what its runs wrote; nothing where the file is of another schema or its list is damaged.

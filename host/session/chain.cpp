@@ -1,38 +1,64 @@
 #include "session/chain.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 
 #include "base/error.h"
+#include "base/jobs.h"
+#include "base/text.h"
 #include "captures/burst.h"
-#include "captures/capture_queue.h"
+#include "results/archive.h"
 #include "results/choose_values.h"
 #include "results/gain_model.h"
 #include "results/merge.h"
+#include "results/results_file.h"
 #include "results/sections.h"
 
 namespace cali::host {
 namespace {
 
+/// What was not asked for stays empty.
+void put(Results& made, BlackLevelResults result) { made.black_level.push_back(std::move(result)); }
+void put(Results& made, LensShading result) { made.lens_shading.push_back(std::move(result)); }
+void put(Results& made, WhiteBalance result) { made.white_balance.push_back(std::move(result)); }
+void put(Results& made, CurveResult result) { made.curve = std::move(result); }
+void put(Results& made, MatrixCalibration result) { made.matrices.push_back(std::move(result)); }
+void put(Results& made, ColourTable result) { made.tables.push_back(std::move(result)); }
+void put(Results& made, NoiseResults result) { made.noise.push_back(std::move(result)); }
+
+template <typename T>
+Results results_of(Step<T> step) {
+    Results made;
+    made.findings = std::move(step.findings);
+    if (step.result) {
+        put(made, std::move(*step.result));
+    }
+    return made;
+}
+
+/// One step: in this process, or in one of its own.
+using Work = std::function<Results(const StepRules&, const CaptureRead&)>;
+/// Waits for a step's results.
+using Finished = std::function<Results()>;
+
 class Chain {
 public:
     Chain(const Session& session, const ChainPlan& plan, const StepRules& rules, ChainObserver& observer,
           const Results& earlier, Results& made)
-        : session_(session),
-          plan_(plan),
-          rules_(rules),
-          observer_(observer),
-          results_(earlier),
-          made_(made),
-          queue_(
-              order(),
-              [this](const CaptureEntry& entry) {
-                  return read_entry(entry, session_.geometry, rules_.most_burst_difference());
-              },
-              rules.jobs - 1) {}
+        : session_(session), plan_(plan), rules_(rules), observer_(observer), results_(earlier), made_(made) {
+        if (rules.jobs > 1) {
+            jobs_.emplace(rules.jobs, told_);
+        }
+    }
 
     std::optional<std::string> run() {
         if (plan_.does("blc")) {
             each("black_level", [&] { black_level(); });
+        }
+        std::vector<Finished> noise;  // needs the black level alone, and takes the longest
+        if (plan_.does("noise")) {
+            noise = begin_noise();
         }
         if (plan_.does("lsc")) {
             each("lens_shading", [&] { lens_shading(); });
@@ -48,7 +74,7 @@ public:
             each("colour_table", [&] { tables(); });
         }
         if (plan_.does("noise")) {
-            each("noise", [&] { noise(); });
+            each("noise", [&] { finish_all(noise); });
         }
         if (const auto model = gain_model(results_); model && (plan_.does("blc") || plan_.does("noise"))) {
             observer_.section(describe(*model));
@@ -78,174 +104,226 @@ private:
 
     [[nodiscard]] ValueChooser chooser() const { return {results_, rules_.forced}; }
 
-    void seen(const Capture& capture) {
-        if (!sensor_known_) {
-            results_.sensor = capture.sensor;
+    [[nodiscard]] Capture read(const CaptureEntry& entry) const {
+        return read_entry(entry, session_.geometry, rules_.most_burst_difference());
+    }
+
+    /// The results' sensor is that of the first capture that was read; without sides where none was.
+    [[nodiscard]] Results carry_out(const Work& work, const StepRules& rules, const Jobs::Tell& tell) const {
+        SensorGeometry sensor;
+        Results made = work(rules, [&](const CaptureEntry& entry) {
+            Capture capture = read(entry);
+            if (sensor.width == 0) {
+                sensor = capture.sensor;
+            }
+            for (const InputRecord& frame : capture.inputs) {
+                tell(frame.file.string());
+            }
+            return capture;
+        });
+        made.sensor = sensor;
+        return made;
+    }
+
+    /// A step that needs nothing but what is known by now. Without jobs it is done once it is waited for.
+    Finished begin(const Work& work) {
+        if (!jobs_) {
+            return [this, work] { return carry_out(work, rules_, told_); };
+        }
+        const std::size_t job = jobs_->add([this, work](const Jobs::Tell& tell) {
+            const LibraryOutput output = rules_.output.beside();
+            const StepRules rules{output, rules_.limits, rules_.command, rules_.options, rules_.forced, rules_.jobs};
+            Results made = carry_out(work, rules, tell);
+            return to_answer(std::move(made), output.held());
+        });
+        return [this, job] { return from_answer(jobs_->wait(job)); };
+    }
+
+    [[nodiscard]] static std::string to_answer(Results made, const LibraryOutput::Held& printed) {
+        Json answer;
+        answer["results"] = to_json(std::move(made), {});
+        answer["printed"] = printed.text;
+        answer["lines"] = printed.lines.all;
+        answer["warnings"] = printed.lines.warn;
+        return answer.dump();
+    }
+    [[nodiscard]] Results from_answer(const std::string& text) const {
+        const Json answer = Json::parse(text);
+        Archive archive = Archive::reader(answer, {});
+        LibraryOutput::Held printed;
+        archive.field("printed", printed.text);
+        archive.field("lines", printed.lines.all);
+        archive.field("warnings", printed.lines.warn);
+        rules_.output.take(printed);
+        return from_json(*answer.find("results"), {});
+    }
+
+    template <typename Entry>
+    [[nodiscard]] std::vector<Finished> begin_each(const std::vector<Entry>& entries,
+                                                   Results (Chain::*step)(const Entry&, const StepRules&,
+                                                                          const CaptureRead&) const) {
+        std::vector<Finished> begun;
+        for (const Entry& entry : entries) {
+            begun.push_back(begin([this, step, entry](const StepRules& rules, const CaptureRead& read) {
+                return (this->*step)(entry, rules, read);
+            }));
+        }
+        return begun;
+    }
+
+    /// Keeps the step's findings and results, and shows them.
+    void finish(Results made, bool shown = true) {
+        if (made.sensor.width > 0 && !sensor_known_) {
+            results_.sensor = made.sensor;
             sensor_known_ = true;
         }
-        observer_.capture_read(capture);
-    }
-
-    [[nodiscard]] Capture read(const CaptureEntry& entry) {
-        Capture capture = queue_.take(entry);
-        seen(capture);
-        return capture;
-    }
-
-    /// In which the parts read.
-    [[nodiscard]] std::vector<CaptureEntry> order() const {
-        std::vector<CaptureEntry> entries;
-        const auto add = [&](const char* part, const std::vector<CaptureEntry>& more) {
-            if (plan_.does(part)) {
-                entries.insert(entries.end(), more.begin(), more.end());
-            }
-        };
-        for (const auto& [taken, dark] : plan_.dark) {
-            add("blc", dark);
-        }
-        add("lsc", session_.flat);
-        add("awb", session_.grey);
-        add("awb", charts_for_balance(session_));
-        add("ccm", session_.chart);
-        for (const auto& [taken, levels] : plan_.series) {
-            for (const SeriesLevel& level : levels) {
-                for (const std::filesystem::path& file : level.files) {
-                    add("noise", {{{file}, {}, {}}});
-                }
-            }
-        }
-        return entries;
-    }
-
-    /// Keeps the step's findings and result, and shows them.
-    template <typename T, typename Keep>
-    void finish(Step<T>& step, Keep keep, bool shown = true) {
-        Results made;
         made.sensor = results_.sensor;
         made.limits = rules_.limits;
-        made.findings = step.findings;
-        if (step.result) {
-            if (shown) {
-                show(*step.result);
-            }
-            keep(made, std::move(*step.result));
+        if (shown) {
+            for_each_section(made, [&](const char*, auto& section) { show(section); });
         }
-        observer_.findings(step.findings);
+        observer_.findings(made.findings);
         merge(results_, made);
         merge(made_, std::move(made));
     }
-
-    template <typename T>
-    void show(const T& result) {
-        observer_.section(describe(result));
-    }
-    void show(const WhiteBalance& result) { observer_.section(describe(std::vector{result})); }
-
-    void black_level() {
-        for (const BlackLevelResults& given : plan_.given) {
-            Step<BlackLevelResults> step{given, {}};
-            step.result->record.command = rules_.command;
-            finish(step,
-                   [](Results& made, BlackLevelResults result) { made.black_level.push_back(std::move(result)); });
-        }
-        for (const auto& [taken, entries] : plan_.dark) {
-            Step<BlackLevelResults> step =
-                black_level_step({entries, session_.black_level_method, 0, taken}, rules_, read_);
-            finish(step,
-                   [](Results& made, BlackLevelResults result) { made.black_level.push_back(std::move(result)); });
+    void finish_all(const std::vector<Finished>& steps) {
+        for (const Finished& step : steps) {
+            finish(step());
         }
     }
 
-    void lens_shading() {
-        for (const CaptureEntry& entry : session_.flat) {
-            Capture flat = read(entry);
-            TuningValues values;
-            chooser().black_level(flat.taken, values);
-            Step<LensShading> step = flat_step(flat, values, session_.shading, rules_);
-            if (step.usable()) {
-                observer_.flat_field(*step.result, flat);
-            }
-            finish(step, [](Results& made, LensShading result) { made.lens_shading.push_back(std::move(result)); });
-        }
+    template <typename AnySection>
+    void show(const AnySection& section) {
+        for_each_entry(section, [&](const auto& entry) { observer_.section(describe(entry)); });
     }
-
-    void white_balance() {
-        std::vector<WhiteBalance> cards;  // one table for all
-        const auto keep = [&](Step<WhiteBalance> step) {
-            if (step.result) {
-                cards.push_back(*step.result);
-            }
-            finish(
-                step, [](Results& made, WhiteBalance result) { made.white_balance.push_back(std::move(result)); },
-                false);
-        };
-        const auto values_for = [&](const Capture& capture) {
-            TuningValues values;
-            chooser().black_level(capture.taken, values);
-            chooser().grids(capture.taken, values);
-            return values;
-        };
-        for (const CaptureEntry& entry : session_.grey) {
-            Capture grey = read(entry);
-            const Window window = session_.white_balance_window.value_or(default_window(grey.sensor));
-            keep(grey_step(grey, values_for(grey), window, rules_));
-        }
-        for (const CaptureEntry& entry : charts_for_balance(session_)) {
-            Capture chart = queue_.take(entry);
-            keep(chart_greys_step(chart, values_for(chart), session_.matrix.place, rules_));
-        }
+    void show(const std::vector<WhiteBalance>& cards) {
         if (!cards.empty()) {
             observer_.section(describe(cards));
         }
+    }
+
+    void black_level() {
+        for (const BlackLevelResults& given : plan_.given) {
+            BlackLevelResults result = given;
+            result.record.command = rules_.command;
+            finish(results_of(Step<BlackLevelResults>{std::move(result), {}}));
+        }
+        finish_all(begin_each(plan_.dark, &Chain::dark_frames));
+    }
+    [[nodiscard]] Results dark_frames(const std::pair<Conditions, std::vector<CaptureEntry>>& frames,
+                                      const StepRules& rules, const CaptureRead& read) const {
+        return results_of(black_level_step({frames.second, session_.black_level_method, 0, frames.first}, rules, read));
+    }
+
+    void lens_shading() {
+        const std::vector<Finished> steps = begin_each(session_.flat, &Chain::flat_field);
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            Results made = steps[i]();
+            for (const LensShading& shading : made.lens_shading) {
+                if (shading.record.standing != Standing::rejected) {
+                    observe(shading, session_.flat[i]);
+                }
+            }
+            finish(std::move(made));
+        }
+    }
+    [[nodiscard]] Results flat_field(const CaptureEntry& entry, const StepRules& rules, const CaptureRead& read) const {
+        Capture flat = read(entry);
+        TuningValues values;
+        chooser().black_level(flat.taken, values);
+        return results_of(flat_step(flat, values, session_.shading, rules));
+    }
+    void observe(const LensShading& shading, const CaptureEntry& entry) {
+        TuningValues values;
+        chooser().black_level(shading.taken, values);
+        observer_.flat_field(shading, values.black_level, [&] {
+            Capture flat = read(entry);
+            if (!std::ranges::equal(flat.inputs, shading.record.inputs, {}, &InputRecord::digest,
+                                    &InputRecord::digest)) {
+                throw InputError(entry.file().string() + ": has changed since this run began, expected the same frame");
+            }
+            return flat;
+        });
+    }
+
+    void white_balance() {
+        std::vector<Finished> steps = begin_each(session_.grey, &Chain::grey_card);
+        std::ranges::move(begin_each(charts_for_balance(session_), &Chain::chart_greys), std::back_inserter(steps));
+        std::vector<WhiteBalance> cards;  // one table for all
+        for (const Finished& step : steps) {
+            Results made = step();
+            std::ranges::copy(made.white_balance, std::back_inserter(cards));
+            finish(std::move(made), false);
+        }
+        show(cards);
+    }
+    [[nodiscard]] TuningValues values_before_balance(const Capture& capture) const {
+        TuningValues values;
+        chooser().black_level(capture.taken, values);
+        chooser().grids(capture.taken, values);
+        return values;
+    }
+    [[nodiscard]] Results grey_card(const CaptureEntry& entry, const StepRules& rules, const CaptureRead& read) const {
+        Capture grey = read(entry);
+        const Window window = session_.white_balance_window.value_or(default_window(grey.sensor));
+        return results_of(grey_step(grey, values_before_balance(grey), window, rules));
+    }
+    /// Read for the matrix, too: told of then.
+    [[nodiscard]] Results chart_greys(const CaptureEntry& entry, const StepRules& rules,
+                                      const CaptureRead& /*read*/) const {
+        Capture chart = read(entry);
+        return results_of(chart_greys_step(chart, values_before_balance(chart), session_.matrix.place, rules));
     }
 
     void curve() {
         const std::vector<WhiteBalance> lights = chooser().lights();
         const std::size_t known_lights = curve_lights(lights).size();
         if (known_lights >= kLeastCurveLights && known_lights <= kMostCurveLights) {
-            Step<CurveResult> step = curve_step(lights, session_.file, rules_);
-            finish(step, [](Results& made, CurveResult result) { made.curve = std::move(result); });
+            finish(results_of(curve_step(lights, session_.file, rules_)));
         }
     }
 
-    /// Charts, each behind the values of the nearest lights.
-    void matrices() {
-        for (const CaptureEntry& entry : session_.chart) {
-            Capture chart = read(entry);
-            TuningValues values;
-            chooser().black_level(chart.taken, values);
-            chooser().grids(chart.taken, values);
-            if (session_.matrix.method != MatrixMethod::joint && !chooser().nearest_gains(chart.taken, values)) {
-                throw CalibrationError("no white balance is known");
-            }
-            Step<MatrixCalibration> step = chart_step(chart, values, session_.matrix, rules_);
-            finish(step, [](Results& made, MatrixCalibration result) { made.matrices.push_back(std::move(result)); });
+    void matrices() { finish_all(begin_each(session_.chart, &Chain::chart)); }
+    /// Behind the values of the nearest lights.
+    [[nodiscard]] Results chart(const CaptureEntry& entry, const StepRules& rules, const CaptureRead& read) const {
+        Capture chart = read(entry);
+        TuningValues values = values_before_balance(chart);
+        if (session_.matrix.method != MatrixMethod::joint && !chooser().nearest_gains(chart.taken, values)) {
+            throw CalibrationError("no white balance is known");
         }
+        return results_of(chart_step(chart, values, session_.matrix, rules));
     }
 
     void tables() {
-        const std::vector<MatrixCalibration> matrices = results_.matrices;
-        for (const MatrixCalibration& matrix : matrices) {
-            if (!rules_.forced && matrix.record.standing == Standing::rejected) {
+        std::vector<MatrixCalibration> matrices;
+        for (const MatrixCalibration& matrix : results_.matrices) {
+            if (rules_.forced || matrix.record.standing != Standing::rejected) {
+                matrices.push_back(matrix);
+            } else {
                 observer_.not_done("colour_table",
                                    matrix.file.filename().string() + ": its colour matrix was rejected");
-                continue;
             }
-            Step<ColourTable> step = table_step(matrix, {}, rules_);
-            observer_.table_done(matrix.file, matrices.size());
-            finish(step, [](Results& made, ColourTable result) { made.tables.push_back(std::move(result)); });
+        }
+        const std::vector<Finished> steps = begin_each(matrices, &Chain::table);
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            Results made = steps[i]();
+            observer_.table_done(matrices[i].file, matrices.size());
+            finish(std::move(made));
         }
     }
+    [[nodiscard]] Results table(const MatrixCalibration& matrix, const StepRules& rules,
+                                const CaptureRead& /*read*/) const {
+        return results_of(table_step(matrix, {}, rules));
+    }
 
-    void noise() {
-        for (const auto& [taken, levels] : plan_.series) {
-            TuningValues values;
-            chooser().black_level(taken, values);
-            SensorGeometry sensor;
-            Step<NoiseResults> step =
-                noise_step({levels, session_.geometry, values, session_.noise, sensor, taken}, rules_, read_);
-            finish(step, [](Results& made, NoiseResults result) { made.noise.push_back(std::move(result)); });
-        }
+    [[nodiscard]] std::vector<Finished> begin_noise() { return begin_each(plan_.series, &Chain::series); }
+    [[nodiscard]] Results series(const std::pair<Conditions, std::vector<SeriesLevel>>& series, const StepRules& rules,
+                                 const CaptureRead& read) const {
+        TuningValues values;
+        chooser().black_level(series.first, values);
+        SensorGeometry sensor;
+        return results_of(
+            noise_step({series.second, session_.geometry, values, session_.noise, sensor, series.first}, rules, read));
     }
 
     const Session& session_;
@@ -256,8 +334,8 @@ private:
     Results& made_;
     bool sensor_known_ = false;
     std::optional<std::string> stopped_;
-    CaptureQueue queue_;
-    const CaptureRead read_ = [this](const CaptureEntry& entry) { return read(entry); };
+    const Jobs::Tell told_ = [this](const std::string& frame) { observer_.capture_read(path_of(frame)); };
+    std::optional<Jobs> jobs_;
 };
 
 }  // namespace

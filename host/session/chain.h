@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,7 +15,7 @@
 
 namespace cali::host {
 
-/// Receives what the chain finishes, in its order. Frames and tables are passed once and not kept.
+/// Receives what the chain finishes, in its order, and captures as they are read.
 class ChainObserver {
 public:
     ChainObserver() = default;
@@ -28,11 +29,14 @@ public:
     /// A part of the plan that cannot be done after all.
     virtual void not_done(const std::string& section, const std::string& why) = 0;
 
-    virtual void capture_read(const Capture& capture) { (void)capture; }
+    virtual void capture_read(const std::filesystem::path& frame) { (void)frame; }
     /// After each colour table, of at most `count`; large ones take a second.
     virtual void table_done(const std::filesystem::path& chart, std::size_t count) { (void)chart, (void)count; }
-    /// Of tables that passed; the flat field is behind its black level.
-    virtual void flat_field(const LensShading& shading, const Capture& flat) { (void)shading, (void)flat; }
+    /// Of tables that passed: behind which black level, and the flat field where it is wanted, which is read again.
+    virtual void flat_field(const LensShading& shading, const BlackLevels& black_level,
+                            const std::function<Capture()>& read) {
+        (void)shading, (void)black_level, (void)read;
+    }
 };
 
 /// Computes; shows and writes nothing itself. `earlier` holds what earlier runs left, which is applied where the plan

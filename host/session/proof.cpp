@@ -23,8 +23,7 @@ Proof prove_flat(const Capture& capture, const Results& stored, const TuningValu
     check_flat(capture, values.black_level, judge);
     LensShading proved = *shading;
     proved.file = capture.file;
-    Capture used = capture;
-    prove_shading(used, values.black_level, proved);
+    prove_shading(capture, values.black_level, proved);
     check_flattened(proved, capture.sensor, judge);
     return {describe(proved), judge.take()};
 }

@@ -1,6 +1,7 @@
 #include "session/steps.h"
 
 #include <algorithm>
+#include <future>
 #include <iterator>
 #include <utility>
 
@@ -102,11 +103,18 @@ Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const
         Judge judge(rules.limits, {"black_level", entry.file(), request.taken});
         check_burst(dark, judge);
         const Histogram histogram(dark.view());
-        measures.push_back(check_dark(dark, histogram, judge));
+        // Only looks at the frame, as the library does.
+        auto checked = std::async(rules.jobs > 1 ? std::launch::async | std::launch::deferred : std::launch::deferred,
+                                  [&] { return check_dark(dark, histogram, judge); });
+        std::string problem;
         try {
             frames.push_back(measure_dark_frame(dark, histogram, request.blocks, rules.output));
-        } catch (const CalibrationError& problem) {
-            judge.say(Check::not_computed, Severity::fail, problem.what());
+        } catch (const CalibrationError& found) {
+            problem = found.what();
+        }
+        measures.push_back(checked.get());
+        if (!problem.empty()) {
+            judge.say(Check::not_computed, Severity::fail, problem);
         }
         take_warnings(judge, rules.output);
         std::ranges::move(judge.take(), std::back_inserter(findings));

@@ -22,7 +22,7 @@ struct StepRules {
     std::string command;
     OptionRecord options;
     bool forced = false;   ///< what fails its checks is applied and written all the same
-    std::size_t jobs = 1;  ///< threads: one computes, the others read ahead
+    std::size_t jobs = 1;  ///< how much may be done side by side
 
     /// Share of its mean by which a frame of a burst may differ before it is left out.
     [[nodiscard]] double most_burst_difference() const { return limits[Check::burst_frame].warn / 100; }
@@ -51,7 +51,6 @@ struct BlackLevelRequest {
 [[nodiscard]] Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const StepRules& rules,
                                                        const CaptureRead& read);
 
-/// Leaves the capture behind its black level, where there is a result.
 [[nodiscard]] Step<LensShading> flat_step(Capture& flat, const TuningValues& values, const ShadingSettings& settings,
                                           const StepRules& rules);
 

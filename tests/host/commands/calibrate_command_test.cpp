@@ -1,7 +1,9 @@
 // The chain as a user runs it, held against the simulated sensor's truth.
 
 #include <array>
+#include <map>
 #include <set>
+#include <sstream>
 
 #include "base/process.h"
 #include "support/program.h"
@@ -172,6 +174,55 @@ TEST(Calibrate, GivesTheSameBitsOnTheBaselineInstructionSet) {
     for (std::size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(results["lens_shading"][i]["mesh"], wide["lens_shading"][i]["mesh"]);
         EXPECT_EQ(results["colour_matrix"][i]["matrix"], wide["colour_matrix"][i]["matrix"]);
+    }
+}
+
+/// Also of what fails its checks, and of a file that is found damaged on the way.
+TEST(Calibrate, JobsSideBySideGiveWhatOneGives) {
+    const TemporaryFolder folder;
+    run_line(
+        folder.path(),
+        "simulate s --size 320x240 --illuminants 2850 5000 --gains 1,4 --burst 2 --dark-frames 2 --series-levels 3 "
+        "--format png --fault tilt=8");
+    std::string damaged = read_text(folder / "s/flat_5000K_g1_2.png");
+    damaged[damaged.size() / 2] = static_cast<char>(~damaged[damaged.size() / 2]);
+    write_text(folder / "s/flat_5000K_g1_2.png", damaged);
+    struct Made {
+        ProgramRun run;
+        std::set<std::string> told;  ///< on standard error, but for the progress
+        std::map<std::string, std::string> files;
+    };
+    const auto made_by = [&](const std::string& options) {
+        Made made{run_program(folder.path(), words("calibrate s/session.toml --out out --registers --corrected "
+                                                   "--pictures --tables" +
+                                                   options)),
+                  {},
+                  {}};
+        std::istringstream lines(made.run.err);
+        for (std::string line; std::getline(lines, line);) {
+            if (line.find(" of ") == std::string::npos) {
+                made.told.insert(line);
+            }
+        }
+        for (const std::string& name : TemporaryFolder(folder / "out").names()) {
+            made.files[name] = read_text(folder / ("out/" + name));
+        }
+        std::filesystem::remove_all(folder / "out");
+        return made;
+    };
+    write_text(folder / "library.log", "");
+    for (const std::string options : {" --log library.log", " --only blc,lsc,noise"}) {
+        SCOPED_TRACE(options);
+        const Made one = made_by(options + " --jobs 1");
+        const std::string log = read_text(folder / "library.log");
+        const Made many = made_by(options + " --jobs 4");
+        EXPECT_EQ(one.run.status, 2);
+        EXPECT_EQ(many.run.status, 2);
+        EXPECT_EQ(one.run.out, many.run.out);
+        EXPECT_EQ(one.told, many.told);
+        EXPECT_GE(one.files.size(), 5U);
+        EXPECT_TRUE(one.files == many.files);
+        EXPECT_TRUE(log == read_text(folder / "library.log"));
     }
 }
 

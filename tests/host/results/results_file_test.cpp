@@ -90,7 +90,7 @@ TEST(ResultsFile, FieldsAreWhatTheirNamesSay) {
     noise.deviation[host::kGB].slope = 0.5F;
     noise.variance[host::kBB].intercept = 0.25F;
     noise.levels.push_back({"dark", 2, {1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}});
-    const json found = json::parse(host::to_json_text(results, "/shots"));
+    const json found = json::parse(host::to_json(results, "/shots").dump());
     const auto channels = [](auto rr, auto gr, auto gb, auto bb) {
         return json{{"rr", rr}, {"gr", gr}, {"gb", gb}, {"bb", bb}};
     };

@@ -1,0 +1,152 @@
+#include "base/jobs.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "base/error.h"
+
+namespace cali::host {
+namespace {
+
+enum class Message : uint8_t { told, answer, input_error, calibration_error, output_error, no_memory, other_error };
+
+struct Header {
+    Message message = Message::told;
+    uint64_t size = 0;
+};
+
+std::string message_of(Message message, const std::string& content) {
+    const Header header{message, content.size()};
+    std::string bytes(sizeof(header), '\0');
+    std::memcpy(bytes.data(), &header, sizeof(header));
+    return bytes + content;
+}
+
+/// The last message of a job.
+std::string outcome(const Jobs::Work& work, const Jobs::Tell& tell) {
+    try {
+        return message_of(Message::answer, work(tell));
+    } catch (const InputError& problem) {
+        return message_of(Message::input_error, problem.what());
+    } catch (const CalibrationError& problem) {
+        return message_of(Message::calibration_error, problem.what());
+    } catch (const OutputError& problem) {
+        return message_of(Message::output_error, problem.what());
+    } catch (const std::bad_alloc&) {
+        return message_of(Message::no_memory, {});
+    } catch (const std::exception& problem) {
+        return message_of(Message::other_error, problem.what());
+    }
+}
+
+std::exception_ptr problem_of(Message message, const std::string& content) {
+    switch (message) {
+        case Message::input_error: return std::make_exception_ptr(InputError(content));
+        case Message::calibration_error: return std::make_exception_ptr(CalibrationError(content));
+        case Message::output_error: return std::make_exception_ptr(OutputError(content));
+        case Message::no_memory: return std::make_exception_ptr(std::bad_alloc());
+        default: return std::make_exception_ptr(std::runtime_error(content));
+    }
+}
+
+}  // namespace
+
+std::size_t Jobs::add(Work work) {
+    jobs_.push_back({std::move(work)});
+    begin_next();
+    return jobs_.size() - 1;
+}
+
+std::string Jobs::wait(std::size_t number) {
+    Job& job = jobs_[number];
+    while (!job.done) {
+        begin_next();
+        if (!job.begun) {
+            job.begun = true;
+            job.received = outcome(job.work, told_);
+            take_messages(job);
+        } else {
+            receive();
+        }
+    }
+    if (job.problem) {
+        std::rethrow_exception(job.problem);
+    }
+    return std::move(job.answer);
+}
+
+void Jobs::begin_next() {
+    auto running =
+        static_cast<std::size_t>(std::ranges::count_if(jobs_, [](const Job& job) { return job.process != nullptr; }));
+    for (Job& job : jobs_) {
+        if (job.begun || running >= most_) {
+            continue;
+        }
+        job.process = ChildProcess::start([&](const ChildProcess::Send& send) {
+            const Tell tell = [&](const std::string& text) { send(message_of(Message::told, text)); };
+            send(outcome(job.work, tell));
+        });
+        if (!job.process) {
+            return;
+        }
+        job.begun = true;
+        ++running;
+    }
+}
+
+void Jobs::take_messages(Job& job) {
+    std::size_t taken = 0;
+    Header header;
+    while (job.received.size() - taken >= sizeof(header)) {
+        std::memcpy(&header, job.received.data() + taken, sizeof(header));
+        if (job.received.size() - taken - sizeof(header) < header.size) {
+            break;
+        }
+        std::string content = job.received.substr(taken + sizeof(header), header.size);
+        taken += sizeof(header) + header.size;
+        if (header.message == Message::told) {
+            told_(content);
+            continue;
+        }
+        job.done = true;
+        if (header.message == Message::answer) {
+            job.answer = std::move(content);
+        } else {
+            job.problem = problem_of(header.message, content);
+        }
+    }
+    job.received.erase(0, taken);
+}
+
+/// Waits for it.
+void Jobs::receive() {
+    std::vector<ChildProcess*> running;
+    for (const Job& job : jobs_) {
+        if (job.process) {
+            running.push_back(job.process.get());
+        }
+    }
+    ChildProcess::wait_for_any(running);
+    for (Job& job : jobs_) {
+        if (!job.process) {
+            continue;
+        }
+        const bool more = job.process->receive(job.received);
+        take_messages(job);
+        if (more) {
+            continue;
+        }
+        const std::string end = job.process->end();
+        job.process.reset();
+        if (!std::exchange(job.done, true)) {
+            job.problem = std::make_exception_ptr(
+                std::runtime_error("a process of this run " + end + " before its work was done"));
+        }
+    }
+}
+
+}  // namespace cali::host

@@ -1,0 +1,56 @@
+/// Pieces of work side by side, each in a process of its own.
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/child_process.h"
+
+namespace cali::host {
+
+/// At most so many at a time, in the order in which they are added. What the system grants no process for is done where
+/// it is waited for.
+class Jobs {
+public:
+    /// Passes a text on to this process at once.
+    using Tell = std::function<void(const std::string&)>;
+    using Work = std::function<std::string(const Tell&)>;
+
+    /// `told` is called while a job is waited for, with what any of them tells.
+    Jobs(std::size_t most, Tell told) : most_(most), told_(std::move(told)) {}
+    Jobs(const Jobs&) = delete;
+    Jobs& operator=(const Jobs&) = delete;
+    ~Jobs() = default;  ///< ends those that still run
+
+    /// Returns its number. The work sees everything as it is when it begins, which may be later, and alters nothing
+    /// here.
+    std::size_t add(Work work);
+    /// What the work returns or throws: InputError, CalibrationError, OutputError, std::bad_alloc or a
+    /// std::runtime_error, which a process that ended without an answer is, too. Once for each job.
+    [[nodiscard]] std::string wait(std::size_t job);
+
+private:
+    struct Job {
+        Work work;
+        std::unique_ptr<ChildProcess> process = {};
+        std::string received = {};  ///< and not looked at
+        std::string answer = {};
+        std::exception_ptr problem = {};
+        bool begun = false;
+        bool done = false;
+    };
+
+    void begin_next();
+    void take_messages(Job& job);
+    void receive();
+
+    std::size_t most_;
+    Tell told_;
+    std::deque<Job> jobs_;
+};
+
+}  // namespace cali::host
