@@ -70,7 +70,7 @@ Cost cost_of(const std::function<void()>& run) {
 }
 
 void print(const char* name, const Cost& cost, const Cost& reading) {
-    std::printf("| %-22s | %6.3f | %6.3f | %6.1f | %6.1f | %7ld | %5.0f |\n", name, cost.cpu, cost.wall,
+    std::printf("| %-23s | %6.3f | %6.3f | %6.1f | %6.1f | %7ld | %5.0f |\n", name, cost.cpu, cost.wall,
                 cost.cpu / reading.cpu, cost.wall / reading.wall, cost.faults, cost.memory);
     std::fflush(stdout);
 }
@@ -188,15 +188,19 @@ int main(int argc, char** argv) {
     };
     std::printf("%zu captures, %.0f MB\n", captures.size(), bytes * 1e-6);
     std::printf(
-        "|                        |  CPU s | wall s | CPU / reading | wall / reading | page faults | peak MB |\n");
+        "|                         |  CPU s | wall s | CPU / reading | wall / reading | page faults | peak MB |\n");
     std::printf("|---|---:|---:|---:|---:|---:|---:|\n");
     const Cost reading = cost_of([&] { read_files(captures); });
     print("reading", reading, reading);
     print("whole session", calibrate({}), reading);
+    print("whole session, --jobs 2", calibrate({"--jobs", "2"}), reading);
     for (const char* const stage : {"blc", "lsc", "awb", "ccm", "clut", "noise"}) {
         print(stage, calibrate({"--only", stage}), reading);
     }
-    print("whole, every output", calibrate({"--registers", "--corrected", "--pictures", "--tables"}), reading);
+    std::vector<std::string> outputs = {"--registers", "--corrected", "--pictures", "--tables"};
+    print("whole, every output", calibrate(outputs), reading);
+    outputs.insert(outputs.end(), {"--jobs", "2"});
+    print("the same, --jobs 2", calibrate(outputs), reading);
     try {
         measure_steps(session);
     } catch (const InputError& problem) {

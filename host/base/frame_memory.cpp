@@ -6,7 +6,7 @@
 
 #include "core/scratch.h"
 
-namespace cali::host::detail {
+namespace cali::host {
 namespace {
 
 constexpr std::size_t kLarge = std::size_t{2} << 20U;
@@ -19,17 +19,20 @@ public:
     Pool() = default;
     Pool(const Pool&) = delete;
     Pool& operator=(const Pool&) = delete;
-    ~Pool() {
-        for (const Block& block : blocks_) {
-            free_scratch(block.memory, block.bytes);
-        }
-    }
+    ~Pool() { release(); }
 
     /// Null where none is of that size.
     void* take(std::size_t bytes) noexcept {
         const std::lock_guard lock(mutex_);
         const auto found = std::ranges::find(blocks_, bytes, &Block::bytes);
         return found == blocks_.end() ? nullptr : std::exchange(*found, {}).memory;
+    }
+    void release() noexcept {
+        const std::lock_guard lock(mutex_);
+        for (Block& block : blocks_) {
+            free_scratch(block.memory, block.bytes);
+            block = {};
+        }
     }
     void give(void* memory, std::size_t bytes) noexcept {
         Block oldest{memory, bytes};
@@ -59,6 +62,10 @@ Pool& pool() {
 
 }  // namespace
 
+void release_frame_memory() noexcept { pool().release(); }
+
+namespace detail {
+
 void* take_frame_memory(std::size_t bytes) {
     if (bytes < kLarge) {
         return ::operator new(bytes);
@@ -75,4 +82,5 @@ void give_frame_memory(void* memory, std::size_t bytes) noexcept {
     }
 }
 
-}  // namespace cali::host::detail
+}  // namespace detail
+}  // namespace cali::host

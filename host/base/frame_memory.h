@@ -18,6 +18,9 @@ void give_frame_memory(void* memory, std::size_t bytes) noexcept;
 
 }  // namespace detail
 
+/// Gives back what is kept for later frames: a process that forks would pay for a copy of every page it writes again.
+void release_frame_memory() noexcept;
+
 /// Numbers that are filled anyway: they are not cleared, and large blocks are used again, since the first touch of
 /// fresh memory costs more than what is done with a frame. Throws std::bad_alloc.
 template <typename T>

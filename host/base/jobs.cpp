@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/frame_memory.h"
 
 namespace cali::host {
 namespace {
@@ -86,6 +87,7 @@ void Jobs::begin_next() {
         if (job.begun || running >= most_) {
             continue;
         }
+        release_frame_memory();
         job.process = ChildProcess::start([&](const ChildProcess::Send& send) {
             const Tell tell = [&](const std::string& text) { send(message_of(Message::told, text)); };
             send(outcome(job.work, tell));
@@ -137,7 +139,7 @@ void Jobs::receive() {
         }
         const bool more = job.process->receive(job.received);
         take_messages(job);
-        if (more) {
+        if (more && !job.done) {
             continue;
         }
         const std::string end = job.process->end();

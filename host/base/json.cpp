@@ -48,7 +48,7 @@ constexpr std::size_t kMostLevels = 100;
 /// Takes what the parser meets as it goes: no document of the library's own stands between.
 class Builder : public nlohmann::json_sax<Document> {
 public:
-    explicit Builder(Json& root) : root_(root) {}
+    Builder(Json& root, const std::vector<std::string>& enough) : root_(root), enough_(enough) {}
 
     bool null() override { return add({}); }
     bool boolean(bool value) override { return add(value); }
@@ -83,7 +83,7 @@ private:
     }
     bool add(Json value) {
         place(std::move(value));
-        return true;
+        return goes_on();
     }
     bool open(Json container) {
         if (open_.size() == kMostLevels) {
@@ -94,10 +94,15 @@ private:
     }
     bool close() {
         open_.pop_back();
-        return true;
+        return goes_on();
+    }
+    [[nodiscard]] bool goes_on() const {
+        return enough_.empty() || open_.size() != 1 ||
+               !std::ranges::all_of(enough_, [&](const std::string& name) { return root_.find(name) != nullptr; });
     }
 
     Json& root_;
+    const std::vector<std::string>& enough_;
     std::vector<Json*> open_;  ///< a list or object grows only while it is the last of them
     std::string key_;
 };
@@ -134,10 +139,24 @@ std::string Json::dump() const {
     return to_document(*this).dump(2, ' ', false, Document::error_handler_t::replace);
 }
 
-Json Json::parse(const std::string& text) {
+Json Json::parse(const std::string& text, const std::vector<std::string>& enough) {
     Json json;
-    Builder builder(json);
+    Builder builder(json, enough);
     (void)Document::sax_parse(text, &builder);
+    return json;
+}
+
+std::string Json::pack() const {
+    std::string bytes;
+    Document::to_cbor(to_document(*this), bytes);
+    return bytes;
+}
+
+Json Json::unpack(const std::string& bytes) {
+    Json json;
+    const std::vector<std::string> all;
+    Builder builder(json, all);
+    (void)Document::sax_parse(bytes, &builder, Document::input_format_t::cbor);
     return json;
 }
 

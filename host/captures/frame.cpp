@@ -58,18 +58,19 @@ Codes to_file_codes(std::span<const uint32_t> samples) {
     return codes;
 }
 
-Capture to_capture(FileFrame frame) {
-    Capture capture = std::move(frame.capture);
-    const int bits = capture.sensor.bits;
-    capture.samples = Samples(frame.codes.size());
+void to_library_scale(std::span<const uint16_t> codes, int bits, uint32_t* samples) {
     // One loop for each of the two scales, which compilers vectorise.
     if (bits <= kLibraryBits) {
-        std::ranges::transform(frame.codes, capture.samples.begin(),
-                               [bits](uint16_t code) { return scaled_up(code, bits); });
+        std::ranges::transform(codes, samples, [bits](uint16_t code) { return scaled_up(code, bits); });
     } else {
-        std::ranges::transform(frame.codes, capture.samples.begin(),
-                               [bits](uint16_t code) { return scaled_down(code, bits); });
+        std::ranges::transform(codes, samples, [bits](uint16_t code) { return scaled_down(code, bits); });
     }
+}
+
+Capture to_capture(FileFrame frame) {
+    Capture capture = std::move(frame.capture);
+    capture.samples = Samples(frame.codes.size());
+    to_library_scale(frame.codes, capture.sensor.bits, capture.samples.data());
     return capture;
 }
 

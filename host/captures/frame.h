@@ -56,9 +56,6 @@ public:
     [[nodiscard]] std::span<const uint8_t> bytes() const {
         return {reinterpret_cast<const uint8_t*>(words_.data()), size_};
     }
-    /// Bits that any of its 16-bit words has, as this machine reads them; all until it is told.
-    void set_word_bits(uint16_t bits) { word_bits_ = bits; }
-    [[nodiscard]] uint16_t word_bits() const { return word_bits_; }
     /// Its first 16-bit words as codes. Uses up the content.
     [[nodiscard]] Codes take_words(std::size_t count) {
         words_.shorten(count);
@@ -68,11 +65,12 @@ public:
 private:
     Codes words_;
     std::size_t size_;
-    uint16_t word_bits_ = 0xFFFF;
 };
 
 /// The frame on the library's scale.
 [[nodiscard]] Capture to_capture(FileFrame frame);
+/// `codes` of `bits` bits on it, as many `samples`.
+void to_library_scale(std::span<const uint16_t> codes, int bits, uint32_t* samples);
 
 /// The 12-bit code of a sample of `bits` bits: fewer are shifted up, more are rounded to nearest and end at 4095.
 [[nodiscard]] uint32_t to_library_scale(uint32_t sample, int bits);

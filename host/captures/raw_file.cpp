@@ -123,6 +123,11 @@ Layout find_layout(Capture& capture, std::span<const uint8_t> head, uint64_t byt
                      (geometry.width && geometry.height ? geometry.source : "its name"));
 }
 
+bool is_plain(const Layout& layout, const Geometry& geometry) {
+    return layout.packing == Packing::none && layout.wide && layout.header == 0 && layout.stride == layout.row &&
+           !geometry.layout.big_endian.value_or(false) && std::endian::native == std::endian::little;
+}
+
 uint16_t swapped(uint16_t code) { return static_cast<uint16_t>(code >> 8U | code << 8U); }
 
 /// Mean difference of neighbours of one colour in the codes as they are and with their bytes swapped.
@@ -182,14 +187,19 @@ void probe_raw(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, 
     (void)find_layout(capture, head, bytes, geometry);
 }
 
+bool is_plain_raw(Capture& capture, std::span<const uint8_t> head, uint64_t bytes, const Geometry& geometry) {
+    return is_plain(find_layout(capture, head, bytes, geometry), geometry) && capture.sensor.bits < kMaxBits;
+}
+
+bool surely_codes(uint16_t word_bits, int bits) { return word_bits >> bits == 0 && swapped(word_bits) >> bits != 0; }
+
 void read_raw(FileFrame& frame, FileContent& content, const Geometry& geometry) {
     const std::span<const uint8_t> bytes = content.bytes();
     const Layout layout = find_layout(frame.capture, bytes, bytes.size(), geometry);
     const SensorGeometry& sensor = frame.capture.sensor;
     const bool big_endian = geometry.layout.big_endian.value_or(false);
     const auto columns = static_cast<std::size_t>(sensor.width);
-    const bool as_in_memory = layout.packing == Packing::none && layout.wide && !big_endian && layout.header == 0 &&
-                              layout.stride == layout.row && std::endian::native == std::endian::little;
+    const bool as_in_memory = is_plain(layout, geometry);
     Codes codes = as_in_memory ? content.take_words(photosites(sensor)) : Codes(photosites(sensor));
     for (std::size_t y = 0; !as_in_memory && y < static_cast<std::size_t>(sensor.height); ++y) {
         const auto from = bytes.subspan(layout.header + y * layout.stride, layout.row);
@@ -200,8 +210,7 @@ void read_raw(FileFrame& frame, FileContent& content, const Geometry& geometry) 
             decode_samples(from, {layout.wide, big_endian}, row);
         }
     }
-    const bool surely_within = as_in_memory && content.word_bits() >> sensor.bits == 0;
-    const bool too_large = !surely_within && exceed(codes, sensor.bits);
+    const bool too_large = exceed(codes, sensor.bits);
     if (layout.packing == Packing::none && layout.wide) {
         check_byte_order(frame.capture, codes, too_large, big_endian);
     }

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <fstream>
+#include <optional>
+#include <vector>
 
 #include "base/digest.h"
 #include "base/error.h"
@@ -30,31 +31,27 @@ std::ifstream open_file(const std::filesystem::path& file) {
     return stream;
 }
 
-/// The first `count` bytes, which it holds. `told` gets them part by part, while the cache has them.
+/// A part stays in the second cache until the next is read.
+constexpr std::size_t kPart = std::size_t{1} << 18U;
+
+void read_next(std::ifstream& stream, const std::filesystem::path& file, std::span<uint8_t> bytes) {
+    if (!stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()))) {
+        throw InputError(file.string() + ": reading failed");
+    }
+}
+
+/// The first `count` bytes, which it holds. `told` gets them part by part.
 template <typename Told>
 FileContent read_bytes(const std::filesystem::path& file, uint64_t count, Told told) {
-    constexpr std::size_t kPart = std::size_t{1} << 18U;
     std::ifstream stream = open_file(file);
     FileContent content(static_cast<std::size_t>(count));
     for (std::span<uint8_t> rest = content.bytes(); !rest.empty();) {
         const std::span<uint8_t> part = rest.first(std::min(rest.size(), kPart));
-        if (!stream.read(reinterpret_cast<char*>(part.data()), static_cast<std::streamsize>(part.size()))) {
-            throw InputError(file.string() + ": reading failed");
-        }
+        read_next(stream, file, part);
         told(part);
         rest = rest.subspan(part.size());
     }
     return content;
-}
-
-uint16_t bits_of_words(std::span<const uint8_t> bytes) {
-    unsigned bits = 0;
-    for (std::size_t i = 0; i + 2 <= bytes.size(); i += 2) {
-        uint16_t word = 0;
-        std::memcpy(&word, bytes.data() + i, sizeof word);
-        bits |= word;
-    }
-    return static_cast<uint16_t>(bits);
 }
 
 void nobody(std::span<const uint8_t> /*part*/) {}
@@ -74,6 +71,9 @@ FileContent read_all(const std::filesystem::path& file, Told told) {
     }
     return read_bytes(file, bytes, told);
 }
+
+/// More than any header that stands alone.
+constexpr uint64_t kHead = 4096;
 
 /// A form of files, and how to know it.
 struct Reader {
@@ -107,18 +107,48 @@ void set_in_force(Capture& capture, const Geometry& geometry) {
     capture.settings = settings_of(capture, geometry);
 }
 
+/// Plain words, each part of which goes to the library's scale while it is there. Nothing for other files, and for
+/// words that are to be looked at more closely.
+std::optional<Capture> read_plain(const std::filesystem::path& file, const Geometry& geometry) {
+    Capture capture;
+    capture.file = file;
+    const uint64_t bytes = size_of(file);
+    FileContent head = read_bytes(file, std::min(bytes, kHead), nobody);
+    if (bytes > kMostFileBytes || is_container(file, head.bytes()) || reader_of(file, head.bytes()).read != read_raw ||
+        !is_plain_raw(capture, head.bytes(), bytes, geometry)) {
+        return std::nullopt;
+    }
+    std::ifstream stream = open_file(file);
+    std::vector<uint16_t> words(kPart / sizeof(uint16_t));
+    Digest digest;
+    unsigned word_bits = 0;
+    capture.samples = Samples(photosites(capture.sensor));
+    for (std::size_t done = 0; done < capture.samples.size();) {
+        const auto part = std::span(words).first(std::min(words.size(), capture.samples.size() - done));
+        const std::span<uint8_t> part_bytes(reinterpret_cast<uint8_t*>(part.data()), part.size_bytes());
+        read_next(stream, file, part_bytes);
+        digest.add(part_bytes);
+        for (const uint16_t word : part) {
+            word_bits |= word;
+        }
+        to_library_scale(part, capture.sensor.bits, capture.samples.data() + done);
+        done += part.size();
+    }
+    if (!surely_codes(static_cast<uint16_t>(word_bits), capture.sensor.bits)) {
+        return std::nullopt;
+    }
+    capture.inputs = {{file, bytes, digest.text()}};
+    set_in_force(capture, geometry);
+    return capture;
+}
+
 }  // namespace
 
 FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry) {
     FileFrame frame;
     Capture& capture = frame.capture;
     Digest digest;
-    uint16_t word_bits = 0;
-    FileContent content = read_all(file, [&](std::span<const uint8_t> part) {
-        digest.add(part);
-        word_bits = static_cast<uint16_t>(word_bits | bits_of_words(part));
-    });
-    content.set_word_bits(word_bits);
+    FileContent content = read_all(file, [&](std::span<const uint8_t> part) { digest.add(part); });
     const std::span<const uint8_t> bytes = content.bytes();
     capture.file = file;
     capture.inputs = {{file, bytes.size(), digest.text()}};
@@ -128,11 +158,11 @@ FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry
 }
 
 Capture read_capture(const std::filesystem::path& file, const Geometry& geometry) {
-    return to_capture(read_frame(file, geometry));
+    std::optional<Capture> plain = read_plain(file, geometry);
+    return plain ? std::move(*plain) : to_capture(read_frame(file, geometry));
 }
 
 Capture probe_capture(const std::filesystem::path& file, const Geometry& geometry) {
-    constexpr uint64_t kHead = 4096;  // more than any header that stands alone
     Capture capture;
     capture.file = file;
     const uint64_t bytes = size_of(file);

@@ -61,6 +61,7 @@ void output_fields(Archive& archive, std::vector<std::filesystem::path>& outputs
     if (!archive.reading()) {
         outputs = each_once(outputs);
     }
+    archive.derived("outputs", Json::array());
     archive.list("outputs", outputs, [](Archive entry, std::filesystem::path& output) { entry.file("file", output); });
 }
 
@@ -80,6 +81,7 @@ void verdict_fields(Archive& archive, const Results& results) {
 void fields(Archive& archive, Results& results) {
     archive.object("sensor", [&](Archive sensor) { sensor_fields(sensor, results.sensor); });
     archive.set_mono(results.sensor.mono);
+    output_fields(archive, results.outputs);
     for_each_section(results, [&](const char* key, auto& entries) { section(archive, key, entries); });
     if (!archive.reading()) {
         if (const std::optional<GainModel> model = gain_model(results)) {
@@ -88,11 +90,10 @@ void fields(Archive& archive, Results& results) {
     }
     limit_fields(archive, results.limits);
     section(archive, "findings", results.findings);
-    output_fields(archive, results.outputs);
     verdict_fields(archive, results);
 }
 
-Json read_document(const std::filesystem::path& file) {
+Json read_document(const std::filesystem::path& file, const std::vector<std::string>& enough = {}) {
     std::error_code error;
     std::ifstream stream(file, std::ios::binary);
     if (!std::filesystem::is_regular_file(file, error) || !stream) {
@@ -102,7 +103,7 @@ Json read_document(const std::filesystem::path& file) {
     content << stream.rdbuf();
     Json json;
     try {
-        json = Json::parse(content.str());
+        json = Json::parse(content.str(), enough);
     } catch (const InputError& problem) {
         throw InputError(file.string() + ": no results file of cali: " + problem.what());
     }
@@ -162,7 +163,7 @@ std::vector<std::filesystem::path> outputs_to_replace(const std::filesystem::pat
     if (!std::filesystem::is_regular_file(file, error)) {
         return outputs;
     }
-    const Json json = read_document(file);
+    const Json json = read_document(file, {"schema", "cali_version", "outputs"});
     try {
         Archive archive = Archive::reader(json, file.parent_path());
         int schema = 0;

@@ -145,10 +145,10 @@ private:
         answer["printed"] = printed.text;
         answer["lines"] = printed.lines.all;
         answer["warnings"] = printed.lines.warn;
-        return answer.dump();
+        return answer.pack();
     }
-    [[nodiscard]] Results from_answer(const std::string& text) const {
-        const Json answer = Json::parse(text);
+    [[nodiscard]] Results from_answer(const std::string& bytes) const {
+        const Json answer = Json::unpack(bytes);
         Archive archive = Archive::reader(answer, {});
         LibraryOutput::Held printed;
         archive.field("printed", printed.text);

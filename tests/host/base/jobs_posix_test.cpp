@@ -1,10 +1,13 @@
 // Windows does jobs one after the other.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <set>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 #include "base/jobs.h"
@@ -38,6 +41,18 @@ TEST(Jobs, RunSideBySideAndNoMoreThanThat) {
     EXPECT_EQ(jobs.wait(first), "met");
     EXPECT_EQ(jobs.wait(second), "met");
     EXPECT_EQ(jobs.wait(third), "waited");
+}
+
+TEST(Jobs, HaveAProcessEach) {
+    Jobs jobs(2, [](const std::string&) {});
+    for (int i = 0; i < 5; ++i) {
+        (void)jobs.add([](const Jobs::Tell&) { return std::to_string(::getpid()); });
+    }
+    std::set<std::string> processes = {std::to_string(::getpid())};
+    for (std::size_t i = 0; i < 5; ++i) {
+        processes.insert(jobs.wait(i));
+    }
+    EXPECT_EQ(processes.size(), 6U);
 }
 
 TEST(Jobs, ThatDieAreAnErrorAndThoseLeftAreEnded) {
