@@ -16,6 +16,15 @@
 namespace cali {
 namespace {
 
+/// table[at] for four places that are 0 or more. The instruction takes three times as long on machines that are mended
+/// against leaks through it.
+inline __m128i gather_four(const int32_t* table, __m128i at) {
+    const auto low = static_cast<uint64_t>(_mm_cvtsi128_si64(at));
+    const auto high = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(at, at)));
+    return _mm_setr_epi32(table[static_cast<uint32_t>(low)], table[low >> 32U], table[static_cast<uint32_t>(high)],
+                          table[high >> 32U]);
+}
+
 namespace baseline {
 
 #include "kernels/simd_sse2.inc"
