@@ -98,6 +98,16 @@ PerChannel<float> FlatField::sample_at(float x, float y) const {
     return result;
 }
 
+void FlatField::prefetch(float x, float y) const {
+    const auto x0 = std::min(static_cast<int32_t>(x / 2.0F), planes->width - 1);
+    const auto y0 = std::min(static_cast<int32_t>(y / 2.0F), planes->height - 1);
+    const int32_t y1 = std::min(y0 + 1, planes->height - 1);
+    for (std::size_t code = 0; code < kChannels; ++code) {
+        __builtin_prefetch(planes->row(code, y0) + x0);
+        __builtin_prefetch(planes->row(code, y1) + x0);
+    }
+}
+
 PerChannel<float> FlatField::above_black(const PerChannel<float>& sample) const {
     PerChannel<float> result;
     for (std::size_t code = 0; code < kChannels; ++code) {

@@ -47,6 +47,9 @@ struct FlatField {
     /// Bilinear, at a position in frame photosites within the frame.
     [[nodiscard]] PerChannel<float> sample_at(float x, float y) const;
 
+    /// Asks for what `sample_at` will read.
+    void prefetch(float x, float y) const;
+
     /// A sample above black, at least 1.
     [[nodiscard]] PerChannel<float> above_black(const PerChannel<float>& sample) const;
 };

@@ -1,6 +1,7 @@
 #include "lsc/gain_tables.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "core/arithmetic.h"
@@ -68,6 +69,23 @@ CircleSums sum_circle(const FlatField& field, const CentreSignal& centre, const 
     CircleSums sums;
     const int32_t points = truncate(radius * kTurn);
     const float step = kTurn / static_cast<float>(points);
+    // Every point is in other cache lines: they are asked for some points ahead.
+    struct Point {
+        float x = 0;
+        float y = 0;
+    };
+    std::array<Point, 32> ahead;
+    std::size_t waiting = 0;
+    const auto add_waiting = [&] {
+        for (std::size_t i = 0; i < waiting; ++i) {
+            const PerChannel<float> signal = field.above_black(field.sample_at(ahead[i].x, ahead[i].y));
+            sums.red += centre.signal[RR] / signal[RR];
+            sums.green += (centre.signal[GB] / signal[GB] + centre.signal[GR] / signal[GR]) * 0.5F;
+            sums.blue += centre.signal[BB] / signal[BB];
+            ++sums.count;
+        }
+        waiting = 0;
+    };
     for (int32_t m = 0; m < points; ++m) {
         const auto angle = static_cast<double>(static_cast<float>(m) * step);
         const float x = static_cast<float>(tables.center_x) + radius * static_cast<float>(std::cos(angle));
@@ -75,12 +93,13 @@ CircleSums sum_circle(const FlatField& field, const CentreSignal& centre, const 
         if (x < 0 || x >= static_cast<float>(field.width) || y < 0 || y > static_cast<float>(field.height)) {
             continue;
         }
-        const PerChannel<float> signal = field.above_black(field.sample_at(x, y));
-        sums.red += centre.signal[RR] / signal[RR];
-        sums.green += (centre.signal[GB] / signal[GB] + centre.signal[GR] / signal[GR]) * 0.5F;
-        sums.blue += centre.signal[BB] / signal[BB];
-        ++sums.count;
+        field.prefetch(x, y);
+        ahead[waiting++] = {x, y};
+        if (waiting == ahead.size()) {
+            add_waiting();
+        }
     }
+    add_waiting();
     return sums;
 }
 
