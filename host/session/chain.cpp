@@ -163,6 +163,7 @@ private:
                                                    Results (Chain::*step)(const Entry&, const StepRules&,
                                                                           const CaptureRead&) const) {
         std::vector<Finished> begun;
+        begun.reserve(entries.size());
         for (const Entry& entry : entries) {
             begun.push_back(begin([this, step, entry](const StepRules& rules, const CaptureRead& read) {
                 return (this->*step)(entry, rules, read);
