@@ -72,9 +72,13 @@ std::unique_ptr<ChildProcess> ChildProcess::start(const std::function<void(const
     if (process == 0) {
         become_child(parent);
         ::close(ends[0]);
-        work([&](std::string_view bytes) { return send_all(ends[1], bytes); });
-        (void)std::fflush(stderr);
-        ::_exit(0);
+        try {
+            work([&](std::string_view bytes) { return send_all(ends[1], bytes); });
+            (void)std::fflush(stderr);
+            ::_exit(0);
+        } catch (...) {
+            ::_exit(1);  // what stands on the stack is the parent's to clear up
+        }
     }
     ::close(ends[1]);
     if (process < 0) {

@@ -65,13 +65,14 @@ std::size_t Jobs::add(Work work) {
 std::string Jobs::wait(std::size_t number) {
     Job& job = jobs_[number];
     while (!job.done) {
+        begin(job);
         begin_next();
-        if (!job.begun) {
+        if (running() > 0) {
+            receive();
+        } else {
             job.begun = true;
             job.received = outcome(job.work, told_);
             take_messages(job);
-        } else {
-            receive();
         }
     }
     if (job.problem) {
@@ -80,23 +81,34 @@ std::string Jobs::wait(std::size_t number) {
     return std::move(job.answer);
 }
 
+void Jobs::drop(std::size_t number) {
+    Job& job = jobs_[number];
+    job.begun = job.done = true;
+    job.process.reset();
+}
+
+std::size_t Jobs::running() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(jobs_, [](const Job& job) { return job.process != nullptr; }));
+}
+
+void Jobs::begin(Job& job) {
+    const std::size_t others = running();
+    if (job.begun || others >= most_ || !granted_) {
+        return;
+    }
+    release_frame_memory();
+    job.process = ChildProcess::start([&](const ChildProcess::Send& send) {
+        const Tell tell = [&](const std::string& text) { send(message_of(Message::told, text)); };
+        send(outcome(job.work, tell));
+    });
+    job.begun = job.process != nullptr;
+    granted_ = job.begun || others > 0;  // one that ends makes room
+}
+
 void Jobs::begin_next() {
-    auto running =
-        static_cast<std::size_t>(std::ranges::count_if(jobs_, [](const Job& job) { return job.process != nullptr; }));
     for (Job& job : jobs_) {
-        if (job.begun || running >= most_) {
-            continue;
-        }
-        release_frame_memory();
-        job.process = ChildProcess::start([&](const ChildProcess::Send& send) {
-            const Tell tell = [&](const std::string& text) { send(message_of(Message::told, text)); };
-            send(outcome(job.work, tell));
-        });
-        if (!job.process) {
-            return;
-        }
-        job.begun = true;
-        ++running;
+        begin(job);
     }
 }
 
@@ -145,8 +157,8 @@ void Jobs::receive() {
         const std::string end = job.process->end();
         job.process.reset();
         if (!std::exchange(job.done, true)) {
-            job.problem = std::make_exception_ptr(
-                std::runtime_error("a process of this run " + end + " before its work was done"));
+            job.problem = std::make_exception_ptr(std::runtime_error(
+                "a process of this run " + end + " before its work was done; fewer at a time need less memory"));
         }
     }
 }

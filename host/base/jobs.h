@@ -12,8 +12,8 @@
 
 namespace cali::host {
 
-/// At most so many at a time, in the order in which they are added. What the system grants no process for is done where
-/// it is waited for.
+/// At most so many at a time, in the order in which they are added, but one that is waited for before all others. Where
+/// the system grants no process at all, a job is done here when it is waited for.
 class Jobs {
 public:
     /// Passes a text on to this process at once.
@@ -32,6 +32,8 @@ public:
     /// What the work returns or throws: InputError, CalibrationError, OutputError, std::bad_alloc or a
     /// std::runtime_error, which a process that ended without an answer is, too. Once for each job.
     [[nodiscard]] std::string wait(std::size_t job);
+    /// Nobody will wait for it.
+    void drop(std::size_t job);
 
 private:
     struct Job {
@@ -44,12 +46,16 @@ private:
         bool done = false;
     };
 
+    [[nodiscard]] std::size_t running() const;
+    /// Where there is room for it.
+    void begin(Job& job);
     void begin_next();
     void take_messages(Job& job);
     void receive();
 
     std::size_t most_;
     Tell told_;
+    bool granted_ = true;  ///< by the system
     std::deque<Job> jobs_;
 };
 

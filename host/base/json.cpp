@@ -1,6 +1,8 @@
 #include "base/json.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <nlohmann/json.hpp>
 
 #include "base/error.h"
@@ -10,22 +12,28 @@ namespace {
 
 using Document = nlohmann::ordered_json;
 
-Document to_document(const Json& json) {
+/// `not_numbers`: what is not a number keeps its bits, for which only packed documents have room.
+Document to_document(const Json& json, bool not_numbers = false) {
     if (const auto* object = json.as<Json::Object>()) {
         Document document = Document::object();
         for (const auto& [key, value] : *object) {
-            document[key] = to_document(value);
+            document[key] = to_document(value, not_numbers);
         }
         return document;
     }
     if (const auto* array = json.as<Json::Array>()) {
         Document document = Document::array();
         for (const Json& element : *array) {
-            document.push_back(to_document(element));
+            document.push_back(to_document(element, not_numbers));
         }
         return document;
     }
     if (const auto* number = json.as<double>()) {
+        if (not_numbers && std::isnan(*number)) {
+            std::vector<uint8_t> bits(sizeof *number);
+            std::memcpy(bits.data(), number, sizeof *number);
+            return Document::binary(std::move(bits));
+        }
         return *number;
     }
     if (const auto* integer = json.as<int64_t>()) {
@@ -56,7 +64,11 @@ public:
     bool number_unsigned(number_unsigned_t value) override { return add(uint64_t{value}); }
     bool number_float(number_float_t value, const string_t& /*text*/) override { return add(value); }
     bool string(string_t& value) override { return add(std::move(value)); }
-    bool binary(binary_t& /*value*/) override { return false; }  // no JSON text holds any
+    bool binary(binary_t& value) override {
+        double not_a_number = 0;
+        std::memcpy(&not_a_number, value.data(), std::min(value.size(), sizeof not_a_number));
+        return add(not_a_number);
+    }
     bool start_object(std::size_t /*elements*/) override { return open(Json::object()); }
     bool start_array(std::size_t /*elements*/) override { return open(Json::array()); }
     bool key(string_t& name) override {
@@ -148,7 +160,7 @@ Json Json::parse(const std::string& text, const std::vector<std::string>& enough
 
 std::string Json::pack() const {
     std::string bytes;
-    Document::to_cbor(to_document(*this), bytes);
+    Document::to_cbor(to_document(*this, true), bytes);
     return bytes;
 }
 

@@ -59,6 +59,9 @@ struct Record {
     Source source = Source::measured;  ///< of the values: in this run, unless said otherwise. Not kept
     /// Of values that come from an option or another file than the run's own results: its name. Not kept.
     std::string given;
+
+    /// Whether later steps and files may use the values.
+    [[nodiscard]] bool usable() const { return standing != Standing::rejected; }
 };
 
 }  // namespace cali::host

@@ -74,11 +74,11 @@ void for_each_block(std::FILE* file, Use use) {
     }
 }
 
-void copy_to_stderr(std::FILE* file) {
-    for_each_block(file, [](std::string_view block) {
+void copy_lines(std::FILE* from, std::FILE* to) {
+    for_each_block(from, [to](std::string_view block) {
         std::string lines(block);
         std::ranges::replace(lines, '\r', '\n');
-        std::fwrite(lines.data(), 1, lines.size(), stderr);
+        std::fwrite(lines.data(), 1, lines.size(), to);
     });
 }
 
@@ -98,13 +98,12 @@ LibraryOutput LibraryOutput::to_file(const std::filesystem::path& file) {
 }
 
 LibraryOutput LibraryOutput::beside() const {
-    return mode_ == Mode::file ? LibraryOutput(mode_, temporary_file().release(), name_)
-                               : LibraryOutput(mode_, nullptr, {});
+    return mode_ == Mode::keep ? LibraryOutput() : LibraryOutput(mode_, temporary_file().release(), name_);
 }
 
 LibraryOutput::Held LibraryOutput::held() const {
     Held held{{}, notes_->lines};
-    if (mode_ == Mode::file) {
+    if (file_) {
         for_each_block(file_.get(), [&](std::string_view block) { held.text += block; });
     }
     return held;
@@ -113,7 +112,9 @@ LibraryOutput::Held LibraryOutput::held() const {
 void LibraryOutput::take(const Held& held) const {
     notes_->lines.all += held.lines.all;
     notes_->lines.warn += held.lines.warn;
-    if (mode_ == Mode::file) {
+    if (mode_ == Mode::verbose) {
+        std::fwrite(held.text.data(), 1, held.text.size(), stderr);
+    } else if (mode_ == Mode::file) {
         const bool taken = std::fwrite(held.text.data(), 1, held.text.size(), file_.get()) == held.text.size();
         require_taken(std::fflush(file_.get()) == 0 && taken);
     }
@@ -166,7 +167,7 @@ int LibraryOutput::call_redirected(const char* name, const std::function<int()>&
         notes_->lines.warn += line.find("WARN") != std::string::npos ? 1 : 0;
     });
     if (status != 0 || mode_ == Mode::verbose) {
-        copy_to_stderr(kept.get());
+        copy_lines(kept.get(), mode_ == Mode::verbose && file_ ? file_.get() : stderr);
     }
     return status;
 }

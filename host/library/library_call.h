@@ -33,7 +33,8 @@ public:
     };
     [[nodiscard]] const Lines& lines() const { return notes_->lines; }
 
-    /// For a process beside this one, whose output `take` is given: as this is, but a file's text is held back.
+    /// For a process beside this one, whose output `take` is given: as this is, but what is shown or logged is held
+    /// back.
     [[nodiscard]] LibraryOutput beside() const;
     struct Held {
         std::string text;

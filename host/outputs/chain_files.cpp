@@ -32,12 +32,6 @@ void require_distinct_names(const std::vector<CaptureEntry>& captures, const cha
     }
 }
 
-/// Whether other files may be made of it.
-template <typename T>
-bool usable(const T& result) {
-    return result.record.standing != Standing::rejected;
-}
-
 }  // namespace
 
 ChainFiles::ChainFiles(std::filesystem::path folder, const ChainFileChoice& choice, std::size_t captures,
@@ -120,18 +114,18 @@ void ChainFiles::flat_field(const LensShading& shading, const BlackLevels& black
 void ChainFiles::add_from(const Results& results) {
     end_line();
     for (const ColourTable& table : results.tables) {
-        if (choice_.tables && usable(table) && table.needed) {
+        if (choice_.tables && table.record.usable() && table.needed) {
             files_.add_text(folder_ / cube_of(table.input.file), cube_text(table));
         }
     }
     for (const MatrixCalibration& matrix : results.matrices) {
-        if (choice_.pictures && usable(matrix)) {
+        if (choice_.pictures && matrix.record.usable()) {
             files_.add_text(folder_ / picture_of(matrix.file),
                             patch_picture({matrix.measured, matrix.corrected, matrix.reference}));
         }
     }
     for (const NoiseResults& noise : results.noise) {
-        if (choice_.pictures && usable(noise)) {
+        if (choice_.pictures && noise.record.usable()) {
             files_.add_text(folder_ / plot_of(noise.taken), noise_plot(noise));
         }
     }

@@ -1,5 +1,7 @@
 #include "outputs/register_files.h"
 
+#include <optional>
+
 #include "base/text.h"
 #include "captures/pgm_file.h"
 #include "stages/register_text.h"
@@ -34,17 +36,17 @@ void add_shading_files(PendingFiles& files, const std::filesystem::path& folder,
                        const BlackLevels& black_level, const std::function<Capture()>& read,
                        const ShadingFileChoice& choice) {
     const auto target = [&](const char* ending) { return folder / path_of(shading.file.stem().string() + ending); };
+    const std::optional<Capture> flat = choice.corrected ? std::optional(read()) : std::nullopt;
     if (choice.registers) {
         files.add_text(target(kRegisters), lsc_register_text(shading.tables));
         files.add_text(target(kCoefficients), lsc_coefficient_csv(shading.tables));
     }
-    if (!choice.corrected) {
+    if (!flat) {
         return;
     }
-    const Capture flat = read();
     const auto add_frame = [&](const char* ending, ShadingKind kind) {
-        PgmWriter picture(files.add(target(ending)).stream(), flat.sensor.width, flat.sensor.height, kLibraryBits);
-        correct_flat(flat, black_level, shading.tables, kind,
+        PgmWriter picture(files.add(target(ending)).stream(), flat->sensor.width, flat->sensor.height, kLibraryBits);
+        correct_flat(*flat, black_level, shading.tables, kind,
                      [&](std::span<const uint32_t> row) { picture.write(to_file_codes(row)); });
     };
     add_frame(kMesh, ShadingKind::mesh);

@@ -21,7 +21,8 @@ struct ShadingFileChoice {
                                                                     const std::filesystem::path& capture,
                                                                     const ShadingFileChoice& choice);
 
-/// What is chosen, into `folder`. `read` is called where the flat field is needed.
+/// What is chosen, into `folder`. `read` is called, once, where the flat field is needed; nothing is added where it
+/// throws.
 void add_shading_files(PendingFiles& files, const std::filesystem::path& folder, const LensShading& shading,
                        const BlackLevels& black_level, const std::function<Capture()>& read,
                        const ShadingFileChoice& choice);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <memory>
 
 #include "base/error.h"
 #include "base/jobs.h"
@@ -42,6 +43,9 @@ using Work = std::function<Results(const StepRules&, const CaptureRead&)>;
 /// Waits for a step's results.
 using Finished = std::function<Results()>;
 
+constexpr const char* kInputError = "input_error";
+constexpr const char* kCalibrationError = "calibration_error";
+
 class Chain {
 public:
     Chain(const Session& session, const ChainPlan& plan, const StepRules& rules, ChainObserver& observer,
@@ -76,6 +80,7 @@ public:
         if (plan_.does("noise")) {
             each("noise", [&] { finish_all(noise); });
         }
+        show_flat_fields();
         if (const auto model = gain_model(results_); model && (plan_.does("blc") || plan_.does("noise"))) {
             observer_.section(describe(*model));
         }
@@ -130,18 +135,25 @@ private:
         if (!jobs_) {
             return [this, work] { return carry_out(work, rules_, told_); };
         }
-        const std::size_t job = jobs_->add([this, work](const Jobs::Tell& tell) {
-            const LibraryOutput output = rules_.output.beside();
-            const StepRules rules{output, rules_.limits, rules_.command, rules_.options, rules_.forced, rules_.jobs};
-            Results made = carry_out(work, rules, tell);
-            return to_answer(std::move(made), output.held());
-        });
-        return [this, job] { return from_answer(jobs_->wait(job)); };
+        const std::size_t number = jobs_->add([this, work](const Jobs::Tell& tell) { return answer(work, tell); });
+        // Who gives the step up gives up the job.
+        const std::shared_ptr<void> job(nullptr, [this, number](void*) { jobs_->drop(number); });
+        return [this, number, job] { return from_answer(jobs_->wait(number)); };
     }
 
-    [[nodiscard]] static std::string to_answer(Results made, const LibraryOutput::Held& printed) {
+    /// Results or what went wrong, and in either case what the library printed.
+    [[nodiscard]] std::string answer(const Work& work, const Jobs::Tell& tell) const {
+        const LibraryOutput output = rules_.output.beside();
+        const StepRules rules{output, rules_.limits, rules_.command, rules_.options, rules_.forced, rules_.jobs};
         Json answer;
-        answer["results"] = to_json(std::move(made), {});
+        try {
+            answer["results"] = to_json(carry_out(work, rules, tell), {});
+        } catch (const InputError& problem) {
+            answer[kInputError] = problem.what();
+        } catch (const CalibrationError& problem) {
+            answer[kCalibrationError] = problem.what();
+        }
+        const LibraryOutput::Held printed = output.held();
         answer["printed"] = printed.text;
         answer["lines"] = printed.lines.all;
         answer["warnings"] = printed.lines.warn;
@@ -155,6 +167,12 @@ private:
         archive.field("lines", printed.lines.all);
         archive.field("warnings", printed.lines.warn);
         rules_.output.take(printed);
+        if (const Json* const problem = answer.find(kInputError)) {
+            throw InputError(*problem->as<std::string>());
+        }
+        if (const Json* const problem = answer.find(kCalibrationError)) {
+            throw CalibrationError(*problem->as<std::string>());
+        }
         return from_json(*answer.find("results"), {});
     }
 
@@ -213,7 +231,9 @@ private:
     }
     [[nodiscard]] Results dark_frames(const std::pair<Conditions, std::vector<CaptureEntry>>& frames,
                                       const StepRules& rules, const CaptureRead& read) const {
-        return results_of(black_level_step({frames.second, session_.black_level_method, 0, frames.first}, rules, read));
+        StepRules own = rules;
+        own.jobs /= plan_.dark.size();  // others have their share
+        return results_of(black_level_step({frames.second, session_.black_level_method, 0, frames.first}, own, read));
     }
 
     void lens_shading() {
@@ -221,8 +241,8 @@ private:
         for (std::size_t i = 0; i < steps.size(); ++i) {
             Results made = steps[i]();
             for (const LensShading& shading : made.lens_shading) {
-                if (shading.record.standing != Standing::rejected) {
-                    observe(shading, session_.flat[i]);
+                if (shading.record.usable()) {
+                    flattened_.emplace_back(shading, session_.flat[i]);
                 }
             }
             finish(std::move(made));
@@ -234,7 +254,17 @@ private:
         chooser().black_level(flat.taken, values);
         return results_of(flat_step(flat, values, session_.shading, rules));
     }
-    void observe(const LensShading& shading, const CaptureEntry& entry) {
+    /// Once all steps are done: a decoder that ran in this process, with threads of its own, may hang in copies of it.
+    void show_flat_fields() {
+        for (const auto& [shading, entry] : flattened_) {
+            try {
+                show_flat_field(shading, entry);
+            } catch (const InputError& problem) {
+                stopped_ = stopped_.value_or(problem.what());
+            }
+        }
+    }
+    void show_flat_field(const LensShading& shading, const CaptureEntry& entry) {
         TuningValues values;
         chooser().black_level(shading.taken, values);
         observer_.flat_field(shading, values.black_level, [&] {
@@ -298,7 +328,7 @@ private:
     void tables() {
         std::vector<MatrixCalibration> matrices;
         for (const MatrixCalibration& matrix : results_.matrices) {
-            if (rules_.forced || matrix.record.standing != Standing::rejected) {
+            if (rules_.forced || matrix.record.usable()) {
                 matrices.push_back(matrix);
             } else {
                 observer_.not_done("colour_table",
@@ -335,6 +365,7 @@ private:
     Results& made_;
     bool sensor_known_ = false;
     std::optional<std::string> stopped_;
+    std::vector<std::pair<LensShading, CaptureEntry>> flattened_;
     const Jobs::Tell told_ = [this](const std::string& frame) { observer_.capture_read(path_of(frame)); };
     std::optional<Jobs> jobs_;
 };

@@ -32,7 +32,8 @@ public:
     virtual void capture_read(const std::filesystem::path& frame) { (void)frame; }
     /// After each colour table, of at most `count`; large ones take a second.
     virtual void table_done(const std::filesystem::path& chart, std::size_t count) { (void)chart, (void)count; }
-    /// Of tables that passed: behind which black level, and the flat field where it is wanted, which is read again.
+    /// Of tables that passed, once all steps are done: behind which black level, and the flat field where it is wanted,
+    /// which is read again.
     virtual void flat_field(const LensShading& shading, const BlackLevels& black_level,
                             const std::function<Capture()>& read) {
         (void)shading, (void)black_level, (void)read;

@@ -36,7 +36,7 @@ struct Step {
     std::vector<Finding> findings;
 
     /// Whether later steps and files may use it.
-    [[nodiscard]] bool usable() const { return result && result->record.standing != Standing::rejected; }
+    [[nodiscard]] bool usable() const { return result && result->record.usable(); }
 };
 
 struct BlackLevelRequest {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
 #include <limits>
 
 #include "base/error.h"
@@ -30,6 +32,27 @@ TEST(Json, KeepsOrderKindsAndBits) {
     EXPECT_EQ(Json(0.1F).dump(), "0.10000000149011612");
     EXPECT_EQ(json.find("none"), nullptr);
     EXPECT_EQ(*Json::parse("-3").as<int64_t>(), -3);
+}
+
+TEST(Json, PackedNumbersKeepEveryBit) {
+    Json json;
+    const std::vector<double> numbers = {-0.0, 0.1, 1e300, INFINITY, std::nan(""), -std::nan("")};
+    json["d"] = numbers;
+    json["i"] = std::vector<int64_t>{std::numeric_limits<int64_t>::min(), -1, 0, 1U << 31U};
+    json["s"] = "a\xFF";
+    const Json back = Json::unpack(json.pack());
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const double* const number = back.find("d")->as<Json::Array>()->at(i).as<double>();
+        ASSERT_NE(number, nullptr) << i;
+        EXPECT_EQ(std::bit_cast<uint64_t>(*number), std::bit_cast<uint64_t>(numbers[i])) << i;
+    }
+    EXPECT_EQ(back.dump(), json.dump());
+}
+
+TEST(Json, IsReadAsFarAsAskedFor) {
+    const std::string cut_off = "{\"a\": {\"b\": 1}, \"c\": [1, 2], \"d\": [3,";
+    EXPECT_EQ(Json::parse(cut_off, {"c", "a"}).dump(), Json::parse("{\"a\": {\"b\": 1}, \"c\": [1, 2]}").dump());
+    EXPECT_THROW((void)Json::parse(cut_off, {"a", "b"}), host::InputError);  // b is no member of the root
 }
 
 TEST(Json, RefusesWhatIsNone) {

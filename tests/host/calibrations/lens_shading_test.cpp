@@ -6,6 +6,7 @@
 #include "base/error.h"
 #include "core/channel.h"
 #include "library/front_end.h"
+#include "outputs/register_files.h"
 #include "results/results_file.h"
 #include "simulation/sensor.h"
 #include "support/program.h"
@@ -174,6 +175,17 @@ TEST(LensShading, GainsOfACornerNeedItsMesh) {
     EXPECT_NE(with["lens_shading"].get<std::string>().find("flat_6500K.raw"), std::string::npos);  // the nearer light
     EXPECT_GT(std::abs(without["gain"]["red"].get<double>() / red - 1), 0.02);
     EXPECT_LT(std::abs(with["gain"]["red"].get<double>() / red - 1), 0.008);
+}
+
+/// Registers without the picture beside them would tell of a run that never was.
+TEST(ShadingFiles, AreNoneWhereTheFlatFieldCannotBeReadAgain) {
+    host::PendingFiles files;
+    host::LensShading shading;
+    shading.file = "flat.raw";
+    const auto lost = []() -> host::Capture { throw host::InputError("flat.raw: no such file"); };
+    const TemporaryFolder folder;
+    EXPECT_THROW(host::add_shading_files(files, folder.path(), shading, {}, lost, {true, true}), host::InputError);
+    EXPECT_TRUE(files.commit().empty());
 }
 
 }  // namespace

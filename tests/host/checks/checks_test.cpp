@@ -374,6 +374,18 @@ TEST(Limits, StandInTheDocs) {
             EXPECT_EQ(text.substr(text.rfind("| ", text.size() - 3)), limits) << record.code;
         }
     }
+    const std::string help = read_text(std::filesystem::path(CALI_DOCS) / "troubleshooting.md");
+    std::size_t headings = 0;
+    for (std::size_t at = help.find("\n### "); at != std::string::npos; at = help.find("\n### ", at + 1)) {
+        ++headings;
+    }
+    EXPECT_EQ(headings, host::kChecks);
+    for (std::size_t i = 0; i < host::kChecks; ++i) {
+        const std::string heading = std::string("\n### `") + record_of(static_cast<Check>(i)).code + "`\n";
+        const std::size_t at = help.find(heading);
+        ASSERT_NE(at, std::string::npos) << heading;
+        EXPECT_GE(help.find("\n\n", at + heading.size()) - at, heading.size() + 20) << heading;
+    }
 }
 
 }  // namespace
