@@ -7,13 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "base/error.h"
 #include "base/frame_memory.h"
 
 namespace cali::host {
 namespace {
 
-enum class Message : uint8_t { told, answer, input_error, calibration_error, output_error, no_memory, other_error };
+enum class Message : uint8_t { told, answer, problem };
 
 struct Header {
     Message message = Message::told;
@@ -31,26 +30,10 @@ std::string message_of(Message message, const std::string& content) {
 std::string outcome(const Jobs::Work& work, const Jobs::Tell& tell) {
     try {
         return message_of(Message::answer, work(tell));
-    } catch (const InputError& problem) {
-        return message_of(Message::input_error, problem.what());
-    } catch (const CalibrationError& problem) {
-        return message_of(Message::calibration_error, problem.what());
-    } catch (const OutputError& problem) {
-        return message_of(Message::output_error, problem.what());
     } catch (const std::bad_alloc&) {
-        return message_of(Message::no_memory, {});
+        return message_of(Message::problem, "not enough memory");
     } catch (const std::exception& problem) {
-        return message_of(Message::other_error, problem.what());
-    }
-}
-
-std::exception_ptr problem_of(Message message, const std::string& content) {
-    switch (message) {
-        case Message::input_error: return std::make_exception_ptr(InputError(content));
-        case Message::calibration_error: return std::make_exception_ptr(CalibrationError(content));
-        case Message::output_error: return std::make_exception_ptr(OutputError(content));
-        case Message::no_memory: return std::make_exception_ptr(std::bad_alloc());
-        default: return std::make_exception_ptr(std::runtime_error(content));
+        return message_of(Message::problem, problem.what());
     }
 }
 
@@ -76,7 +59,7 @@ std::string Jobs::wait(std::size_t number) {
         }
     }
     if (job.problem) {
-        std::rethrow_exception(job.problem);
+        throw std::runtime_error(*job.problem);
     }
     return std::move(job.answer);
 }
@@ -130,7 +113,7 @@ void Jobs::take_messages(Job& job) {
         if (header.message == Message::answer) {
             job.answer = std::move(content);
         } else {
-            job.problem = problem_of(header.message, content);
+            job.problem = std::move(content);
         }
     }
     job.received.erase(0, taken);
@@ -157,8 +140,8 @@ void Jobs::receive() {
         const std::string end = job.process->end();
         job.process.reset();
         if (!std::exchange(job.done, true)) {
-            job.problem = std::make_exception_ptr(std::runtime_error(
-                "a process of this run " + end + " before its work was done; fewer at a time need less memory"));
+            job.problem =
+                "a process of this run " + end + " before its work was done; fewer at a time need less memory";
         }
     }
 }

@@ -3,9 +3,9 @@
 
 #include <cstddef>
 #include <deque>
-#include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/child_process.h"
@@ -29,8 +29,8 @@ public:
     /// Returns its number. The work sees everything as it is when it begins, which may be later, and alters nothing
     /// here.
     std::size_t add(Work work);
-    /// What the work returns or throws: InputError, CalibrationError, OutputError, std::bad_alloc or a
-    /// std::runtime_error, which a process that ended without an answer is, too. Once for each job.
+    /// What the work returns, once for each job. Throws std::runtime_error with the text of what the work throws, and
+    /// for a process that ended without an answer.
     [[nodiscard]] std::string wait(std::size_t job);
     /// Nobody will wait for it.
     void drop(std::size_t job);
@@ -41,7 +41,7 @@ private:
         std::unique_ptr<ChildProcess> process = {};
         std::string received = {};  ///< and not looked at
         std::string answer = {};
-        std::exception_ptr problem = {};
+        std::optional<std::string> problem = {};
         bool begun = false;
         bool done = false;
     };

@@ -226,6 +226,13 @@ TEST(Calibrate, JobsSideBySideGiveWhatOneGives) {
         EXPECT_TRUE(one.files == many.files);
         EXPECT_TRUE(log == read_text(folder / "library.log"));
     }
+    run_line(folder.path(),
+             "simulate d --size 64x48 --illuminants 5000 --dark-frames 1 --series-levels 0 --fault grey-dim=0");
+    const std::string line = "calibrate d/session.toml --out out --jobs ";
+    const ProgramRun one = run_program(folder.path(), words(line + "1"));
+    EXPECT_EQ(one.status, 1);
+    EXPECT_NE(one.out.find("colour_matrix: not done: white_balance for 5000 K was rejected"), std::string::npos);
+    EXPECT_EQ(one.out, run_program(folder.path(), words(line + "2")).out);
 }
 
 TEST(Calibrate, SaysWhichCalibrationsTheSessionLeavesOut) {
