@@ -36,8 +36,8 @@ struct WebPage {
     std::string body;
 };
 
-/// The whole document. Its policy lets the page's own scripts and style in by their digests, pictures that it holds, and
-/// nothing else.
+/// The whole document. Its policy lets the page's own scripts and style in by their digests, pictures that it holds,
+/// and nothing else.
 [[nodiscard]] std::string to_text(const WebPage& page);
 
 }  // namespace cali::host
