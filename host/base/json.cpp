@@ -146,9 +146,9 @@ const Json* Json::find(const std::string& key) const {
     return known != members->end() ? &known->second : nullptr;
 }
 
-std::string Json::dump() const {
+std::string Json::dump(int indent) const {
     // File names need not be UTF-8: what is not becomes a replacement mark.
-    return to_document(*this).dump(2, ' ', false, Document::error_handler_t::replace);
+    return to_document(*this).dump(indent, ' ', false, Document::error_handler_t::replace);
 }
 
 Json Json::parse(const std::string& text, const std::vector<std::string>& enough) {

@@ -53,8 +53,8 @@ public:
     }
     [[nodiscard]] bool is_null() const { return as<std::nullptr_t>() != nullptr; }
 
-    /// Indented by two; numbers in the fewest digits that give them back, what is not finite as null.
-    [[nodiscard]] std::string dump() const;
+    /// Indented, or with -1 on one line; numbers in the fewest digits that give them back, what is not finite as null.
+    [[nodiscard]] std::string dump(int indent = 2) const;
     /// Throws InputError, which tells where the text leaves the form. `enough`: members of the root behind which
     /// nothing is looked at, once all are there.
     [[nodiscard]] static Json parse(const std::string& text, const std::vector<std::string>& enough = {});

@@ -98,6 +98,43 @@ Channels<double> on_library_scale(Channels<double> codes, int bits) {
     return codes;
 }
 
+/// As far around the levels as the noise reaches, and a few codes more.
+LevelHistogram histogram_around(const Histogram& histogram, const Channels<SampleSums>& samples, double step) {
+    constexpr double kDeviations = 8;
+    constexpr double kLeastReach = 4;  // steps
+    constexpr uint32_t kMostBins = 128;
+    double low = Histogram::kBins;
+    double high = 0;
+    for (const SampleSums& channel : samples) {
+        if (channel.count > 0) {
+            const auto count = static_cast<double>(channel.count);
+            const double mean = static_cast<double>(channel.sum) / count;
+            const double variance = std::max(static_cast<double>(channel.squares) / count - mean * mean, 0.0);
+            const double reach = std::max(kDeviations * std::sqrt(variance), kLeastReach * step);
+            low = std::min(low, mean - reach);
+            high = std::max(high, mean + reach);
+        }
+    }
+    if (low > high) {
+        return {};
+    }
+    LevelHistogram around;
+    const auto least = static_cast<uint32_t>(step);
+    around.first = static_cast<uint32_t>(std::max(low, 0.0)) / least * least;
+    const uint32_t end = std::min(static_cast<uint32_t>(high) + 1, Histogram::kBins);
+    around.step = least * ((end - around.first) / (least * kMostBins) + 1);
+    for (std::size_t c = 0; c < samples.size(); ++c) {
+        const auto counts = histogram.channel(channel_code(c));
+        for (uint32_t bin = around.first; bin < end; bin += around.step) {
+            uint64_t& sum = around.counts[c].emplace_back(0);
+            for (uint32_t code = bin; code < std::min(bin + around.step, Histogram::kBins); ++code) {
+                sum += counts[code];
+            }
+        }
+    }
+    return around;
+}
+
 std::vector<std::string> offset_row(const std::string& first, const char* second, const Channels<uint32_t>& offset,
                                     std::span<const ChannelLabel> channels) {
     std::vector<std::string> cells = {first, second};
@@ -123,6 +160,7 @@ DarkFrameLevels measure_dark_frame(Capture& dark, const Histogram& histogram, ui
     result.file = dark.file;
     result.step = code_step(dark.sensor.bits);
     result.samples = sum_samples(histogram, result.step);
+    result.histogram = histogram_around(histogram, result.samples, result.step);
     const auto levels = [&](BlackLevelMethod method) -> BlackLevels& {
         return result.by_method[static_cast<std::size_t>(method)];
     };
@@ -179,13 +217,9 @@ BlackLevelResults given_black_level(const Channels<double>& codes, int bits, Sou
 }
 
 Section describe(const BlackLevelResults& results) {
-    Section section{text("Black level%s, in codes of %d bits",
-                         results.taken.gain ? (" of " + to_text(results.taken)).c_str() : "", kLibraryBits),
-                    {},
-                    {},
-                    {},
-                    {},
-                    {}};
+    Section section;
+    section.title = text("Black level%s, in codes of %d bits",
+                         results.taken.gain ? (" of " + to_text(results.taken)).c_str() : "", kLibraryBits);
     Table& table = section.tables.emplace_back();
     table.columns = {{"frame", 28, true}, {"method", 16, true}};
     const std::span<const ChannelLabel> channels = channel_labels(results.record.mono);
@@ -227,6 +261,7 @@ Section describe(const BlackLevelResults& results) {
             {std::string("offset_") + key, static_cast<double>(values.offset[c]), "codes", known(rounded)});
         section.figures.push_back({std::string("restoring_gain_") + key, static_cast<double>(values.gain[c]), ""});
     }
+    add_plots(results, section);
     return section;
 }
 

@@ -26,6 +26,13 @@ struct SampleSums {
     uint64_t squares = 0;
 };
 
+/// How often codes of the 12-bit scale occur around the levels.
+struct LevelHistogram {
+    uint32_t first = 0;
+    uint32_t step = 1;  ///< codes to a bin
+    Channels<std::vector<uint64_t>> counts;
+};
+
 /// All global methods on one dark frame.
 struct DarkFrameLevels {
     std::filesystem::path file;
@@ -35,6 +42,7 @@ struct DarkFrameLevels {
     DarkMeasures measures = {};
     Channels<SampleSums> samples{};  ///< without defects
     double step = 1;                 ///< one code of the file's own depth, in 12-bit codes
+    LevelHistogram histogram = {};
 };
 
 struct BlackLevelResults {
@@ -64,5 +72,6 @@ struct BlackLevelResults {
 [[nodiscard]] std::optional<Channels<double>> stated_black_level(const Capture& capture);
 
 [[nodiscard]] Section describe(const BlackLevelResults& results);
+void add_plots(const BlackLevelResults& results, Section& section);
 
 }  // namespace cali::host

@@ -5,6 +5,7 @@
 
 #include "base/error.h"
 #include "base/least_squares.h"
+#include "base/png_picture.h"
 #include "base/text.h"
 #include "base/uncertainty.h"
 #include "calibrations/chart_geometry.h"
@@ -14,6 +15,7 @@
 #include "library/chart_meter.h"
 #include "library/chart_mosaic.h"
 #include "library/exports.h"
+#include "library/thumbnail.h"
 #include "math/colour_matrix.h"
 #include "math/colour_space.h"
 
@@ -166,8 +168,10 @@ void leave_patches_out(const FitRequest& whole, MatrixCalibration& result) {
         without.push_back(refit.matrix(weights));
         int limited = 0;
         const std::vector<Colour> corrected = apply_matrix(without.back(), {result.measured[patch]}, limited);
-        result.leave_one_out +=
-            differences(corrected, {result.reference[patch]}, whole.settings.white_point).de2000.mean / kCount;
+        const double distance =
+            differences(corrected, {result.reference[patch]}, whole.settings.white_point).de2000.mean;
+        result.left_out.push_back(distance);
+        result.leave_one_out += distance / kCount;
         for (std::size_t i = 0; i < mean.size(); ++i) {
             mean[i] += static_cast<double>(without.back()[i]) / kCount;
         }
@@ -254,6 +258,10 @@ MatrixCalibration calibrate_matrix(Capture& chart, const TuningValues& values, c
     prove(meter, values, result);
     applied.gains = result.gains;
     leave_patches_out({applied, meter, settings, result.reference}, result);
+    const Thumbnail small = thumbnail(chart, applied.black_level, result.gains);
+    result.picture = {"", png_of(small.pixels, small.width, small.height, PngEffort::little),
+                      static_cast<int>(small.width), static_cast<int>(small.height)};
+    result.picture_scale = small.photosites;
     return result;
 }
 
@@ -315,7 +323,8 @@ Section describe(const MatrixCalibration& result) {
         section.notes.push_back(text("leave-one-out mean dE2000 %.2f", result.leave_one_out));
         section.figures.push_back({"leave_one_out_mean_de_2000", result.leave_one_out, "dE"});
     }
-    section.pictures.push_back({result.measured, result.corrected, result.reference});
+    section.swatches.push_back({result.measured, result.corrected, result.reference});
+    add_plots(result, section);
     return section;
 }
 

@@ -42,7 +42,10 @@ struct MatrixCalibration {
     ChartDifferences before;
     ChartDifferences after;
     std::array<double, 9> uncertainty{};  ///< of the matrix's entries, by leaving out one patch at a time
+    std::vector<double> left_out;         ///< CIEDE2000 of each patch behind the matrix made without it
     double leave_one_out = 0;             ///< mean CIEDE2000 of each patch behind the matrix made without it
+    Picture picture;                      ///< of the capture, small
+    double picture_scale = 1;             ///< photosites to its pixel
     Record record = {};
 };
 
@@ -61,5 +64,6 @@ struct MatrixCalibration {
                                              const MatrixCalibration& matrix, const ChartPlace& place);
 
 [[nodiscard]] Section describe(const MatrixCalibration& result);
+void add_plots(const MatrixCalibration& result, Section& section);
 
 }  // namespace cali::host

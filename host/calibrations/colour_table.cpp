@@ -159,6 +159,12 @@ ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& 
     return table;
 }
 
+double movement(const ColourTable& table, const Colour& encoded) {
+    Colour linear{};
+    std::ranges::transform(encoded, linear.begin(), [](double code) { return static_cast<double>(srgb_decode(code)); });
+    return delta_e_2000(lab_of(through(table.value, table.settings, linear)), lab_of(linear));
+}
+
 Section describe(const ColourTable& table) {
     const ColourTableSettings& settings = table.settings;
     Section section;
@@ -182,7 +188,8 @@ Section describe(const ColourTable& table) {
     if (!table.needed) {
         section.notes.push_back(text("not needed: the matrix leaves a mean below %.1f", kLeastTableNeed));
     }
-    section.pictures.push_back({table.input.corrected, table.result, table.input.reference});
+    section.swatches.push_back({table.input.corrected, table.result, table.input.reference});
+    add_plots(table, section);
     return section;
 }
 

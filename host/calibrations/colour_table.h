@@ -48,6 +48,10 @@ struct ColourTable {
 [[nodiscard]] ColourTable calibrate_table(const TableInput& input, const ColourTableSettings& settings,
                                           const LibraryOutput& output);
 
+/// How far the table moves a colour, encoded, 0..1: CIEDE2000.
+[[nodiscard]] double movement(const ColourTable& table, const Colour& encoded);
+
 [[nodiscard]] Section describe(const ColourTable& table);
+void add_plots(const ColourTable& table, Section& section);
 
 }  // namespace cali::host

@@ -24,6 +24,12 @@ struct DefectLine {
     double offset = 0;  ///< codes
 };
 
+/// Levels over the frame, the channels together, less their mean; not a number where every pixel is a defect.
+struct BlockMap {
+    std::size_t columns = 0;
+    std::vector<double> values;  ///< row-major
+};
+
 /// Largest number of positions that are kept of each kind.
 inline constexpr std::size_t kKeptDefects = 20;
 
@@ -35,7 +41,8 @@ struct DarkMeasures {
     double light = 0;          ///< correlation of the blocks' variances with their means, -1 to 1
     double zero = 0;           ///< % of the samples at code 0
     double full_scale = 0;     ///< % of the samples at the white level
-    std::size_t defects = 0;   ///< pixels more than six deviations off
+    BlockMap blocks;
+    std::size_t defects = 0;  ///< pixels more than six deviations off
     double defects_ppm = 0;
     std::vector<DefectPixel> worst_defects;  ///< farthest off first, those of defect lines left out
     std::vector<DefectLine> lines;  ///< off the lines beside them by more than noise and one code, farthest off first

@@ -97,6 +97,7 @@ Flatness measure_flatness(const BlockMeans& means) {
         }
     }
     result.luminance_rms = std::sqrt(squares / static_cast<double>(means.colour.size()));
+    result.blocks = means;
     return result;
 }
 

@@ -50,6 +50,7 @@ struct Flatness {
     double luminance_rms = 0;       ///< root mean square of the blocks' differences from the centre's green
     double worst_luminance = 0;     ///< largest difference of a block's green from the centre's
     double worst_colour_shift = 0;  ///< largest difference of a block's R/G or B/G from the centre's
+    BlockMeans blocks = {};         ///< that it was measured on
 };
 
 [[nodiscard]] Flatness measure_flatness(const BlockMeans& means);

@@ -151,9 +151,12 @@ Section describe(const LensShading& result) {
         section.figures.push_back({prefix + "worst_luminance", flatness.worst_luminance * 100, "%"});
         section.figures.push_back({prefix + "worst_colour_shift", flatness.worst_colour_shift * 100, "%"});
     };
+    section.figures = {{"centre_x", static_cast<double>(result.tables.center_x), "px", {}, 1},
+                       {"centre_y", static_cast<double>(result.tables.center_y), "px", {}, 1}};
     add("before", "before", result.before);
     add("after mesh", "after_mesh", result.after_mesh);
     add("after radial", "after_radial", result.after_radial);
+    add_plots(result, section);
     return section;
 }
 

@@ -52,5 +52,6 @@ void take_green(ShadingTables& tables);
 [[nodiscard]] ShadingGrids grids_of(const LensShading& shading);
 
 [[nodiscard]] Section describe(const LensShading& result);
+void add_plots(const LensShading& result, Section& section);
 
 }  // namespace cali::host

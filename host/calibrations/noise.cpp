@@ -294,13 +294,9 @@ NoiseResults calibrate_noise(const NoiseSeries& series, const BlackLevels& black
 }
 
 Section describe(const NoiseResults& results) {
-    Section section{"Noise " + (results.taken.gain ? "of " + to_text(results.taken) + " " : std::string()) + "over " +
-                        to_text(results.window) + ", mean and deviation in codes",
-                    {},
-                    {},
-                    {},
-                    {},
-                    {}};
+    Section section;
+    section.title = "Noise " + (results.taken.gain ? "of " + to_text(results.taken) + " " : std::string()) + "over " +
+                    to_text(results.window) + ", mean and deviation in codes";
     const std::span<const ChannelLabel> channels = channel_labels(results.record.mono);
     Table levels{{{"level", 28, true}, {"frames", 7}}, {}, true};
     for (const ChannelLabel& label : channels) {
@@ -353,6 +349,7 @@ Section describe(const NoiseResults& results) {
     section.notes.push_back("registers " + results.settings.slope_format + " and " + results.settings.level_format +
                             text(" at code %d; luma %d, %d", results.settings.ref_level, results.luma_registers.slope,
                                  results.luma_registers.level));
+    add_plots(results, section);
     return section;
 }
 

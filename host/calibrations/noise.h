@@ -82,5 +82,6 @@ inline constexpr double kMostSumRounding = 4;
 [[nodiscard]] std::size_t frame_count(const std::vector<SeriesLevel>& levels);
 
 [[nodiscard]] Section describe(const NoiseResults& results);
+void add_plots(const NoiseResults& results, Section& section);
 
 }  // namespace cali::host

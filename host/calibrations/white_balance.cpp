@@ -141,7 +141,8 @@ WhiteBalance measure_chart_greys(Capture& chart, const TuningValues& values, con
 }
 
 Section describe(const std::vector<WhiteBalance>& results) {
-    Section section{"White-balance gains, 1024 = 1.0", {}, {}, {}, {}, {}};
+    Section section;
+    section.title = "White-balance gains, 1024 = 1.0";
     Table& table = section.tables.emplace_back();
     table.columns = {{"grey card", 28, true}, {"light", 10}, {"red", 14}, {"green", 14}, {"blue", 14}};
     for (const WhiteBalance& result : results) {
@@ -167,6 +168,7 @@ Section describe(const std::vector<WhiteBalance>& results) {
                 "  unrounded: red " + measured(result.unrounded.red) + ", blue " + measured(result.unrounded.blue);
         }
     }
+    add_plots(results, section);
     return section;
 }
 

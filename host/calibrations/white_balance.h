@@ -50,5 +50,6 @@ void require_grey_window(const Capture& grey, const Window& window);
 
 /// All grey cards together, one or more.
 [[nodiscard]] Section describe(const std::vector<WhiteBalance>& results);
+void add_plots(const std::vector<WhiteBalance>& results, Section& section);
 
 }  // namespace cali::host

@@ -74,6 +74,7 @@ Section describe(const CurveResult& curve) {
                                text("%.4f", point.fitted_y)},
                               ""});
     }
+    add_plots(curve, section);
     return section;
 }
 

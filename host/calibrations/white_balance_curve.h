@@ -38,5 +38,6 @@ inline constexpr std::size_t kMostCurveLights = 7;
                                     const LibraryOutput& output);
 
 [[nodiscard]] Section describe(const CurveResult& curve);
+void add_plots(const CurveResult& curve, Section& section);
 
 }  // namespace cali::host

@@ -366,6 +366,27 @@ std::vector<BlockValue> block_values(const Blocks& blocks) {
     return values;
 }
 
+BlockMap map_of(const Blocks& blocks) {
+    BlockMap map{static_cast<std::size_t>(blocks.cols), {}};
+    double sum = 0;
+    double count = 0;
+    for (const Channels<Sums>& block : blocks.channels) {
+        double mean = 0;
+        for (const Sums& channel : block) {
+            mean += channel.mean() / 4;
+        }
+        map.values.push_back(mean);
+        if (std::isfinite(mean)) {
+            sum += mean;
+            ++count;
+        }
+    }
+    for (double& value : map.values) {
+        value -= sum / count;
+    }
+    return map;
+}
+
 /// Range of the blocks' means beyond the one that noise makes: about 2 sqrt(2 ln n) standard errors at most.
 double range_of(const std::vector<BlockValue>& blocks) {
     if (blocks.size() < 2) {
@@ -456,6 +477,7 @@ DarkMeasures measure(const Capture& capture, const Histogram& histogram) {
         dark.level[c] = scale[c].centre + found.channels[c].mean();
     }
     const std::vector<BlockValue> blocks = block_values(found.blocks);
+    dark.blocks = map_of(found.blocks);
     dark.block_range = range_of(blocks);
     dark.light = dark.block_range > kLeastRange && dark.zero < kMostCut ? correlation(blocks) : 0;
     find_lines(found.rows, true, deviation, dark.lines);

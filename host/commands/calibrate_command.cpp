@@ -14,6 +14,7 @@ struct CalibrateOptions {
     std::filesystem::path session;
     std::filesystem::path folder;
     std::vector<std::string> only;
+    std::filesystem::path report;
     ChainFileChoice files;
     int jobs = 1;
     RunOptions run;
@@ -32,6 +33,8 @@ void describe(Command& command, CalibrateOptions& options) {
     command.flag("--pictures", options.files.pictures,
                  "also a PNG of each chart's patches and an SVG of the noise beside the results");
     command.flag("--tables", options.files.tables, "also each colour look-up table that is needed as a .cube file");
+    command.option("--report", options.report, "also a page for people, with charts: what cali report makes")
+        .type_name("FILE");
     command
         .option("--jobs", options.jobs,
                 "processes that compute captures side by side, each with the memory of one; results are the same. On "
@@ -40,7 +43,7 @@ void describe(Command& command, CalibrateOptions& options) {
         .show_default();
     options.run.add_rules_to(command);
     command.examples(
-        "  cali calibrate shots/session.toml\n"
+        "  cali calibrate shots/session.toml --report report.html\n"
         "  cali calibrate shots/session.toml --out tuning --log tuning/library.log\n"
         "  cali calibrate shots/session.toml --only ccm,clut --tables");
 }
@@ -101,6 +104,10 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     if (!session.matrix.reference.empty()) {
         run.files().input(session.matrix.reference, "reference");
     }
+    if (!session.truth.empty()) {
+        run.files().input(session.truth, "truth");
+    }
+    run.page(options.report);
     run.start();
     CaptureHeaders headers(session.geometry);
     const ChainPlan plan = plan_chain(session, options.only, run.earlier(), headers);
@@ -124,6 +131,9 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     rules.jobs = static_cast<std::size_t>(options.jobs);
     const std::optional<std::string> stopped = run_chain(session, plan, rules, files, run.earlier(), made);
     files.add_from(made);
+    if (!session.truth.empty()) {
+        made.truth = read_truth(session.truth);
+    }
     run.take(std::move(made));
     const int status = run.finish();
     if (stopped) {

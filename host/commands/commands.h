@@ -21,6 +21,7 @@ void add_calibrate_command(CommandLine& line);
 void add_verify_command(CommandLine& line);
 void add_show_command(CommandLine& line);
 void add_diff_command(CommandLine& line);
+void add_report_command(CommandLine& line);
 void add_help_command(CommandLine& line);
 
 }  // namespace cali::host

@@ -5,7 +5,7 @@
 #include "commands/commands.h"
 #include "commands/run.h"
 #include "commands/value_options.h"
-#include "outputs/noise_plot.h"
+#include "outputs/svg_plot.h"
 
 namespace cali::host {
 namespace {
@@ -139,7 +139,7 @@ int act(const NoiseOptions& options, const Invocation& invocation) {
         });
     progress.finish();
     if (step.usable() && !options.plot.empty()) {
-        run.outputs().add_text(options.plot, noise_plot(*step.result));
+        run.outputs().add_text(options.plot, svg_text(describe(*step.result), "deviation"));
     }
     run.take(step, [](Results& made, NoiseResults& result) { made.noise.push_back(result); });
     return run.finish();

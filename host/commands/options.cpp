@@ -18,10 +18,10 @@ CLI::Option& option_of(void* option) { return *static_cast<CLI::Option*>(option)
 CLI::App& app_of(void* app) { return *static_cast<CLI::App*>(app); }
 
 /// What a result does not depend on.
-constexpr std::array<std::string_view, 17> kWithoutEffect = {
+constexpr std::array<std::string_view, 18> kWithoutEffect = {
     "--results",   "--out",       "--log",  "--verbose", "--json",     "--strict",
     "--progress",  "--picture",   "--cube", "--plot",    "--pictures", "--tables",
-    "--registers", "--corrected", "--new",  "--jobs",    "--help"};
+    "--registers", "--corrected", "--new",  "--jobs",    "--help",     "--report"};
 
 /// CLI::Range lets NaN pass.
 class NumberRange : public CLI::Validator {

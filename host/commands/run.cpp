@@ -8,6 +8,7 @@
 #include "base/file_lock.h"
 #include "base/text.h"
 #include "captures/burst.h"
+#include "outputs/report.h"
 #include "results/merge.h"
 #include "results/results_file.h"
 #include "results/sections.h"
@@ -152,6 +153,14 @@ void Run::own_output(const std::filesystem::path& file) {
     }
 }
 
+void Run::page(const std::filesystem::path& file) {
+    page_ = file;
+    if (!file.empty()) {
+        require_writable(file);
+        files_.output(file, "--report");
+    }
+}
+
 StepRules Run::rules() const { return {*output_, limits_, invocation_.command, invocation_.options, options_.force}; }
 
 void Run::require_sensor(const SensorGeometry& sensor, const std::filesystem::path& file) {
@@ -240,7 +249,15 @@ int Run::finish() {
         if (!options_.fresh && is_there(options_.results)) {
             all = read_results(options_.results);
         }
+        if (!page_.empty()) {
+            made_.outputs.push_back(page_);
+        }
         merge(all, std::move(made_));
+        if (!page_.empty()) {
+            // What the file will hold, so that a page made of the file later is the same.
+            write_text_file(page_, report_text({{"", from_json(to_json(all, {}), {})}}));
+            report_->written(page_);
+        }
         write_results(options_.results, all);
     }
     return conclude(all, severity);

@@ -58,6 +58,9 @@ public:
     /// Throws InputError.
     void own_output(const std::filesystem::path& file);
 
+    /// Before `start`: a page of all results, beside the other files. Empty: none.
+    void page(const std::filesystem::path& file);
+
     /// What earlier runs left, but for --new.
     [[nodiscard]] const Results& earlier() const { return earlier_; }
     /// Black level by number in the session.
@@ -115,6 +118,7 @@ private:
     std::vector<std::filesystem::path> earlier_outputs_;
     Results made_;
     PendingFiles outputs_;
+    std::filesystem::path page_;
 };
 
 }  // namespace cali::host

@@ -5,8 +5,8 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "outputs/cube_file.h"
-#include "outputs/noise_plot.h"
 #include "outputs/patch_picture.h"
+#include "outputs/svg_plot.h"
 
 namespace cali::host {
 namespace {
@@ -126,7 +126,7 @@ void ChainFiles::add_from(const Results& results) {
     }
     for (const NoiseResults& noise : results.noise) {
         if (choice_.pictures && noise.record.usable()) {
-            files_.add_text(folder_ / plot_of(noise.taken), noise_plot(noise));
+            files_.add_text(folder_ / plot_of(noise.taken), svg_text(describe(noise), "deviation"));
         }
     }
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "detection/flat_regions.h"
-#include "outputs/png_picture.h"
+#include "base/png_picture.h"
 
 namespace cali::host {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "chart/chart_table.h"
 #include "math/colour_space.h"
-#include "outputs/png_picture.h"
+#include "base/png_picture.h"
 
 namespace cali::host {
 namespace {

@@ -1,7 +1,6 @@
 #include "outputs/web_page.h"
 
-#include <algorithm>
-#include <cstdint>
+#include "base/base64.h"
 
 namespace cali::host {
 namespace {
@@ -36,23 +35,6 @@ std::string html(std::string_view text) {
             case '"': out += "&quot;"; break;
             case '\'': out += "&#39;"; break;
             default: out += letter;
-        }
-    }
-    return out;
-}
-
-std::string base64(std::string_view bytes) {
-    constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    out.reserve((bytes.size() + 2) / 3 * 4);
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        const std::size_t count = std::min<std::size_t>(3, bytes.size() - i);
-        uint32_t group = 0;
-        for (std::size_t k = 0; k < 3; ++k) {
-            group = group << 8 | (k < count ? static_cast<uint8_t>(bytes[i + k]) : 0U);
-        }
-        for (std::size_t k = 0; k < 4; ++k) {
-            out += k <= count ? kLetters[group >> (18 - 6 * k) & 63] : '=';
         }
     }
     return out;

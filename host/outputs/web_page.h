@@ -20,9 +20,6 @@ extern const EmbeddedText kReportScript;
 /// Text as it may stand between tags and in quoted attributes.
 [[nodiscard]] std::string html(std::string_view text);
 
-/// RFC 4648.
-[[nodiscard]] std::string base64(std::string_view bytes);
-
 /// A picture as the source of an image.
 [[nodiscard]] std::string png_source(std::string_view png);
 

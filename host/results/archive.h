@@ -104,6 +104,14 @@ public:
         }
     }
 
+    /// Absent where there is nothing to tell, and from files of versions that did not have it.
+    template <typename Fields>
+    void object_if(bool present, const char* key, Fields fields) {
+        if (reading() ? holds(key) : present) {
+            object(key, fields);
+        }
+    }
+
     /// One object per entry; Fields is called with its Archive and the entry. An empty list is not written.
     template <typename Entry, typename Fields>
     void list(const char* key, std::vector<Entry>& entries, Fields fields) {

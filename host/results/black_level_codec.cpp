@@ -39,11 +39,23 @@ void block_fields(Archive& archive, std::vector<Channels<uint32_t>>& blocks) {
     }
 }
 
+void histogram_fields(Archive& archive, LevelHistogram& histogram) {
+    archive.object_if(!histogram.counts[kGR].empty(), "histogram", [&](Archive bins) {
+        bins.field("first_code", histogram.first, 0, int64_t{kLibraryFullScale});
+        bins.field("codes_per_bin", histogram.step, 1, int64_t{kLibraryFullScale});
+        channel_fields(bins, "samples", histogram.counts);
+    });
+}
+
 void measure_fields(Archive& archive, DarkMeasures& measures) {
     channel_fields(archive, "level_codes", measures.level);
     channel_fields(archive, "noise_codes", measures.noise);
     archive.field("block_range_codes", measures.block_range);
     archive.field("variance_correlation", measures.light);
+    archive.object_if(!measures.blocks.values.empty(), "blocks", [&](Archive blocks) {
+        blocks.field("columns", measures.blocks.columns, 1, kMaxSide);
+        picture_numbers(blocks, "codes", measures.blocks.values);
+    });
     archive.field("zero_percent", measures.zero);
     archive.field("full_scale_percent", measures.full_scale);
     archive.field("defects", measures.defects);
@@ -87,6 +99,7 @@ void fields(Archive& archive, BlackLevelResults& results) {
             });
         }
         block_fields(entry, frame.blocks);
+        histogram_fields(entry, frame.histogram);
         entry.object("measured", [&](Archive measured) { measure_fields(measured, frame.measures); });
     });
     record_fields(archive, results.record);

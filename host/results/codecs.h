@@ -34,6 +34,10 @@ void record_fields(Archive& archive, Record& record);
 void limit_fields(Archive& archive, Limits& limits);
 /// The chart's reference; absent from files of earlier versions, which know the built-in table alone.
 void reference_field(Archive& archive, std::filesystem::path& file);
+/// Linear colours of the chart's 24 patches.
+void patch_colours(Archive& archive, const char* key, std::vector<Colour>& colours);
+/// Numbers for pictures, in as many digits as these show.
+void picture_numbers(Archive& archive, const char* key, std::vector<double>& values);
 /// Register gains with key "gain_q10".
 void gain_fields(Archive& archive, GainRegisters& gains);
 

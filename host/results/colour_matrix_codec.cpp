@@ -1,3 +1,4 @@
+#include "base/base64.h"
 #include "results/codecs.h"
 
 namespace cali::host {
@@ -53,11 +54,18 @@ void window_fields(Archive& archive, MatrixCalibration& result) {
     }
 }
 
-void patch_field(Archive& patches, const char* key, std::vector<Colour>& colours) {
-    patches.field(key, colours);
-    if (colours.size() != kChartPatches) {
-        patches.fail(key, std::to_string(colours.size()) + " colours", std::to_string(kChartPatches));
-    }
+/// As base64: nothing else has a place for bytes.
+void picture_fields(Archive& archive, MatrixCalibration& result) {
+    archive.object_if(!result.picture.png.empty(), "picture", [&](Archive picture) {
+        picture.field("width", result.picture.width, 1, kMaxSide);
+        picture.field("height", result.picture.height, 1, kMaxSide);
+        picture.field("photosites_per_pixel", result.picture_scale);
+        std::string text = base64(result.picture.png);
+        picture.field("png", text);
+        if (picture.reading()) {
+            result.picture.png = from_base64(text, picture.where("png"));
+        }
+    });
 }
 
 }  // namespace
@@ -77,14 +85,18 @@ void fields(Archive& archive, MatrixCalibration& result) {
     matrix_field(archive, "matrix_q10", result.matrix.q10);
     matrix_field(archive, "uncertainty", result.uncertainty);
     archive.object("patches", [&](Archive patches) {
-        patch_field(patches, "measured", result.measured);
-        patch_field(patches, "corrected", result.corrected);
-        patch_field(patches, "reference", result.reference);
+        patch_colours(patches, "measured", result.measured);
+        patch_colours(patches, "corrected", result.corrected);
+        patch_colours(patches, "reference", result.reference);
         patches.field("limited_components", result.limited);
     });
     difference_fields(archive, "difference_before", result.before);
     difference_fields(archive, "difference_after", result.after);
     archive.field("leave_one_out_de_2000", result.leave_one_out);
+    if (archive.reading() ? archive.holds("left_out_de_2000") : !result.left_out.empty()) {
+        archive.field("left_out_de_2000", result.left_out);
+    }
+    picture_fields(archive, result);
     record_fields(archive, result.record);
 }
 

@@ -23,6 +23,13 @@ void fields(Archive& archive, ColourTable& table) {
         figures.field("grey_movement", table.grey_movement);
         figures.derived("gain", table.gain());
     });
+    archive.object_if(!table.input.corrected.empty(), "patches", [&](Archive patches) {
+        patch_colours(patches, "corrected", table.input.corrected);
+        patch_colours(patches, "behind_table", table.result);
+        patch_colours(patches, "reference", table.input.reference);
+        patches.field("de_2000_before", table.before.per_patch);
+        patches.field("de_2000_after", table.after.per_patch);
+    });
     archive.field("table", table.value);
     const auto nodes = static_cast<std::size_t>(settings.nodes);
     if (table.value.size() != nodes * nodes * nodes * 3) {

@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "calibrations/chart_reference.h"
 #include "results/codecs.h"
 
@@ -28,6 +30,21 @@ void reference_field(Archive& archive, std::filesystem::path& file) {
     if (!archive.reading() || archive.holds("reference")) {
         archive.file_or("reference", file, kBuiltInReference);
     }
+}
+
+void patch_colours(Archive& archive, const char* key, std::vector<Colour>& colours) {
+    archive.field(key, colours);
+    if (colours.size() != kChartPatches) {
+        archive.fail(key, std::to_string(colours.size()) + " colours", std::to_string(kChartPatches));
+    }
+}
+
+void picture_numbers(Archive& archive, const char* key, std::vector<double>& values) {
+    constexpr double kPerUnit = 1000;
+    for (double& value : values) {
+        value = std::round(value * kPerUnit) / kPerUnit;
+    }
+    archive.field(key, values);
 }
 
 void gain_fields(Archive& archive, GainRegisters& gains) {

@@ -9,12 +9,37 @@ namespace {
 constexpr std::size_t kGreen = 1;
 constexpr const char* kMonoKey = "y";
 
+/// Three lists, of which a sensor without colours has one.
+void block_fields(Archive& archive, BlockMeans& blocks) {
+    archive.field("columns", blocks.cols, 1, kMaxSide);
+    archive.field("rows", blocks.rows, 1, kMaxSide);
+    const std::size_t count = static_cast<std::size_t>(blocks.cols) * static_cast<std::size_t>(blocks.rows);
+    blocks.colour.resize(count);
+    for (std::size_t c = 0; c < 3; ++c) {
+        if (archive.mono() && c != kGreen) {
+            continue;
+        }
+        const char* const key = archive.mono() ? kMonoKey : kColourKeys[c];
+        std::vector<double> plane(count);
+        std::ranges::transform(blocks.colour, plane.begin(), [c](const auto& block) { return block[c]; });
+        picture_numbers(archive, key, plane);
+        if (plane.size() != count) {
+            archive.fail(key, std::to_string(plane.size()) + " blocks", std::to_string(count));
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            blocks.colour[i][c] = plane[i];
+        }
+    }
+}
+
 void flatness_fields(Archive& archive, const char* key, Flatness& flatness) {
     archive.object(key, [&](Archive figures) {
         figures.field("corner_to_centre", flatness.corner_to_centre);
         figures.field("luminance_rms", flatness.luminance_rms);
         figures.field("worst_luminance", flatness.worst_luminance);
         figures.field("worst_colour_shift", flatness.worst_colour_shift);
+        figures.object_if(!flatness.blocks.colour.empty(), "blocks",
+                          [&](Archive blocks) { block_fields(blocks, flatness.blocks); });
     });
 }
 

@@ -64,6 +64,10 @@ void merge(Results& results, Results step) {
             results.outputs.push_back(output);
         }
     }
+    if (step.truth) {
+        results.truth = step.truth;
+    }
+    results.version = step.version;
     results.sensor = step.sensor;
     results.limits = step.limits;
 }

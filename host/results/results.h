@@ -13,6 +13,7 @@
 #include "calibrations/white_balance.h"
 #include "calibrations/white_balance_curve.h"
 #include "checks/check.h"
+#include "results/truth.h"
 
 namespace cali::host {
 
@@ -29,6 +30,8 @@ struct Results {
     std::vector<Finding> findings;
     Limits limits;                               ///< in force in the run that wrote them
     std::vector<std::filesystem::path> outputs;  ///< other files that runs wrote
+    std::optional<SimulatedTruth> truth;         ///< of a simulated sensor, where the session names it
+    std::string version;                         ///< of the program that wrote them; empty: this one
 };
 
 class Archive;

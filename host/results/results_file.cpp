@@ -88,25 +88,14 @@ void fields(Archive& archive, Results& results) {
             archive.derived("gain_model", to_json(*model));
         }
     }
+    section(archive, "truth", results.truth);
     limit_fields(archive, results.limits);
     section(archive, "findings", results.findings);
     verdict_fields(archive, results);
 }
 
 Json read_document(const std::filesystem::path& file, const std::vector<std::string>& enough = {}) {
-    std::error_code error;
-    std::ifstream stream(file, std::ios::binary);
-    if (!std::filesystem::is_regular_file(file, error) || !stream) {
-        throw InputError(file.string() + ": no such results file");
-    }
-    std::ostringstream content;
-    content << stream.rdbuf();
-    Json json;
-    try {
-        json = Json::parse(content.str(), enough);
-    } catch (const InputError& problem) {
-        throw InputError(file.string() + ": no results file of cali: " + problem.what());
-    }
+    Json json = read_json(file, "results file", enough);
     for (const char* const key : {"schema", "cali_version"}) {
         if (json.find(key) == nullptr) {
             throw InputError(file.string() + ": no results file of cali: it has no \"" + key + "\"");
@@ -116,6 +105,21 @@ Json read_document(const std::filesystem::path& file, const std::vector<std::str
 }
 
 }  // namespace
+
+Json read_json(const std::filesystem::path& file, const char* what, const std::vector<std::string>& enough) {
+    std::error_code error;
+    std::ifstream stream(file, std::ios::binary);
+    if (!std::filesystem::is_regular_file(file, error) || !stream) {
+        throw InputError(file.string() + ": no such " + what);
+    }
+    std::ostringstream content;
+    content << stream.rdbuf();
+    try {
+        return Json::parse(content.str(), enough);
+    } catch (const InputError& problem) {
+        throw InputError(file.string() + ": no " + what + " of cali: " + problem.what());
+    }
+}
 
 Json to_json(Results results, const std::optional<std::filesystem::path>& folder) {
     Json json;
@@ -134,6 +138,7 @@ Results from_json(const Json& document, const std::optional<std::filesystem::pat
         throw InputError(text("its schema is %d, expected %d: calibrate again with this version", schema, kSchema));
     }
     Results results;
+    archive.field("cali_version", results.version);
     fields(archive, results);
     for_each_record(results,
                     [&](const char*, const std::string&, Record& record) { record.mono = results.sensor.mono; });

@@ -18,6 +18,10 @@ namespace cali::host {
 void write_results(const std::filesystem::path& file, const Results& results);
 
 /// Throws InputError.
+/// A document, `what` in messages: "results file". Throws InputError.
+[[nodiscard]] Json read_json(const std::filesystem::path& file, const char* what,
+                             const std::vector<std::string>& enough = {});
+
 [[nodiscard]] Results read_results(const std::filesystem::path& file);
 
 /// Before a file is replaced: what its runs wrote; nothing where the file is of another schema or its list is damaged.

@@ -123,11 +123,12 @@ NoiseSettings read_noise_settings(const TomlSection& section) {
 
 Session read_session(const std::filesystem::path& file) {
     const TomlSection root = TomlSection::read_file(file, "session file");
-    root.allow_only(
-        {"sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix", "noise", "limits"});
+    root.allow_only({"truth", "sensor", "captures", "black_level", "lens_shading", "white_balance", "colour_matrix",
+                     "noise", "limits"});
 
     Session session;
     session.file = file;
+    session.truth = root.file("truth").value_or("");
     session.geometry = read_geometry(root.section("sensor"), file.string());
 
     const TomlSection captures = root.section("captures");

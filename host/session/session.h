@@ -19,6 +19,7 @@ namespace cali::host {
 
 struct Session {
     std::filesystem::path file;
+    std::filesystem::path truth;  ///< of a simulated sensor; empty: none
     Geometry geometry;
     std::vector<CaptureEntry> dark;
     std::vector<CaptureEntry> flat;

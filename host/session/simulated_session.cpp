@@ -29,7 +29,7 @@ std::string list(const SimulationPlan& plan, const std::vector<ShotNames::Entry>
 std::string session_text(const SimulationPlan& plan, const ShotNames& names) {
     const SensorModel& sensor = plan.sensor;
     std::ostringstream out;
-    out << "# Captures of a simulated sensor; truth.json tells what it is made of.\n"
+    out << "# Captures of a simulated sensor, and what it is made of.\ntruth = \"truth.json\"\n\n"
         << "[sensor]\nwidth = " << sensor.width << "\nheight = " << sensor.height
         << "\npattern = " << toml_string(pattern_text(sensor)) << "\nbits = " << sensor.bits
         << (plan.forms.front() == ShotForm::mipi ? text("\npacking = \"raw%d\"", sensor.bits) : "")

@@ -11,7 +11,7 @@
 #include "captures/raw_file.h"
 #include "captures/read_capture.h"
 #include "core/channel.h"
-#include "outputs/noise_plot.h"
+#include "outputs/svg_plot.h"
 #include "simulation/sensor.h"
 #include "support/program.h"
 
@@ -108,7 +108,7 @@ TEST_F(NoiseSeries, RecoversTheSimulatedSensorWithTheBitsOfTheExports) {
         EXPECT_EQ(std::bit_cast<uint32_t>(results.deviation[3 - c].intercept), bits[2 * c + 1]) << c;
     }
 
-    const std::string plot = host::noise_plot(results);
+    const std::string plot = host::svg_text(host::describe(results), "deviation");
     std::size_t points = 0;
     for (std::size_t at = plot.find("<circle"); at != std::string::npos; at = plot.find("<circle", at + 1)) {
         ++points;

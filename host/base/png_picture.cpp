@@ -1,4 +1,4 @@
-#include "outputs/png_picture.h"
+#include "base/png_picture.h"
 
 #include <png.h>
 
@@ -6,12 +6,13 @@
 
 namespace cali::host {
 
-std::string png_of(const std::vector<uint8_t>& pixels, std::size_t width, std::size_t height) {
+std::string png_of(const std::vector<uint8_t>& pixels, std::size_t width, std::size_t height, PngEffort effort) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = static_cast<png_uint_32>(width);
     image.height = static_cast<png_uint_32>(height);
     image.format = PNG_FORMAT_RGB;
+    image.flags = effort == PngEffort::little ? PNG_IMAGE_FLAG_FAST : 0;
     png_alloc_size_t size = 0;
     std::string bytes;
     // The first round tells the size alone.
