@@ -36,6 +36,7 @@ const rounded = (photosites) => Math.round(photosites * 10) / 10 + 0;
 const first = chart.corners.map(([x, y]) => ({ x: rounded(x), y: rounded(y) }));
 let corners = first;
 let active = 0;
+let told = null; // the corners that line and status are of
 
 // A chart that fills the frame has its corners about the frame's, so there is room around it.
 const outside = first.map(({ x, y }) => Math.max(-x, x - chart.width, -y, y - chart.height));
@@ -279,8 +280,23 @@ function show() {
   showLens(pixel);
 
   stage.classList.toggle("wrong", problem !== "");
-  line.textContent = problem === ""
-    ? `corners = [${corners.map(({ x, y }) => `[${x.toFixed(1)}, ${y.toFixed(1)}]`).join(", ")}]` : "";
+  if (told !== corners) {
+    told = corners;
+    tell(problem);
+  }
+}
+
+function tell(problem) {
+  line.replaceChildren();
+  if (problem === "") {
+    line.append("corners = [");
+    corners.forEach(({ x, y }, i) => {
+      // Lines break between corners only.
+      const pair = document.createElement("span");
+      pair.textContent = `[${x.toFixed(1)}, ${y.toFixed(1)}]${i < 3 ? "," : "]"}`;
+      line.append(pair, i < 3 ? " " : "");
+    });
+  }
   line.hidden = problem !== "";
   byId("copy").disabled = problem !== "";
   say(problem, problem !== "");
