@@ -1,5 +1,5 @@
-# fetch_npm_packages(RESULT PROBLEM NAME LOCK_FOLDER): the folder, in a cache, whose node_modules are what the lock file in
-# LOCK_FOLDER names, each held against its digest by npm; empty where they cannot be had, and PROBLEM says why.
+# fetch_npm_packages(RESULT PROBLEM NAME LOCK_FOLDER): the folder, in a cache, whose node_modules are what the lock file
+# in LOCK_FOLDER names, each held against its digest by npm; empty where they cannot be had, and PROBLEM says why.
 function(fetch_npm_packages result problem name lock_folder)
   set(${result} "" PARENT_SCOPE)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${lock_folder}/package-lock.json)

@@ -42,8 +42,8 @@ Json colours() {
 
 // What the script fills is empty here.
 constexpr const char* kStageStart =
-    R"(<p>Drag the four corners to the chart's own: half a gap outside the patches 1, 6, 24 and 19, wherever the capture shows
-these. They are right when each dot lies in the middle of a patch of its colour.</p>
+    R"(<p>Drag the four corners to the chart's own: half a gap outside the patches 1, 6, 24 and 19, wherever the
+capture shows these. They are right when each dot lies in the middle of a patch of its colour.</p>
 <p>By keyboard: <kbd>Tab</kbd> to a corner; arrow keys move it by 1 photosite, with <kbd>Shift</kbd> by 10.</p>
 </header>
 <main>

@@ -85,11 +85,8 @@ async function movesCorners(browser) {
 
   // The program measures where the page showed the patches.
   const session = fs.readFileSync(path.join(given.session, "session.toml"), "utf8");
-  assert.ok(!session.includes("[colour_matrix]") || session.split("[colour_matrix]").length === 2);
-  fs.writeFileSync(at("session.toml"), `${session.replace(/\[colour_matrix\][^[]*/, "")}
-[colour_matrix]
-${await lineOf(page)}
-`);
+  assert.ok(session.includes("[colour_matrix]\nfills_frame = true\n"));
+  fs.writeFileSync(at("session.toml"), session.replace("fills_frame = true", await lineOf(page)));
   cali(folder, 0, "ccm", chart, "--session", at("session.toml"), "--black-level", "64", "--method", "joint", "--force",
     "--new", "--results", at("by_hand.json"));
   const [matrix] = JSON.parse(fs.readFileSync(at("by_hand.json"), "utf8")).colour_matrix;

@@ -80,7 +80,8 @@ function sidesOf(cell) {
 
 // Of each corner: 1 where the sides turn clockwise there, as seen.
 function turnsAt() {
-  return corners.map((corner, i) => Math.sign(cross(step(corners[(i + 3) % 4], corner), step(corner, corners[(i + 1) % 4]))));
+  return corners.map((corner, i) =>
+    Math.sign(cross(step(corners[(i + 3) % 4], corner), step(corner, corners[(i + 1) % 4]))));
 }
 
 const order = places.map(({ patch }) => patch).join(", ");
@@ -95,7 +96,8 @@ function problemOf(turns, map) {
   }
   if (sum !== 4) {
     const odd = turns.findIndex((turn) => turn !== (sum > 0 ? 1 : -1));
-    return `The corner by patch ${places[odd].patch} lies inside the triangle of the others, or on its edge. Move it out.`;
+    return `The corner by patch ${places[odd].patch} lies inside the triangle of the others, or on its edge. ` +
+      "Move it out.";
   }
   for (let patch = 0; patch < chart.colours.length; ++patch) {
     const { width, height } = sidesOf(cellOf(map, patch, 0));
