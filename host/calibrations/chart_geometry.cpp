@@ -14,7 +14,6 @@ namespace cali::host {
 namespace {
 
 constexpr double kMargin = 0.25;        // of a cell, on every side
-constexpr double kLeastCell = 4;        // photosites
 constexpr double kRounding = 1e-6;      // photosites that a window may leave its inner half by
 constexpr double kDarkest = 1e-4;       // linear
 constexpr double kUprightBonus = 0.02;  // of a correlation
@@ -112,10 +111,11 @@ void check_cell(const Corners& cell, std::size_t patch) {
     const double area = std::abs(cross(across, down));
     const double width = area / std::hypot(down.x, down.y);
     const double height = area / std::hypot(across.x, across.y);
-    if (!(std::min(width, height) >= kLeastCell - kRounding)) {
+    if (!(std::min(width, height) >= kLeastChartCell - kRounding)) {
         std::ostringstream text;
         text << "patch " << patch + 1 << " of the chart has " << width << " x " << height
-             << " photosites between the given corners, expected at least " << kLeastCell << " x " << kLeastCell;
+             << " photosites between the given corners, expected at least " << kLeastChartCell << " x "
+             << kLeastChartCell;
         throw InputError(text.str());
     }
 }

@@ -44,10 +44,13 @@ private:
     std::array<double, 8> h_{};  // row-major; the ninth is 1
 };
 
+/// Photosites of a cell either way, from which on it has a window.
+inline constexpr double kLeastChartCell = 4;
+
 /// Per patch, in chart order, the largest upright rectangle of whole 2 x 2 cells in the inner half of the patch as
 /// photographed. Its centre is the patch's, to the nearest 2 x 2 cell; where the inner half holds no 2 x 2 cell that
 /// one is the window. Windows are not held against any frame. Throws InputError on corners of no convex quadrilateral
-/// and on patches of less than 4 photosites either way.
+/// and on cells smaller than that.
 [[nodiscard]] std::array<RoiRect, kChartPatches> windows_from_corners(const Corners& corners);
 
 /// How the chart stands in its windows.

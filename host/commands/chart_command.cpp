@@ -13,6 +13,7 @@
 #include "detection/locate_chart.h"
 #include "outputs/chart_picture.h"
 #include "outputs/console.h"
+#include "outputs/corner_page.h"
 #include "results/results_file.h"
 
 namespace cali::host {
@@ -24,6 +25,7 @@ struct ChartOptions {
     std::filesystem::path frame;
     std::string black_level;
     std::filesystem::path picture;
+    std::filesystem::path page;
     bool json = false;
     GeometryOptions geometry;
 };
@@ -39,10 +41,17 @@ void describe(Command& command, ChartOptions& options) {
         .option("--picture", options.picture,
                 "PNG of the capture with windows and patch numbers, or with what was tried")
         .type_name("FILE");
+    command
+        .option(
+            "--page", options.page,
+            "page for a browser: the capture, on which the corners are dragged into place by hand, and the line that "
+            "a session takes; the chart found or not")
+        .type_name("FILE");
     command.flag("--json", options.json, "found, confidence, corners, windows and reason as JSON");
     options.geometry.add_to(command);
     command.examples(
         "  cali chart chart.raw --size 1920x1080 --pattern RGGB --bits 12 --black-level 64 --picture found.png\n"
+        "  cali chart chart.raw --session session.toml --page pick.html\n"
         "The corners are the chart's own, half a gap outside patches 1, 6, 24 and 19, wherever the capture has them; "
         "a\n"
         "session takes them as printed:\n"
@@ -119,6 +128,9 @@ int act(const ChartOptions& options, const Invocation&) {
     if (!options.picture.empty()) {
         files.output(options.picture, "--picture");
     }
+    if (!options.page.empty()) {
+        files.output(options.page, "--page");
+    }
     if (options.json) {
         files.require_standard_output("--json");
     }
@@ -128,18 +140,25 @@ int act(const ChartOptions& options, const Invocation&) {
     if (!options.picture.empty()) {
         write_text_file(options.picture, chart_picture(capture, black_level, chart));
     }
+    if (!options.page.empty()) {
+        write_text_file(options.page, corner_page(capture, black_level, chart));
+    }
     if (options.json) {
         std::printf("%s\n", json_of(chart).dump().c_str());
         return chart.found ? 0 : kNotFound;
     }
+    if (!files.standard_output_taken()) {
+        if (chart.found) {
+            print(section_of(chart, capture.file.filename().string()));
+        }
+        for (const std::filesystem::path& file : {options.picture, options.page}) {
+            if (!file.empty()) {
+                print_written(file);
+            }
+        }
+    }
     if (!chart.found) {
         throw CalibrationError(options.frame.string() + ": " + not_found_text(chart.reason));
-    }
-    if (!files.standard_output_taken()) {
-        print(section_of(chart, capture.file.filename().string()));
-        if (!options.picture.empty()) {
-            print_written(options.picture);
-        }
     }
     return 0;
 }

@@ -10,8 +10,8 @@ namespace cali::host {
 std::string not_found_text(const std::string& reason) {
     return "the chart is not found: " + reason +
            "; take it whole, sharp and without glare, its patches 12 photosites wide or more, or give its corners "
-           "(--corners, or corners in the session), or --fills-frame ('cali chart FRAME --picture' shows what was "
-           "seen)";
+           "(--corners, or corners in the session; 'cali chart FRAME --page pick.html' is a page to drag them on), or "
+           "--fills-frame ('cali chart FRAME --picture out.png' shows what was seen)";
 }
 
 ChartPlace locate_chart(const ChartPlace& place, const Capture& chart, const BlackLevels& black_level) {

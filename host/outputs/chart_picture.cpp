@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "detection/flat_regions.h"
 #include "base/png_picture.h"
 
 namespace cali::host {
@@ -27,6 +26,10 @@ constexpr std::array<uint16_t, 10> kDigits = {
 class Drawing {
 public:
     explicit Drawing(const SmallPicture& picture) : width_(picture.width), height_(picture.height) {
+        if (picture.width == 0) {
+            width_ = height_ = 1;
+            pixels_ = {0, 0, 0};
+        }
         for (std::size_t i = 0; i < picture.level[0].size(); ++i) {
             for (const std::vector<float>& plane : picture.level) {
                 pixels_.push_back(static_cast<uint8_t>(std::clamp(plane[i] * 245.0F, 0.0F, 255.0F)));
@@ -86,11 +89,10 @@ private:
 
 }  // namespace
 
+std::string plain_picture(const SmallPicture& picture) { return Drawing(picture).png(); }
+
 std::string chart_picture(const Capture& capture, const BlackLevels& black_level, const FoundChart& chart) {
     const SmallPicture picture = small_picture(capture, black_level);
-    if (picture.width == 0) {
-        return png_of({0, 0, 0}, 1, 1);
-    }
     Drawing drawing(picture);
     const double scale = picture.photosites;
     if (!chart.found) {

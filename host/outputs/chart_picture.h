@@ -5,9 +5,13 @@
 
 #include "captures/frame.h"
 #include "detection/chart_finder.h"
+#include "detection/flat_regions.h"
 #include "library/tuning_values.h"
 
 namespace cali::host {
+
+/// A PNG of the picture alone; one black pixel where there is none.
+[[nodiscard]] std::string plain_picture(const SmallPicture& picture);
 
 /// A PNG of at most about a thousand pixels either way. Found: outline, windows and patch numbers. Not found: the
 /// centres of what could be patches, and the outline of what was most likely.

@@ -14,6 +14,8 @@ struct EmbeddedText {
 };
 
 extern const EmbeddedText kCharts;  ///< the chart library; empty where the program was built without it
+extern const EmbeddedText kPickScript;
+extern const EmbeddedText kPickStyle;
 extern const EmbeddedText kReportStyle;
 extern const EmbeddedText kReportScript;
 

@@ -65,7 +65,7 @@ MatrixSettings read_matrix_settings(const TomlSection& section) {
         throw InputError(section.where("saturation") + " is " + std::to_string(saturation) + ", expected 0 to 4");
     }
     settings.saturation = static_cast<float>(saturation);
-    if (const auto rows = section.number_rows("windows", kChartPatches, 4, "24 lists of [x, y, width, height]")) {
+    if (const auto rows = section.number_rows("windows", kChartPatches, 4, 0, "24 lists of [x, y, width, height]")) {
         ChartWindows windows{};
         std::ranges::transform(*rows, windows.begin(), [](const std::vector<double>& row) {
             const auto side = [&](std::size_t i) { return static_cast<int32_t>(row[i]); };
@@ -73,7 +73,8 @@ MatrixSettings read_matrix_settings(const TomlSection& section) {
         });
         settings.place.windows = windows;
     }
-    if (const auto rows = section.number_rows("corners", 4, 2, "4 lists of [x, y]")) {
+    // Those of a chart that fills the frame may lie outside it.
+    if (const auto rows = section.number_rows("corners", 4, 2, -kMaxSide, "4 lists of [x, y]")) {
         Corners corners{};
         std::ranges::transform(*rows, corners.begin(), [](const std::vector<double>& row) {
             return Point{row[0], row[1]};

@@ -279,7 +279,7 @@ std::optional<Window> TomlSection::window(std::string_view key) const {
 }
 
 std::optional<std::vector<std::vector<double>>> TomlSection::number_rows(std::string_view key, std::size_t count,
-                                                                         std::size_t length,
+                                                                         std::size_t length, double least,
                                                                          const char* expected) const {
     const toml::node* const node = find(table_, key);
     if (node == nullptr) {
@@ -290,7 +290,7 @@ std::optional<std::vector<std::vector<double>>> TomlSection::number_rows(std::st
         std::vector<double>& row = rows.emplace_back();
         for_each_element(&element, [&](const toml::node& entry) {
             const auto number = entry.value<double>();
-            if (!number || !(*number >= 0 && *number <= kMaxSide)) {
+            if (!number || !(*number >= least && *number <= kMaxSide)) {
                 fail(key, &entry, expected);
             }
             row.push_back(*number);

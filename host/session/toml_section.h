@@ -55,9 +55,9 @@ public:
     /// A list of `count` numbers, 0 to 65535 each.
     [[nodiscard]] std::optional<std::vector<int>> whole_numbers(std::string_view key, std::size_t count,
                                                                 const char* expected) const;
-    /// `count` lists of `length` numbers, 0 to 65535 each.
+    /// `count` lists of `length` numbers, `least` to 65535 each.
     [[nodiscard]] std::optional<std::vector<std::vector<double>>> number_rows(std::string_view key, std::size_t count,
-                                                                              std::size_t length,
+                                                                              std::size_t length, double least,
                                                                               const char* expected) const;
 
     /// "session.toml: noise: window", for messages.

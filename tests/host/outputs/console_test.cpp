@@ -13,13 +13,13 @@ std::string printed(const host::Section& section) {
 }
 
 TEST(Console, ShowsTitleTablesRemarksAndNotes) {
-    const host::Section section{"Title",
-                                {{"not shown", 1, ""}},
-                                {{{{"name", 6, true}, {"n", 4}}, {{{"a", "1"}, "a remark"}, {{"longer one", "2"}, ""}}},
-                                 {{{"hidden", 3}}, {{{"x"}, ""}}, false}},
-                                {},
-                                {"a note"},
-                                {"a warning"}};
+    host::Section section;
+    section.title = "Title";
+    section.figures = {{"not shown", 1, ""}};
+    section.tables = {{{{"name", 6, true}, {"n", 4}}, {{{"a", "1"}, "a remark"}, {{"longer one", "2"}, ""}}},
+                      {{{"hidden", 3}}, {{{"x"}, ""}}, false}};
+    section.notes = {"a note"};
+    section.warnings = {"a warning"};
     ::testing::internal::CaptureStderr();
     EXPECT_EQ(printed(section),
               "Title\n  name      n\n  a         1\n  a remark\n  longer one    2\n    x\n  a note\n");

@@ -49,7 +49,7 @@ level_format = "U9.0"
 method = "optimised"
 white = "D50"
 saturation = 1.5
-corners = [[1, 2], [30, 4], [31, 32], [5, 33.5]]
+corners = [[1, -0.5], [30, 4], [31, 32], [5, 33.5]]
 )");
     const host::Session session = host::read_session(folder / "s.toml");
     EXPECT_EQ(session.geometry.width, 640);
@@ -88,6 +88,7 @@ corners = [[1, 2], [30, 4], [31, 32], [5, 33.5]]
     EXPECT_EQ(session.matrix.method, host::MatrixMethod::optimised);
     EXPECT_EQ(session.matrix.white_point, 50);
     EXPECT_EQ(session.matrix.saturation, 1.5F);
+    EXPECT_EQ((*session.matrix.place.corners)[0].y, -0.5);
     EXPECT_EQ((*session.matrix.place.corners)[3].x, 5);
     EXPECT_EQ((*session.matrix.place.corners)[3].y, 33.5);
 }
