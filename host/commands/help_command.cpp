@@ -76,7 +76,7 @@ void describe(Command& command, HelpOptions& options) {
     command.examples(
         "  cali help verdict\n"
         "  cali help exposure\n"
-        "  cali help --man | man -l -\n"
+        "  cali help --man > cali.1\n"
         "  source <(cali help --completion bash)");
 }
 
