@@ -181,7 +181,7 @@ template Option Command::option(const char*, std::vector<std::string>&, const ch
 
 void Command::examples(const std::string& text) {
     app_of(app_).footer("Examples:\n" + text);
-    constexpr std::string_view kIndent = "  cali ";
+    constexpr std::string_view kIndent = "  ";
     std::string_view rest = text;
     while (rest.starts_with(kIndent)) {
         const std::size_t end = std::min(rest.find('\n'), rest.size());

@@ -4,7 +4,7 @@ Arguments: the program, the source tree, and a folder to work in, which goes aga
 
 Of documents: blocks ```sh, in order and in one folder. Before a block, `<!-- not run: WHY -->` leaves it out, and
 `<!-- exit status N -->` tells what its commands end with, in place of 0. Blocks without a language, indented ones too,
-are refused: nobody could tell whether they are to be run. Of help texts: lines "  cali ...", each in a fresh folder."""
+are refused: nobody could tell whether they are to be run. Of help texts: the lines under "Examples:", each in a fresh folder."""
 import json
 import os
 import re
@@ -164,10 +164,11 @@ def help_examples():
     yield from (("cali --help", line) for line in re.findall(r"^  (cali .*)$", text, re.M))
     for command in commands:
         text = subprocess.run(["cali", command, "--help"], capture_output=True, text=True, check=True).stdout
-        lines = re.findall(r"^  ((?:cali|source) .*)$", text, re.M)
-        if not lines:
+        examples = re.search(r"^Examples:\n((?:  \S.*\n)+)", text, re.M)
+        if not examples:
             failures.append(f"cali {command} --help: no example")
-        yield from ((f"cali {command} --help", line) for line in lines)
+            continue
+        yield from ((f"cali {command} --help", line.strip()) for line in examples[1].splitlines())
 
 
 def blocks(name, text):
