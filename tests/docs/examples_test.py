@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Runs every example of README.md, docs/guide.md and the help texts on simulated captures under the names that they use.
-Arguments: the program, the source tree, and a folder to work in, which goes again.
+"""Runs every example of README.md, docs/guide.md and the help texts on simulated captures under the names that they
+use. Arguments: the program, the source tree, and a folder to work in, which goes again.
 
 Of documents: blocks ```sh, in order and in one folder. Before a block, `<!-- not run: WHY -->` leaves it out, and
 `<!-- exit status N -->` tells what its commands end with, in place of 0. Blocks without a language, indented ones too,
-are refused: nobody could tell whether they are to be run. Of help texts: the lines under "Examples:", each in a fresh folder."""
+are refused: nobody could tell whether they are to be run. Of help texts: the lines under "Examples:", each in a fresh
+folder."""
 import json
 import os
 import re
@@ -22,7 +23,9 @@ STOCK = f"{work}/stock"
 
 
 def cali(line, folder):
-    subprocess.run(["cali", *line.split()], cwd=folder, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    done = subprocess.run(["cali", *line.split()], cwd=folder, capture_output=True, text=True, errors="replace")
+    if done.returncode != 0:
+        sys.exit(f"cali {line}, to prepare: exit status {done.returncode}, expected 0\n{done.stderr[-2000:]}")
 
 
 def pgm(file):

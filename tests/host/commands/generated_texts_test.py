@@ -73,11 +73,12 @@ for name in commands:
                 failures.append(f"{kind}: {name} has no {option}")
 
 # The page: no warning, and what is typed comes out in characters that can be typed.
-shown = subprocess.run(["groff", "-man", "-Tutf8", "-ww", "-P-cbou"], input=texts["man"], capture_output=True, text=True)
+groff = ["groff", "-man", "-Tutf8", "-ww", "-P-cbou"]
+shown = subprocess.run(groff, input=texts["man"], capture_output=True, text=True)
 hold("groff -ww", (0, ""), (shown.returncode, shown.stderr))
 plain = shown.stdout
-for line in ("cali noise --level 'l1_*.pgm' --level 'l2_*.pgm' --pattern RGGB", "SEE ALSO", "EXIT STATUS", "ENVIRONMENT",
-             "1st, by patch 1  +--------------------+ 2nd, by patch 6"):
+for line in ("cali noise --level 'l1_*.pgm' --level 'l2_*.pgm' --pattern RGGB", "source <(cali help --completion bash)",
+             "1st, by patch 1  +--------------------+ 2nd, by patch 6", "SEE ALSO", "EXIT STATUS", "ENVIRONMENT"):
     contain("the page", line, plain)
 for line in plain.splitlines():
     if any(character in line for character in "\u2010\u2212\u2019\u2018"):
