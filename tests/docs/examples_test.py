@@ -13,7 +13,7 @@ import shutil
 import subprocess
 import sys
 
-program, source, work = sys.argv[1:]
+program, source, work = map(os.path.abspath, sys.argv[1:])
 failures = []
 shutil.rmtree(work, ignore_errors=True)
 os.makedirs(f"{work}/bin")

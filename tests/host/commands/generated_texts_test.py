@@ -9,7 +9,7 @@ import subprocess
 import sys
 import time
 
-program, folder = sys.argv[1:]
+program, folder = map(os.path.abspath, sys.argv[1:])
 failures = []
 
 
