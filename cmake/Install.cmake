@@ -10,6 +10,13 @@ if(CALI_BUILD_PROGRAM)
   file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(cali_program PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
   install(TARGETS cali_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(CALI_GENERATED_DOCS)
+    install(FILES ${CALI_GENERATED_DOCS}/cali.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${CALI_GENERATED_DOCS}/cali.bash
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME cali)
+    install(FILES ${CALI_GENERATED_DOCS}/_cali DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install(FILES ${CALI_GENERATED_DOCS}/cali.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  endif()
 endif()
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/cali)

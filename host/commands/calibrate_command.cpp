@@ -22,7 +22,9 @@ struct CalibrateOptions {
 
 void describe(Command& command, CalibrateOptions& options) {
     command.option("SESSION", options.session, "session file (docs/session.md)").required();
-    command.option("--out", options.folder, "folder for results.json; default: the session file's").type_name("DIR");
+    command.option("--out", options.folder, "folder for results.json; default: the session file's")
+        .type_name("DIR")
+        .takes(ValueKind::folder);
     command
         .option("--only", options.only,
                 "of blc, lsc, awb (with its curve), ccm, clut, noise, with commas; what they apply comes from the "

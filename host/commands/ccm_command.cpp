@@ -34,7 +34,8 @@ void describe(Command& command, CcmOptions& options) {
             "--reference", options.reference,
             "colours that were measured on the chart, CSV or CGATS (docs/colour.md), by which it is judged; default: "
             "what the session says, or else the built-in table")
-        .type_name("FILE");
+        .type_name("FILE")
+        .takes(ValueKind::file);
     const Option corners =
         command
             .option("--corners", options.corners,

@@ -36,7 +36,8 @@ void describe(Command& command, ChartOptions& options) {
         .option("--black-level", options.black_level,
                 "results file, or codes of the capture's depth, one for all channels or four for RR,GR,GB,BB; default: "
                 "the session's, or the file's own")
-        .type_name("FILE|CODES");
+        .type_name("FILE|CODES")
+        .takes(ValueKind::file);
     command
         .option("--picture", options.picture,
                 "PNG of the capture with windows and patch numbers, or with what was tried")

@@ -4,6 +4,8 @@
 
 #include "base/error.h"
 #include "commands/commands.h"
+#include "commands/completions.h"
+#include "commands/man_page.h"
 
 namespace cali::host {
 namespace {
@@ -51,14 +53,42 @@ constexpr std::array<Topic, 10> kTopics = {{
 
 struct HelpOptions {
     std::string topic;
+    bool man = false;
+    std::string shell;
 };
 
-void describe(Command& command, HelpOptions& options) {
-    command.option("TOPIC", options.topic, "a word of the program's output; without one, all of them are listed");
-    command.examples("  cali help verdict\n  cali help exposure");
+std::vector<std::string> topics() {
+    std::vector<std::string> names;
+    std::ranges::transform(kTopics, std::back_inserter(names), &Topic::name);
+    return names;
 }
 
-int act(const HelpOptions& options, const Invocation& /*invocation*/) {
+void describe(Command& command, HelpOptions& options) {
+    const Option topic =
+        command.option("TOPIC", options.topic, "a word of the program's output; without one, all of them are listed")
+            .suggests(topics());
+    const Option man = command.flag("--man", options.man, "the manual page cali(1) on standard output").excludes(topic);
+    command.option("--completion", options.shell, "what completes the command line in a shell, on standard output")
+        .type_name("SHELL")
+        .one_of({kShells.begin(), kShells.end()})
+        .excludes(topic)
+        .excludes(man);
+    command.examples(
+        "  cali help verdict\n"
+        "  cali help exposure\n"
+        "  cali help --man > cali.1\n"
+        "  source <(cali help --completion bash)");
+}
+
+int act(const HelpOptions& options, const CommandTable& table) {
+    if (options.man) {
+        std::fputs(man_page(table).c_str(), stdout);
+        return 0;
+    }
+    if (!options.shell.empty()) {
+        std::fputs(completions(table, options.shell).c_str(), stdout);
+        return 0;
+    }
     std::string names;
     for (const Topic& topic : kTopics) {
         names += (names.empty() ? "" : ", ") + std::string(topic.name);
@@ -77,7 +107,10 @@ int act(const HelpOptions& options, const Invocation& /*invocation*/) {
 }  // namespace
 
 void add_help_command(CommandLine& line) {
-    add_command<HelpOptions>(line, "help", "What words in the output mean", describe, act);
+    auto options = std::make_shared<HelpOptions>();
+    Command command = line.add("help", "What words in the output mean; manual page and completions");
+    describe(command, *options);
+    command.run([options, &line] { return act(*options, line.table()); });
 }
 
 }  // namespace cali::host

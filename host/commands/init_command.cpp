@@ -21,7 +21,9 @@ struct InitOptions {
 };
 
 void describe(Command& command, InitOptions& options) {
-    command.option("DIR", options.folder, "folder of captures, with its subfolders").required();
+    command.option("DIR", options.folder, "folder of captures, with its subfolders")
+        .required()
+        .takes(ValueKind::folder);
     command.option("--out", options.out, "session file to write; default: session.toml in DIR").type_name("FILE");
     command.flag("--overwrite", options.overwrite, "replace a session file that is there");
     options.geometry.add_to(command);

@@ -25,11 +25,14 @@ struct NoiseOptions {
 };
 
 void describe(Command& command, NoiseOptions& options) {
-    command.option("FOLDER", options.folder,
-                   "folder of levels: its subfolders, or its files grouped by name up to the last '_'; default: the "
-                   "session's series");
+    command
+        .option("FOLDER", options.folder,
+                "folder of levels: its subfolders, or its files grouped by name up to the last '_'; default: the "
+                "session's series")
+        .takes(ValueKind::folder);
     command.option("--level", options.levels, "files of one level, such as 'l1_*.raw'; once per level, dark first")
-        .type_name("PATTERN");
+        .type_name("PATTERN")
+        .takes(ValueKind::file);
     options.values.add_to(command, {ValueOptions::black_level});
     command
         .option("--window", options.window,

@@ -23,6 +23,23 @@ constexpr std::array<std::string_view, 18> kWithoutEffect = {
     "--progress",  "--picture",   "--cube", "--plot",    "--pictures", "--tables",
     "--registers", "--corrected", "--new",  "--jobs",    "--help",     "--report"};
 
+/// The option as its library knows it when it is added; refinements follow.
+OptionEntry entry_of(const CLI::Option& option) {
+    OptionEntry entry;
+    for (const std::string& name : option.get_snames()) {
+        entry.names.push_back("-" + name);
+    }
+    for (const std::string& name : option.get_lnames()) {
+        entry.names.push_back("--" + name);
+    }
+    const bool flag = option.get_items_expected_max() == 0 || option.get_type_size() == 0;
+    entry.kind = flag ? ValueKind::flag : ValueKind::word;
+    entry.value = flag ? "" : option.nonpositional() ? option.get_type_name() : option.get_name();
+    entry.many = !flag && option.get_expected_max() >= CLI::detail::expected_max_vector_size;
+    entry.description = option.get_description();
+    return entry;
+}
+
 /// CLI::Range lets NaN pass.
 class NumberRange : public CLI::Validator {
 public:
@@ -41,57 +58,85 @@ public:
 
 Option& Option::type_name(const char* name) {
     option_of(option_).type_name(name);
+    entry_->value = name;
     return *this;
 }
 
 Option& Option::required() {
     option_of(option_).required();
+    entry_->required = true;
     return *this;
 }
 
 Option& Option::show_default() {
     option_of(option_).capture_default_str();
+    entry_->default_value = option_of(option_).get_default_str();
     return *this;
 }
 
 Option& Option::expected(int count) {
     option_of(option_).expected(count);
+    entry_->values = count;
+    entry_->many = false;
     return *this;
 }
 
 Option& Option::excludes(const Option& other) {
     option_of(option_).excludes(&option_of(other.option_));
+    const auto names = [](const OptionEntry& entry) {
+        return entry.names.empty() ? std::vector{entry.value} : entry.names;
+    };
+    for (const auto& [one, another] : {std::pair(entry_, other.entry_), std::pair(other.entry_, entry_)}) {
+        std::ranges::copy(names(*another), std::back_inserter(one->excludes));
+    }
     return *this;
 }
 
 Option& Option::range(double low, double high) {
     option_of(option_).check(NumberRange(low, high));
+    entry_->range = text("%g to %g", low, high);
     return *this;
 }
 
 Option& Option::whole_range(int low, int high) {
     option_of(option_).check(CLI::Range(low, high));
+    entry_->range = text("%d to %d", low, high);
     return *this;
 }
 
 Option& Option::whole_range(unsigned low, unsigned high) {
     option_of(option_).check(CLI::Range(low, high));
+    entry_->range = text("%u to %u", low, high);
     return *this;
 }
 
 Option& Option::one_of(std::vector<std::string> names) {
+    entry_->choices = names;
     option_of(option_).check(CLI::IsMember(std::move(names)));
+    return *this;
+}
+
+Option& Option::suggests(std::vector<std::string> names) {
+    entry_->choices = std::move(names);
+    return *this;
+}
+
+Option& Option::takes(ValueKind kind) {
+    entry_->kind = kind;
     return *this;
 }
 
 Option& Option::separated_by(char separator) {
     option_of(option_).delimiter(separator);
+    entry_->separator = separator;
     return *this;
 }
 
+Option Command::enter(void* option) { return {option, entry_->options.emplace_back(entry_of(option_of(option)))}; }
+
 template <typename T>
 Option Command::option(const char* name, T& value, const char* help) {
-    return Option(app_of(app_).add_option(name, value, help));
+    return enter(app_of(app_).add_option(name, value, help));
 }
 
 Option Command::option(const char* name, std::filesystem::path& value, const char* help) {
@@ -99,26 +144,27 @@ Option Command::option(const char* name, std::filesystem::path& value, const cha
     CLI::Option* const option = app_of(app_).add_option_function<std::string>(
         name, [&value](const std::string& text) { value = path_of(text); }, help);
     option->default_function([&value] { return value.string(); });
-    return Option(option);
+    return enter(option).takes(ValueKind::file);
 }
 
 Option Command::option(const char* name, std::vector<std::filesystem::path>& value, const char* help) {
-    return Option(app_of(app_).add_option_function<std::vector<std::string>>(
+    CLI::Option* const option = app_of(app_).add_option_function<std::vector<std::string>>(
         name,
         [&value](const std::vector<std::string>& texts) {
             value.clear();
             std::ranges::transform(texts, std::back_inserter(value), path_of);
         },
-        help));
+        help);
+    return enter(option).takes(ValueKind::file);
 }
 
 Option Command::flag(const char* name, bool& value, const char* help) {
-    return Option(app_of(app_).add_flag(name, value, help));
+    return enter(app_of(app_).add_flag(name, value, help));
 }
 
 Option Command::flag(const char* names, std::optional<bool>& value, const char* help) {
     // By count: the library's own overload for an optional sets it to false where the flag is absent.
-    return Option(app_of(app_).add_flag_function(
+    return enter(app_of(app_).add_flag_function(
         names, [&value](int64_t count) { value = count > 0; }, help));
 }
 
@@ -133,7 +179,18 @@ template Option Command::option(const char*, std::vector<int>&, const char*);
 template Option Command::option(const char*, std::vector<double>&, const char*);
 template Option Command::option(const char*, std::vector<std::string>&, const char*);
 
-void Command::examples(const std::string& text) { app_of(app_).footer("Examples:\n" + text); }
+void Command::examples(const std::string& text) {
+    app_of(app_).footer("Examples:\n" + text);
+    constexpr std::string_view kIndent = "  ";
+    std::string_view rest = text;
+    while (rest.starts_with(kIndent)) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        entry_->examples.emplace_back(rest.substr(2, end - 2));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    rest.remove_prefix(std::min(rest.find_first_not_of('\n'), rest.size()));
+    entry_->notes = rest;
+}
 
 void Command::run(std::function<int()> action) {
     app_of(app_).callback([action = std::move(action), status = status_] { *status = action(); });
@@ -158,6 +215,7 @@ Invocation Command::invocation() const {
 struct CommandLine::Impl {
     explicit Impl(const char* description) : app(description, "cali") {}
     CLI::App app;
+    CommandTable table;
     int status = 0;
 };
 
@@ -166,13 +224,24 @@ CommandLine::CommandLine(const char* description, const char* version, const cha
     impl_->app.set_version_flag("--version", version);
     impl_->app.require_subcommand(0, 1);
     impl_->app.footer(footer);
+    impl_->table = {impl_->app.get_name(), version, description, footer, {}, {}};
+    for (const CLI::Option* const option : {impl_->app.get_help_ptr(), impl_->app.get_version_ptr()}) {
+        impl_->table.options.push_back(entry_of(*option));
+    }
 }
 
 CommandLine::~CommandLine() = default;
 
 Command CommandLine::add(const char* name, const char* description) {
-    return {impl_->app.add_subcommand(name, description), &impl_->status};
+    CLI::App* const app = impl_->app.add_subcommand(name, description);
+    CommandEntry& entry = impl_->table.commands.emplace_back();
+    entry.name = name;
+    entry.description = description;
+    entry.options.push_back(entry_of(*app->get_help_ptr()));
+    return {app, &impl_->status, entry};
 }
+
+const CommandTable& CommandLine::table() const { return impl_->table; }
 
 int CommandLine::parse_and_run(std::vector<std::string> arguments) {
     std::ranges::reverse(arguments);  // as the parser takes them

@@ -11,6 +11,7 @@
 
 #include "base/record.h"
 #include "captures/geometry.h"
+#include "commands/command_table.h"
 #include "library/library_call.h"
 #include "outputs/register_files.h"
 #include "session/session.h"
@@ -32,13 +33,18 @@ public:
     Option& whole_range(int low, int high);
     Option& whole_range(unsigned low, unsigned high);
     Option& one_of(std::vector<std::string> names);
+    /// For completion; what else is typed the command itself judges.
+    Option& suggests(std::vector<std::string> names);
+    /// The value is the name of a folder, or of a file though it is read as text.
+    Option& takes(ValueKind kind);
     /// Several values in one word.
     Option& separated_by(char separator);
 
 private:
     friend class Command;
-    explicit Option(void* option) : option_(option) {}
+    Option(void* option, OptionEntry& entry) : option_(option), entry_(&entry) {}
     void* option_;
+    OptionEntry* entry_;
 };
 
 /// A command as it was called.
@@ -60,6 +66,7 @@ public:
     /// "--name,!--no-name"; stays empty where neither is given.
     Option flag(const char* names, std::optional<bool>& value, const char* help);
 
+    /// Lines of examples, each behind two blanks; what follows them are notes.
     void examples(const std::string& text);
     /// The action returns the exit status.
     void run(std::function<int()> action);
@@ -69,9 +76,11 @@ public:
 
 private:
     friend class CommandLine;
-    Command(void* app, int* status) : app_(app), status_(status) {}
+    Command(void* app, int* status, CommandEntry& entry) : app_(app), status_(status), entry_(&entry) {}
+    Option enter(void* option);
     void* app_;
     int* status_;
+    CommandEntry* entry_;
 };
 
 class CommandLine {
@@ -82,6 +91,8 @@ public:
     CommandLine& operator=(const CommandLine&) = delete;
 
     Command add(const char* name, const char* description);
+    /// Of what was added so far.
+    [[nodiscard]] const CommandTable& table() const;
 
     /// Runs the command that is named and returns its exit status; 0 where help or version were asked for and printed.
     /// Throws InputError where the line is wrong; what the command throws passes through.

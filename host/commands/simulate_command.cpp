@@ -29,7 +29,9 @@ struct SimulateOptions {
 };
 
 void describe(Command& command, SimulateOptions& options) {
-    command.option("DIR", options.folder, "folder for captures, session.toml and truth.json").required();
+    command.option("DIR", options.folder, "folder for captures, session.toml and truth.json")
+        .required()
+        .takes(ValueKind::folder);
     command.option("--size", options.size, "frame size, up to 8192x8192").type_name("WxH").show_default();
     command.option("--pattern", options.pattern, "BGGR, GBRG, GRBG, RGGB, or MONO: all photosites green")
         .show_default();

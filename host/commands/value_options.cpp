@@ -34,7 +34,8 @@ void ValueOptions::add_to(Command& command, std::initializer_list<Kind> kinds) {
                     .option("--black-level", black_level_,
                             "black level in place of the results': another results file, or codes of the capture's "
                             "depth, one for all channels or four for RR,GR,GB,BB")
-                    .type_name("FILE|CODES");
+                    .type_name("FILE|CODES")
+                    .takes(ValueKind::file);
                 break;
             case lens_shading:
                 command
