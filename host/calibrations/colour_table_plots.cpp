@@ -57,6 +57,9 @@ void add_plots(const ColourTable& table, Section& section) {
     if (!table.before.per_patch.empty()) {
         section.plots = {patch_plot(table), distribution_plot(table)};
     }
+    if (table.value.empty()) {
+        return;
+    }
     section.maps = {slice(table, 0.25), slice(table, 0.5), slice(table, 0.75)};
     double most = 0;
     for (const Map& map : section.maps) {

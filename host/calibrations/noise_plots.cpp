@@ -35,10 +35,16 @@ Series curve(Series of, const char* name, Series::Kind kind, std::vector<std::ar
 }
 
 Plot deviation_plot(const NoiseResults& results, double most) {
+    double deviation = 1;
+    for (const NoiseLevel& level : results.levels) {
+        for (const float of : level.deviation) {
+            deviation = std::max(deviation, static_cast<double>(of) * 1.15);
+        }
+    }
     Plot plot{"deviation",
               "Standard deviation; line: linear, dashed: from the variance",
-              {kMeanAxis, false, 0},
-              {"standard deviation, codes", false, 0},
+              {kMeanAxis, false, 0, most},
+              {"standard deviation, codes", false, 0, deviation},
               {},
               {},
               ""};

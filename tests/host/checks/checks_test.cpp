@@ -376,7 +376,7 @@ TEST(Limits, StandInTheDocs) {
     }
     const std::string help = read_text(std::filesystem::path(CALI_DOCS) / "troubleshooting.md");
     std::size_t headings = 0;
-    for (std::size_t at = help.find("\n### "); at != std::string::npos; at = help.find("\n### ", at + 1)) {
+    for (std::size_t at = help.find("\n### `"); at != std::string::npos; at = help.find("\n### `", at + 1)) {
         ++headings;
     }
     EXPECT_EQ(headings, host::kChecks);

@@ -97,7 +97,7 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
     const std::pair<const char*, const char*> cases[] = {
         {"[sensor\n", "not valid TOML"},
         {"[sensor]\nwidht = 3\n", "sensor: unknown key 'widht' in line 2, expected one of width height pattern bits"},
-        {"[sensors]\n", "unknown key 'sensors' in line 1, expected one of sensor captures"},
+        {"[sensors]\n", "unknown key 'sensors' in line 1, expected one of truth sensor captures"},
         {"sensor = 3\n", "sensor is the whole number 3, expected a table"},
         {"[sensor]\nwidth = \"wide\"\n", "width is the text 'wide', expected a whole number"},
         {"[sensor]\nwidth = 0\n", "width is 0, expected 1 to 65535"},
