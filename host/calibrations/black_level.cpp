@@ -256,10 +256,15 @@ Section describe(const BlackLevelResults& results) {
     for (const auto& [c, key, title] : channels) {
         const Measured& mean = results.mean[c];
         const double rounded = mean.uncertainty > 0 ? with_rounding(mean.uncertainty, 1) : 0;
-        section.figures.push_back({std::string("mean_") + key, mean.value, "codes", known(mean.uncertainty)});
+        section.figures.push_back({std::string("mean_") + key, mean.value, "codes", known(mean.uncertainty), 1});
         section.figures.push_back(
-            {std::string("offset_") + key, static_cast<double>(values.offset[c]), "codes", known(rounded)});
-        section.figures.push_back({std::string("restoring_gain_") + key, static_cast<double>(values.gain[c]), ""});
+            {std::string("offset_") + key, static_cast<double>(values.offset[c]), "codes", known(rounded), 1});
+        // A code of the offset moves it by this much or more.
+        section.figures.push_back({std::string("restoring_gain_") + key,
+                                   static_cast<double>(values.gain[c]),
+                                   "",
+                                   {},
+                                   1.0 / (1 << kLibraryBits)});
     }
     add_plots(results, section);
     return section;

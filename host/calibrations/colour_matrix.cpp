@@ -294,7 +294,7 @@ Section describe(const MatrixCalibration& result) {
             const auto value = static_cast<double>(result.matrix.value[r + c]);
             row.cells.push_back(text("%.5f", value));
             section.figures.push_back(
-                {text("matrix_%zu%zu", r / 3 + 1, c + 1), value, "", known(result.uncertainty[r + c])});
+                {text("matrix_%zu%zu", r / 3 + 1, c + 1), value, "", known(result.uncertainty[r + c]), 1.0 / 1024});
         }
         for (std::size_t c = 0; c < 3; ++c) {
             row.cells.push_back(std::to_string(result.matrix.q10[r + c]));

@@ -146,10 +146,13 @@ Section describe(const LensShading& result) {
                                share(flatness.worst_luminance), share(flatness.worst_colour_shift)},
                               ""});
         const std::string prefix = std::string(key) + "_";
-        section.figures.push_back({prefix + "corner_to_centre", flatness.corner_to_centre, ""});
-        section.figures.push_back({prefix + "luminance_rms", flatness.luminance_rms * 100, "%"});
-        section.figures.push_back({prefix + "worst_luminance", flatness.worst_luminance * 100, "%"});
-        section.figures.push_back({prefix + "worst_colour_shift", flatness.worst_colour_shift * 100, "%"});
+        constexpr double kGainStep = 1.0 / 512;
+        section.figures.push_back({prefix + "corner_to_centre", flatness.corner_to_centre, "", {}, kGainStep});
+        section.figures.push_back({prefix + "luminance_rms", flatness.luminance_rms * 100, "%", {}, kGainStep * 100});
+        section.figures.push_back(
+            {prefix + "worst_luminance", flatness.worst_luminance * 100, "%", {}, kGainStep * 100});
+        section.figures.push_back(
+            {prefix + "worst_colour_shift", flatness.worst_colour_shift * 100, "%", {}, kGainStep * 100});
     };
     section.figures = {{"centre_x", static_cast<double>(result.tables.center_x), "px", {}, 1},
                        {"centre_y", static_cast<double>(result.tables.center_y), "px", {}, 1}};

@@ -116,6 +116,23 @@ Plot corner_plot(const States& states) {
     return plot;
 }
 
+Plot radial_plot(const LensShading& shading) {
+    Plot plot{"radial", "Radial gains", {"entry, from the centre outwards"}, {"gain"}, {}, {}, ""};
+    constexpr std::array kTints = {Tint::red, Tint::green, Tint::blue};
+    for (std::size_t colour = 0; colour < kTints.size(); ++colour) {
+        if (shading.record.mono && colour != kGreen) {
+            continue;
+        }
+        Series series{kColourKeys[colour], Series::Kind::line, shading.record.mono ? Tint::plain : kTints[colour], {}};
+        for (std::size_t i = 0; i < kRadialEntries; ++i) {
+            const auto gain = static_cast<double>(shading.tables.radial[colour * kRadialEntries + i]);
+            series.points.push_back({static_cast<double>(i), gain / kQ9});
+        }
+        plot.series.push_back(std::move(series));
+    }
+    return plot;
+}
+
 }  // namespace
 
 void add_plots(const LensShading& shading, Section& section) {
@@ -128,6 +145,7 @@ void add_plots(const LensShading& shading, Section& section) {
         section.plots.push_back(corner_plot(states));
         add_residual_maps(shading, section);
     }
+    section.plots.push_back(radial_plot(shading));
     add_gain_maps(shading, section);
 }
 

@@ -65,12 +65,19 @@ Plot deviation_plot(const NoiseResults& results, double most) {
     return plot;
 }
 
-Plot residual_plot(const NoiseResults& results) {
-    Plot plot{"residual", "Deviation off its line", {kMeanAxis, false, 0}, {"% of the line"}, {}, {{"line", 0, 0}}, ""};
+Plot residual_plot(const NoiseResults& results, bool of_variance) {
+    Plot plot{of_variance ? "variance_residual" : "residual",
+              of_variance ? "Variance off its line" : "Deviation off its line",
+              {kMeanAxis, false, 0},
+              {"% of the line"},
+              {},
+              {{"line", 0, 0}},
+              ""};
     for (const ChannelLabel& channel : channel_labels(results.record.mono)) {
         plot.series.push_back(points(results, channel, [&](const NoiseLevel& level, std::size_t c) {
-            const double wanted = value_of(results.deviation[c], mean_of(level, c));
-            return 100 * (static_cast<double>(level.deviation[c]) / wanted - 1);
+            const NoiseLine& line = of_variance ? results.variance[c] : results.deviation[c];
+            const float measured = of_variance ? level.variance[c] : level.deviation[c];
+            return 100 * (static_cast<double>(measured) / value_of(line, mean_of(level, c)) - 1);
         }));
     }
     return plot;
@@ -136,10 +143,11 @@ void add_plots(const NoiseResults& results, Section& section) {
             least = mean > 0 ? std::min(least, mean) : least;
         }
     }
-    section.plots = {deviation_plot(results, most), residual_plot(results), transfer_plot(results, least, most),
-                     ratio_plot(results)};
-    leave_dark_out(section.plots[2]);
-    leave_dark_out(section.plots[3]);
+    section.plots = {deviation_plot(results, most), residual_plot(results, false), residual_plot(results, true)};
+    for (Plot plot : {transfer_plot(results, least, most), ratio_plot(results)}) {
+        leave_dark_out(plot);
+        section.plots.push_back(std::move(plot));
+    }
 }
 
 }  // namespace cali::host

@@ -154,9 +154,9 @@ Section describe(const std::vector<WhiteBalance>& results) {
                               ""});
         const auto add = [&](const char* colour, uint16_t q10, const Measured& unrounded) {
             const double rounded = unrounded.uncertainty > 0 ? with_rounding(unrounded.uncertainty, 1 / kGainUnity) : 0;
-            section.figures.push_back({name + "_gain_" + colour, q10 / kGainUnity, "", known(rounded)});
-            section.figures.push_back(
-                {name + "_unrounded_gain_" + colour, unrounded.value, "", known(unrounded.uncertainty)});
+            section.figures.push_back({name + "_gain_" + colour, q10 / kGainUnity, "", known(rounded), 1 / kGainUnity});
+            section.figures.push_back({name + "_unrounded_gain_" + colour, unrounded.value, "",
+                                       known(unrounded.uncertainty), 1 / kGainUnity});
         };
         add("red", result.gains.red, result.unrounded.red);
         add("blue", result.gains.blue, result.unrounded.blue);

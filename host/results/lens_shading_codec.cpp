@@ -11,8 +11,9 @@ constexpr const char* kMonoKey = "y";
 
 /// Three lists, of which a sensor without colours has one.
 void block_fields(Archive& archive, BlockMeans& blocks) {
-    archive.field("columns", blocks.cols, 1, kMaxSide);
-    archive.field("rows", blocks.rows, 1, kMaxSide);
+    constexpr int64_t kMost = 64;
+    archive.field("columns", blocks.cols, 1, kMost);
+    archive.field("rows", blocks.rows, 1, kMost);
     const std::size_t count = static_cast<std::size_t>(blocks.cols) * static_cast<std::size_t>(blocks.rows);
     blocks.colour.resize(count);
     for (std::size_t c = 0; c < 3; ++c) {
