@@ -94,6 +94,8 @@ private:
 
 int act(const CalibrateOptions& options, const Invocation& invocation) {
     const Session session = read_session(options.session);
+    const std::optional<SimulatedTruth> truth =
+        session.truth.empty() ? std::nullopt : std::optional(read_truth(session.truth));
     const std::filesystem::path folder = options.folder.empty() ? session.file.parent_path() : options.folder;
     const OutputFolder output_folder(folder);
     RunOptions run_options = options.run;
@@ -133,9 +135,7 @@ int act(const CalibrateOptions& options, const Invocation& invocation) {
     rules.jobs = static_cast<std::size_t>(options.jobs);
     const std::optional<std::string> stopped = run_chain(session, plan, rules, files, run.earlier(), made);
     files.add_from(made);
-    if (!session.truth.empty()) {
-        made.truth = read_truth(session.truth);
-    }
+    made.truth = truth;
     run.take(std::move(made));
     const int status = run.finish();
     if (stopped) {

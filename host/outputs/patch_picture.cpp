@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "base/png_picture.h"
 #include "chart/chart_table.h"
 #include "math/colour_space.h"
-#include "base/png_picture.h"
 
 namespace cali::host {
 namespace {

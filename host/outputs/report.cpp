@@ -28,10 +28,6 @@ std::string name_of(const std::string& key) {
     return known == kNames.end() ? key : known->second;
 }
 
-std::string state_of(const CalibrationVerdict& verdict) {
-    return verdict.done ? severity_name(verdict.severity) : "not done";
-}
-
 /// The word tells it, the colour helps.
 std::string badge(const std::string& state) {
     return "<span class=\"state " + (state == "not done" ? "none" : state) + "\">" + html(state) + "</span>";
@@ -81,7 +77,7 @@ void add_verdicts(const Results& results, const std::vector<DescribedSection>& s
         const Finding& finding = verdict.deciding;
         const std::optional<double> uncertainty = uncertainty_of(finding, sections);
         grid.rows.push_back({{html(name_of(verdict.calibration))},
-                             {badge(state_of(verdict))},
+                             {badge(state_name(verdict))},
                              {html(finding.code + (finding.code.empty() ? "" : " ") + subject_of(finding))},
                              {finding.value ? html(with_unit(*finding.value, finding.unit)) : "", true},
                              {uncertainty ? html(with_unit(*uncertainty, finding.unit)) : "", true},
@@ -193,7 +189,7 @@ void add_sections(const std::vector<DescribedSection>& sections, const Results& 
             page.add("<section class=\"calibration\">\n");
             const auto verdict = std::ranges::find(table, key, &CalibrationVerdict::calibration);
             page.add("<h2 id=\"" + html(key) + "\">" + html(name_of(key)) +
-                     (verdict == table.end() ? "" : " " + badge(state_of(*verdict))) +
+                     (verdict == table.end() ? "" : " " + badge(state_name(*verdict))) +
                      "</h2>\n<div class=\"entries\">\n");
         }
         page.section(described.section, 3);
@@ -234,7 +230,7 @@ void add_overview(const std::vector<Unit>& units, ReportPage& page) {
     for (const Unit& unit : units) {
         std::vector<Cell> row = {{html(unit.name)}, {badge(severity_name(whole_verdict(unit.results)))}};
         for (const CalibrationVerdict& verdict : verdicts(unit.results)) {
-            row.push_back({badge(state_of(verdict))});
+            row.push_back({badge(state_name(verdict))});
         }
         grid.rows.push_back(std::move(row));
     }

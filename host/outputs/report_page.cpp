@@ -20,8 +20,8 @@ Json short_number(double value) {
     if (!std::isfinite(value)) {
         return {};
     }
-    constexpr int kDigits = 5;
-    const double digits = value == 0 ? 0 : kDigits - 1 - std::floor(std::log10(std::abs(value)));
+    constexpr int kShownDigits = 5;
+    const double digits = value == 0 ? 0 : kShownDigits - 1 - std::floor(std::log10(std::abs(value)));
     const double factor = std::pow(10, std::clamp(digits, -300.0, 300.0));
     const double rounded = std::round(value * factor) / factor;
     return std::isfinite(rounded) ? Json(rounded) : Json(value);
@@ -257,21 +257,21 @@ void ReportPage::picture(const Picture& picture) {
 /// Three stripes for a patch: measured, corrected, reference.
 void ReportPage::swatches(const Swatches& swatches) {
     constexpr std::size_t kColumns = 6;
-    constexpr int kCell = 60;
-    constexpr int kStripe = 18;
+    constexpr int kSide = 60;
+    constexpr int kWidth = 18;
     const std::size_t rows = (swatches.measured.size() + kColumns - 1) / kColumns;
     const std::string title = "Patches: measured, corrected, reference, from left to right";
     body_ += "<figure class=\"picture\"><figcaption>" + html(title) + "</figcaption>" +
-             cali::host::text("<svg viewBox=\"0 0 %zu %zu\" role=\"img\" aria-label=\"%s\">", kColumns * kCell,
-                              rows * kCell, title.c_str());
+             cali::host::text("<svg viewBox=\"0 0 %zu %zu\" role=\"img\" aria-label=\"%s\">", kColumns * kSide,
+                              rows * kSide, title.c_str());
     for (std::size_t i = 0; i < swatches.measured.size(); ++i) {
-        const std::size_t x = i % kColumns * kCell;
-        const std::size_t y = i / kColumns * kCell;
+        const std::size_t x = i % kColumns * kSide;
+        const std::size_t y = i / kColumns * kSide;
         std::size_t left = x + 3;
         for (const auto* const colours : {&swatches.measured, &swatches.corrected, &swatches.reference}) {
             body_ += cali::host::text("<rect x=\"%zu\" y=\"%zu\" width=\"%d\" height=\"%d\" fill=\"%s\"/>", left, y + 3,
-                                      kStripe, kCell - 6, srgb_colour((*colours)[i]).c_str());
-            left += kStripe;
+                                      kWidth, kSide - 6, srgb_colour((*colours)[i]).c_str());
+            left += kWidth;
         }
     }
     body_ += "</svg></figure>\n";

@@ -38,10 +38,6 @@ Json to_json(Finding finding) {
     return json;
 }
 
-std::string state_of(const CalibrationVerdict& verdict) {
-    return verdict.done ? severity_name(verdict.severity) : "not done";
-}
-
 std::string deciding_number(const Finding& finding) {
     if (finding.code.empty() || !finding.value) {
         return finding.code.empty() ? "" : finding.code + (finding.message.empty() ? "" : ": " + finding.message);
@@ -117,7 +113,7 @@ void RunReport::verdict(const Results& results) {
         const auto missing =
             std::ranges::find(not_done_, verdict.calibration, [](const auto& entry) { return entry.first; });
         table.tables[0].rows.push_back(
-            {{verdict.calibration, state_of(verdict),
+            {{verdict.calibration, state_name(verdict),
               missing != not_done_.end() && !verdict.done ? missing->second : deciding_number(verdict.deciding)},
              ""});
         whole = std::max(whole, verdict.severity);
@@ -165,7 +161,7 @@ void RunReport::finish() {
         for (const CalibrationVerdict& verdict : verdicts(*results_)) {
             Json entry;
             entry["calibration"] = verdict.calibration;
-            entry["verdict"] = state_of(verdict);
+            entry["verdict"] = state_name(verdict);
             if (!verdict.deciding.code.empty()) {
                 entry["deciding"] = to_json(verdict.deciding);
             }

@@ -70,7 +70,7 @@ void verdict_fields(Archive& archive, const Results& results) {
     Json calibrations = Json::object();
     Severity severity = Severity::pass;
     for (const CalibrationVerdict& verdict : verdicts(results)) {
-        calibrations[verdict.calibration] = verdict.done ? severity_name(verdict.severity) : "not done";
+        calibrations[verdict.calibration] = state_name(verdict);
         severity = std::max(severity, verdict.severity);
     }
     archive.derived("calibrations", std::move(calibrations));

@@ -15,18 +15,18 @@ struct UnitFigure {
 };
 
 /// One figure of all units that have it.
-struct Comparison {
+struct FigureOfUnits {
     std::string key;
     std::string entry;
     std::vector<UnitFigure> of;
 };
 
-std::vector<Comparison> by_figure(const std::vector<Unit>& units) {
-    std::vector<Comparison> figures;
+std::vector<FigureOfUnits> by_figure(const std::vector<Unit>& units) {
+    std::vector<FigureOfUnits> figures;
     for (std::size_t unit = 0; unit < units.size(); ++unit) {
         for (const DescribedSection& described : describe_all(units[unit].results)) {
             for (const Figure& figure : described.section.figures) {
-                const auto same = std::ranges::find_if(figures, [&](const Comparison& other) {
+                const auto same = std::ranges::find_if(figures, [&](const FigureOfUnits& other) {
                     return other.key == described.key && other.entry == described.entry &&
                            other.of.front().figure.name == figure.name;
                 });
@@ -41,7 +41,7 @@ std::vector<Comparison> by_figure(const std::vector<Unit>& units) {
             }
         }
     }
-    std::erase_if(figures, [](const Comparison& comparison) { return comparison.of.size() < 2; });
+    std::erase_if(figures, [](const FigureOfUnits& comparison) { return comparison.of.size() < 2; });
     return figures;
 }
 
@@ -50,7 +50,7 @@ std::string title_of(const std::string& key, const std::string& entry) {
 }
 
 /// A point for each unit, those that lie off in a series of their own.
-Plot plot_of(const Comparison& comparison, const std::vector<Unit>& units, std::vector<Outlier>& outliers) {
+Plot plot_of(const FigureOfUnits& comparison, const std::vector<Unit>& units, std::vector<Outlier>& outliers) {
     const Figure& first = comparison.of.front().figure;
     Plot plot{first.name, first.name, {"unit", false, 0, static_cast<double>(units.size() + 1)}, {first.unit}, {},
               {},         ""};
@@ -88,7 +88,7 @@ Plot plot_of(const Comparison& comparison, const std::vector<Unit>& units, std::
 
 UnitComparison compare_units(const std::vector<Unit>& units) {
     UnitComparison made;
-    for (const Comparison& comparison : by_figure(units)) {
+    for (const FigureOfUnits& comparison : by_figure(units)) {
         const bool same = !made.sections.empty() && made.sections.back().key == comparison.key &&
                           made.sections.back().entry == comparison.entry;
         if (!same) {

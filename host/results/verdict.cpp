@@ -29,6 +29,10 @@ bool decides(const Finding& a, const Finding& b) {
 
 }  // namespace
 
+const char* state_name(const CalibrationVerdict& verdict) {
+    return verdict.done ? severity_name(verdict.severity) : "not done";
+}
+
 std::vector<CalibrationVerdict> verdicts(const Results& results) {
     std::vector<Finding> findings = results.findings;
     std::ranges::move(stale_sections(results), std::back_inserter(findings));

@@ -16,6 +16,9 @@ struct CalibrationVerdict {
     Finding deciding;  ///< the worst, or of passes the one nearest to its limit; without a code where there is none
 };
 
+/// "pass", "warn", "fail" or "not done".
+[[nodiscard]] const char* state_name(const CalibrationVerdict& verdict);
+
 /// In the order of the file; those that were not done too.
 [[nodiscard]] std::vector<CalibrationVerdict> verdicts(const Results& results);
 
