@@ -30,8 +30,9 @@ struct Finding {
     std::string place;            ///< "rr", "patch 7", "level 3"; empty: all of it
     std::optional<double> value;  ///< measured; none where there is no number to it
     std::string unit;
-    std::optional<double> limit;  ///< that was crossed; of a pass the one to a warning
-    std::string message;          ///< what was measured and what to do
+    std::optional<double> limit;             ///< that was crossed; of a pass the one to a warning
+    std::string message;                     ///< what was measured and what to do
+    std::optional<double> uncertainty = {};  ///< standard uncertainty of the value, where it is known
 };
 
 /// The worst; pass where there are none.

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "base/text.h"
+#include "base/uncertainty.h"
 #include "calibrations/chart_geometry.h"
 #include "checks/window_statistics.h"
 #include "library/front_end.h"
@@ -16,6 +17,21 @@ constexpr double kLeastTurned = 0.5;  ///< score of a chart that is one, but not
 constexpr double kLeastSamples = 16;  ///< of a channel in a window whose deviation means something
 
 std::string patch_name(std::size_t patch) { return text("patch %zu", patch + 1); }
+
+/// Standard error of the mean over patches.
+std::optional<double> error_of_mean(const std::vector<double>& of) {
+    const auto count = static_cast<double>(of.size());
+    if (of.size() < 2) {
+        return {};
+    }
+    double sum = 0;
+    double squares = 0;
+    for (const double value : of) {
+        sum += value;
+        squares += value * value;
+    }
+    return std::sqrt(std::max(squares - sum * sum / count, 0.0) / (count - 1) / count);
+}
 
 /// % of the window's samples at the white level.
 double clipped_share(const Capture& chart, const RoiRect& window) {
@@ -184,13 +200,18 @@ void check_matrix(const MatrixCalibration& matrix, std::optional<double> leave_o
         check_neutral(matrix.measured, judge);
     }
     const DifferenceSummary& after = matrix.after.de2000;
-    judge.hold(Check::chart_mean, after.mean);
+    judge.hold(Check::chart_mean, after.mean, "", error_of_mean(after.per_patch));
     judge.hold(Check::chart_worst, after.worst, patch_name(after.worst_patch));
     if (leave_one_out) {
-        judge.hold(Check::chart_leave_one_out, *leave_one_out - after.mean);
+        std::vector<double> growth = matrix.left_out;
+        for (std::size_t i = 0; i < std::min(growth.size(), after.per_patch.size()); ++i) {
+            growth[i] -= after.per_patch[i];
+        }
+        judge.hold(Check::chart_leave_one_out, *leave_one_out - after.mean, "", error_of_mean(growth));
     }
     judge.hold(Check::chart_diagonal, limited_entries(matrix));
     double amplification = 0;
+    double uncertainty = 0;
     std::size_t colour = 0;
     for (std::size_t row = 0; row < 3; ++row) {
         const float* const entry = matrix.matrix.value.data() + 3 * row;
@@ -199,9 +220,13 @@ void check_matrix(const MatrixCalibration& matrix, std::optional<double> leave_o
         if (root > amplification) {
             amplification = root;
             colour = row;
+            const double* const own = matrix.uncertainty.data() + 3 * row;
+            uncertainty = std::hypot(static_cast<double>(entry[0]) * own[0], static_cast<double>(entry[1]) * own[1],
+                                     static_cast<double>(entry[2]) * own[2]) /
+                          root;
         }
     }
-    judge.hold(Check::chart_amplification, amplification, kColourKeys[colour]);
+    judge.hold(Check::chart_amplification, amplification, kColourKeys[colour], known(uncertainty));
 }
 
 }  // namespace cali::host

@@ -138,7 +138,7 @@ void Limits::set(const std::string& code, const Limit& limit, const std::string&
     throw InputError(where + ": there is no check of that name, expected one that docs/limits.md lists");
 }
 
-Severity Judge::hold(Check check, double measured, const std::string& place) {
+Severity Judge::hold(Check check, double measured, const std::string& place, std::optional<double> uncertainty) {
     const CheckRecord& record = record_of(check);
     const Limit& limit = limits_[check];
     const auto within = [&](double bound) { return record.high ? measured <= bound : measured >= bound; };
@@ -147,7 +147,7 @@ Severity Judge::hold(Check check, double measured, const std::string& place) {
                                                     : Severity::pass;
     findings_.push_back({record.code, severity, subject_, place, measured, record.unit,
                          severity == Severity::fail ? limit.fail : limit.warn,
-                         severity == Severity::pass ? "" : record.advice});
+                         severity == Severity::pass ? "" : record.advice, uncertainty});
     return severity;
 }
 

@@ -120,7 +120,7 @@ public:
     Judge(const Limits& limits, Subject subject) : limits_(limits), subject_(std::move(subject)) {}
 
     /// What is not a number fails. Returns what came of it.
-    Severity hold(Check check, double measured, const std::string& place = "");
+    Severity hold(Check check, double measured, const std::string& place = "", std::optional<double> uncertainty = {});
     /// Something without a number; `message` in place of the check's advice.
     void say(Check check, Severity severity, const std::string& message, const std::string& place = "");
 

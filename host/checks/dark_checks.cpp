@@ -4,11 +4,13 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <optional>
 #include <tuple>
 #include <utility>
 
 #include "base/text.h"
+#include "base/uncertainty.h"
 #include "checks/window_statistics.h"
 #include "core/channel.h"
 
@@ -512,11 +514,13 @@ struct Range {
 DarkMeasures check_dark(const Capture& dark, const Histogram& histogram, Judge& judge) {
     DarkMeasures found = measure(dark, histogram);
     Range levels;
+    double error = 0;  // of a channel's mean
     for (std::size_t c = 0; c < found.level.size(); ++c) {
         levels.add(found.level[c], c);
+        error = std::fmax(error, found.noise[c] / std::sqrt(static_cast<double>(dark.samples.size()) / 4));
     }
-    judge.hold(Check::dark_level, levels.most_level, channel_key(levels.most, dark.sensor.mono));
-    judge.hold(Check::dark_spread, levels.span());
+    judge.hold(Check::dark_level, levels.most_level, channel_key(levels.most, dark.sensor.mono), known(error));
+    judge.hold(Check::dark_spread, levels.span(), "", known(std::numbers::sqrt2 * error));
     judge.hold(Check::dark_blocks, found.block_range);
     judge.hold(Check::dark_zero, found.zero);
     judge.hold(Check::dark_full_scale, found.full_scale);

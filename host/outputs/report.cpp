@@ -49,38 +49,19 @@ std::string subject_of(const Finding& finding) {
     return file + (finding.place.empty() ? "" : (file.empty() ? "" : ", ") + finding.place);
 }
 
-/// Of the figure that a check holds against its limits, where a section states it.
-std::optional<double> uncertainty_of(const Finding& finding, const std::vector<DescribedSection>& sections) {
-    static const std::map<std::string, std::string> kFigures = {
-        {"dark_level", "mean_"}, {"stated_black", "mean_"}, {"noise_read_noise", "weighted_intercept_"}};
-    const auto known = kFigures.find(finding.code);
-    if (known == kFigures.end()) {
-        return {};
-    }
-    std::optional<double> largest;
-    for (const DescribedSection& described : sections) {
-        for (const Figure& figure : described.section.figures) {
-            const bool meant = finding.place.empty() ? figure.name.starts_with(known->second)
-                                                     : figure.name == known->second + finding.place;
-            if (described.key == finding.subject.calibration && meant && figure.uncertainty) {
-                largest = std::max(largest.value_or(0), *figure.uncertainty);
-            }
-        }
-    }
-    return largest;
-}
-
-void add_verdicts(const Results& results, const std::vector<DescribedSection>& sections, ReportPage& page) {
+void add_verdicts(const Results& results, ReportPage& page) {
     ReportPage::Grid grid{
         "Verdicts", {"calibration", "verdict", "decided by", "measured", "uncertainty", "limit", "what to do"}, {}};
     for (const CalibrationVerdict& verdict : verdicts(results)) {
         const Finding& finding = verdict.deciding;
-        const std::optional<double> uncertainty = uncertainty_of(finding, sections);
         grid.rows.push_back({{html(name_of(verdict.calibration))},
                              {badge(state_name(verdict))},
                              {html(finding.code + (finding.code.empty() ? "" : " ") + subject_of(finding))},
                              {finding.value ? html(with_unit(*finding.value, finding.unit)) : "", true},
-                             {uncertainty ? html(with_unit(*uncertainty, finding.unit)) : "", true},
+                             {finding.uncertainty ? html(with_unit(*finding.uncertainty, finding.unit))
+                              : finding.value     ? "not known"
+                                                  : "",
+                              true},
                              {finding.limit ? html(with_unit(*finding.limit, finding.unit)) : "", true},
                              {html(finding.severity == Severity::pass ? "" : finding.message)}});
     }
@@ -216,7 +197,7 @@ void add_unit(const Results& results, ReportPage& page) {
     add_head(results, page);
     add_contents(sections, page);
     page.heading(2, "Verdict");
-    add_verdicts(results, sections, page);
+    add_verdicts(results, page);
     page.heading(2, "Findings");
     add_findings(all_findings(results), page);
     page.heading(2, "Inputs");

@@ -61,6 +61,7 @@ void fields(Archive& archive, Finding& finding) {
     condition_fields(archive, finding.subject.taken);
     archive.field("place", finding.place);
     archive.field("value", finding.value);
+    archive.field("uncertainty", finding.uncertainty);
     archive.field("unit", finding.unit);
     archive.field("limit", finding.limit);
     archive.field("message", finding.message);

@@ -144,11 +144,14 @@ Step<BlackLevelResults> black_level_step(const BlackLevelRequest& request, const
         },
         [&](const BlackLevelResults& results, Judge& own) {
             if (stated) {
-                double worst = 0;
+                Measured worst;
                 for (std::size_t c = 0; c < stated->size(); ++c) {
-                    worst = std::max(worst, std::abs(results.mean[c].value - (*stated)[c]));
+                    const double distance = std::abs(results.mean[c].value - (*stated)[c]);
+                    if (distance >= worst.value) {
+                        worst = {distance, results.mean[c].uncertainty};
+                    }
                 }
-                own.hold(Check::stated_black, worst);
+                own.hold(Check::stated_black, worst.value, "", known(worst.uncertainty));
             }
         });
 }
