@@ -90,7 +90,7 @@ void ReportPage::grid(const Grid& grid) {
         return;
     }
     // What is wider than the page scrolls, and can be reached by keyboard.
-    body_ += "<div class=\"wide\" tabindex=\"0\" role=\"region\" aria-label=\"" + html(grid.caption) +
+    body_ += "<div class=\"wide\" tabindex=\"0\" role=\"group\" aria-label=\"" + html(grid.caption) +
              "\"><table class=\"sortable\"><caption>" + html(grid.caption) + "</caption>\n<thead><tr>";
     for (std::size_t i = 0; i < grid.columns.size(); ++i) {
         body_ += std::string("<th scope=\"col\"") + (grid.rows.front()[i].number ? " class=\"number\">" : ">") +
@@ -128,7 +128,7 @@ void ReportPage::section(const Section& section, int level) {
 }
 
 void ReportPage::table(const Table& table, const std::string& caption) {
-    body_ += "<div class=\"wide\" tabindex=\"0\" role=\"region\" aria-label=\"" + html(caption) + "\"><table>\n";
+    body_ += "<div class=\"wide\" tabindex=\"0\" role=\"group\" aria-label=\"" + html(caption) + "\"><table>\n";
     if (table.header) {
         body_ += "<thead><tr>";
         for (const Column& column : table.columns) {
@@ -226,11 +226,11 @@ void ReportPage::map(const Map& map) {
 
 void ReportPage::chart(Json data, const std::string& title) {
     charts_.push_back(std::move(data));
-    body_ += "<figure class=\"chart\"><figcaption>" + html(title) +
-             "</figcaption><div class=\"canvas\" role=\"img\" "
-             "aria-label=\"" +
-             html(title) + "\"></div><details class=\"data\"><summary>Data<span class=\"unseen\"> of " + html(title) +
-             "</span></summary></details></figure>\n";
+    const std::string name = html(title);
+    body_ += "<figure class=\"chart\"><figcaption>" + name +
+             "</figcaption><div class=\"canvas\" role=\"img\" aria-label=\"" + name +
+             "\"></div><details class=\"data\"><summary aria-label=\"Data of " + name +
+             "\">Data</summary></details></figure>\n";
 }
 
 void ReportPage::picture(const Picture& picture) {

@@ -136,7 +136,7 @@
         confine: true,
         formatter: (of) => {
           const value = of.data && of.data.coords ? of.data.coords.flat() : [].concat(of.value);
-          return [of.seriesName, of.name, value.map(shown).join(", ")].filter(Boolean).join("\n");
+          return [of.seriesName, of.name, value.map((one) => shown(one)).join(", ")].filter(Boolean).join("\n");
         },
       },
     };
@@ -219,7 +219,7 @@
       const head = [chart.y + " \\ " + chart.x, ...Array.from({ length: chart.columns }, (_, i) => String(i + 1))];
       const rows = Array.from({ length: chart.rows }, (_, row) => [
         String(row + 1),
-        ...chart.values.slice(row * chart.columns, (row + 1) * chart.columns).map(shown),
+        ...chart.values.slice(row * chart.columns, (row + 1) * chart.columns).map((one) => shown(one)),
       ]);
       return tableOf(head, rows);
     }
@@ -239,7 +239,7 @@
         const wide = details.appendChild(document.createElement("div"));
         wide.className = "wide";
         wide.tabIndex = 0;
-        wide.setAttribute("role", "region");
+        wide.setAttribute("role", "group");
         wide.setAttribute("aria-label", "Data of " + charts[i].title);
         wide.appendChild(dataOf(charts[i]));
       }
