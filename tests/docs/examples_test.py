@@ -116,6 +116,8 @@ def make_stock():
     framed(f"{STOCK}/small/chart_5000K.pgm", f"{STOCK}/framed.pgm", 40, 40, 412, 342)
     padded(f"{STOCK}/raw10/dark_1.raw", f"{STOCK}/padded.raw", 2400, 2432)
     reference_csv(f"{STOCK}/rggb.json", f"{STOCK}/reference.csv")
+    with open(f"{STOCK}/units.txt", "w") as out:
+        out.write("golden.json\nunit_17.json\n")
     with open(f"{STOCK}/line.toml", "w") as out:
         out.write("[diff]\ngain = [2, 5]\n")
 
@@ -127,7 +129,8 @@ HELP_FILES = {
     "dark.pgm": "rggb/dark_1.pgm", "dark_1.pgm": "rggb/dark_1.pgm", "dark_2.pgm": "rggb/dark_2.pgm",
     "dark_1.dng": "dng/dark_1.dng", "dark_2.dng": "dng/dark_2.dng", "my_chart.csv": "reference.csv",
     "ccm.json": "ccm.json", "golden.json": "rggb.json", "unit_17.json": "scene.json",
-    "line.toml": "line.toml", "l1_1.pgm": "rggb/series_1_1.pgm", "l1_2.pgm": "rggb/series_1_2.pgm",
+    "line.toml": "line.toml", "units.txt": "units.txt", "session.toml": "rggb/session.toml",
+    "l1_1.pgm": "rggb/series_1_1.pgm", "l1_2.pgm": "rggb/series_1_2.pgm",
     "l2_1.pgm": "rggb/series_3_1.pgm", "l2_2.pgm": "rggb/series_3_2.pgm",
 }
 # What single examples mean by a name.
