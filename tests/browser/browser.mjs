@@ -64,6 +64,7 @@ export async function withBrowser(work) {
 /// own.
 export async function open(browser, file, { width = 1280, scheme = "light", touch = false } = {}) {
   const page = await browser.newPage();
+  page.setDefaultTimeout(120_000); // beside other tests, on two cores
   const url = pathToFileURL(file).href;
   const complaints = [];
   page.on("console", (message) => {
