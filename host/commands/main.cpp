@@ -34,7 +34,7 @@ int run(std::vector<std::string> arguments) {
              {add_simulate_command, add_init_command, add_check_command, add_blc_command, add_lsc_command,
               add_awb_command, add_awb_curve_command, add_chart_command, add_ccm_command, add_clut_command,
               add_noise_command, add_calibrate_command, add_verify_command, add_show_command, add_diff_command,
-              add_report_command, add_help_command}) {
+              add_report_command, add_export_command, add_validate_command, add_help_command}) {
             add(line);
         }
         const int status = line.parse_and_run(std::move(arguments));

@@ -1,14 +1,13 @@
 #include "results/results_file.h"
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
 #include <set>
-#include <sstream>
 
 #include "base/error.h"
 #include "base/output_file.h"
 #include "base/text.h"
+#include "base/text_file.h"
 #include "results/codecs.h"
 #include "results/gain_model.h"
 #include "results/sections.h"
@@ -107,15 +106,9 @@ Json read_document(const std::filesystem::path& file, const std::vector<std::str
 }  // namespace
 
 Json read_json(const std::filesystem::path& file, const char* what, const std::vector<std::string>& enough) {
-    std::error_code error;
-    std::ifstream stream(file, std::ios::binary);
-    if (!std::filesystem::is_regular_file(file, error) || !stream) {
-        throw InputError(file.string() + ": no such " + what);
-    }
-    std::ostringstream content;
-    content << stream.rdbuf();
+    const std::string content = read_text_file(file, what);
     try {
-        return Json::parse(content.str(), enough);
+        return Json::parse(content, enough);
     } catch (const InputError& problem) {
         throw InputError(file.string() + ": no " + what + " of cali: " + problem.what());
     }

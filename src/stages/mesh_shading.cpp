@@ -149,13 +149,13 @@ void MeshShading::interpolate_grid_row(GainRows& rows, int32_t j, uint32_t y) {
 }
 
 void MeshShading::row(uint32_t y, const uint32_t* source, uint32_t* destination) {
+    if (!nodes_fit_16_bits_) {
+        row_by_definition(y, source, destination);
+        return;
+    }
     const int32_t position = vertical_.step * static_cast<int32_t>(y) + vertical_.origin;
     const int32_t node_y = position / kNodeDistance;
     const int16_t* const taps = phase_taps(position);
-    if (!nodes_fit_16_bits_) {
-        row_by_definition(node_y, taps, y, source, destination);
-        return;
-    }
     GainRows& rows = gain_rows_[y & 1U];
     Taps slot_taps{};
     for (std::size_t k = 0; k < kTaps; ++k) {
@@ -169,20 +169,26 @@ void MeshShading::row(uint32_t y, const uint32_t* source, uint32_t* destination)
     row_kernels().mesh_gain(source, destination, count_, {rows.slots01.data(), rows.slots23.data(), slot_taps});
 }
 
-void MeshShading::row_by_definition(int32_t node_y, const int16_t* taps, uint32_t y, const uint32_t* source,
-                                    uint32_t* destination) const {
-    for (std::size_t c = 0; c < count_; ++c) {
-        int32_t sum = 0;
-        for (std::size_t k = 0; k < kTaps; ++k) {
-            const int32_t* const node =
-                grid_row(grids_, node_y - 1 + static_cast<int32_t>(k), y, c) + columns_[c].first;
-            int32_t horizontal = 0;
-            for (std::size_t i = 0; i < kTaps; ++i) {
-                horizontal = wrap_add(horizontal, wrap_mul(node[i], columns_[c].taps[i]));
-            }
-            sum = wrap_add(sum, wrap_mul(round_gain(horizontal), taps[k]));
+int32_t MeshShading::gain(uint32_t y, std::size_t column) const {
+    const int32_t position = vertical_.step * static_cast<int32_t>(y) + vertical_.origin;
+    const int16_t* const taps = phase_taps(position);
+    int32_t sum = 0;
+    for (std::size_t k = 0; k < kTaps; ++k) {
+        const int32_t* const node =
+            grid_row(grids_, position / kNodeDistance - 1 + static_cast<int32_t>(k), y, column) +
+            columns_[column].first;
+        int32_t horizontal = 0;
+        for (std::size_t i = 0; i < kTaps; ++i) {
+            horizontal = wrap_add(horizontal, wrap_mul(node[i], columns_[column].taps[i]));
         }
-        destination[c] = sample::mesh_gain(source[c], round_gain(sum));
+        sum = wrap_add(sum, wrap_mul(round_gain(horizontal), taps[k]));
+    }
+    return round_gain(sum);
+}
+
+void MeshShading::row_by_definition(uint32_t y, const uint32_t* source, uint32_t* destination) const {
+    for (std::size_t c = 0; c < count_; ++c) {
+        destination[c] = sample::mesh_gain(source[c], gain(y, c));
     }
 }
 

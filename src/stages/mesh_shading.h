@@ -40,6 +40,9 @@ public:
     /// Corrects frame row `y`; source and destination may be the same row. Cheapest with rows in ascending order.
     void row(uint32_t y, const uint32_t* source, uint32_t* destination);
 
+    /// What a sample is multiplied by, 512 = 1.0; `column` of those that are set. Plain, for single positions.
+    [[nodiscard]] int32_t gain(uint32_t y, std::size_t column) const;
+
 private:
     static constexpr std::size_t kTaps = 4;
 
@@ -68,8 +71,7 @@ private:
     [[nodiscard]] const Node* grid_row(const PaddedGrids<Node>& grids, int32_t j, uint32_t y, std::size_t column) const;
     void fill_grids(const MeshGrids& grids);
     void interpolate_grid_row(GainRows& rows, int32_t j, uint32_t y);
-    void row_by_definition(int32_t node_y, const int16_t* taps, uint32_t y, const uint32_t* source,
-                           uint32_t* destination) const;
+    void row_by_definition(uint32_t y, const uint32_t* source, uint32_t* destination) const;
 
     int32_t pattern_;
     int32_t rows_;

@@ -1,0 +1,365 @@
+// Exports held against the captures that they were made of, by each stack's own formulas (docs/export.md), and their
+// readers' rules.
+
+#include "outputs/export.h"
+
+#include <array>
+#include <cmath>
+#include <map>
+
+#include "base/text.h"
+#include "calibrations/flatness.h"
+#include "captures/read_capture.h"
+#include "chart/chart_windows.h"
+#include "math/colour_difference.h"
+#include "outputs/tuning_rules.h"
+#include "results/results_file.h"
+#include "support/program.h"
+
+namespace cali::test {
+namespace {
+
+using host::TuningNode;
+
+void expect_in(const std::string& text, const std::string& part) {
+    EXPECT_NE(text.find(part), std::string::npos) << part << "\nnot in\n" << text;
+}
+
+const TuningNode& keys_of(const TuningNode& root, const std::string& name) {
+    return *host::find_section(root, name).keys;
+}
+
+std::vector<double> numbers(const TuningNode& list) {
+    std::vector<double> values;
+    for (const TuningNode& item : list.items) {
+        values.push_back(std::stod(item.text));
+    }
+    return values;
+}
+std::vector<double> numbers(const TuningNode& record, const char* key) { return numbers(*record.find(key)); }
+
+const TuningNode& of_light(const TuningNode& list, int kelvin) {
+    const auto found = std::ranges::find_if(
+        list.items, [&](const TuningNode& record) { return record.find("ct")->text == std::to_string(kelvin); });
+    EXPECT_NE(found, list.items.end()) << kelvin;
+    return *found;
+}
+
+/// A camera stack as its documentation has it, for one light that the file knows.
+struct Stack {
+    std::array<double, 3> black{};               // of 16 bits
+    std::array<std::vector<double>, 3> shading;  // red, green, blue
+    int cols = 0;
+    int rows = 0;
+    bool corners = false;
+    std::array<double, 3> balance{};
+    std::vector<double> matrix;
+
+    [[nodiscard]] double gain(std::size_t colour, int x, int y, const host::SensorGeometry& sensor) const {
+        const auto along = [&](int at, int count, int size) {
+            const double share = (at + 0.5) / size;
+            return std::clamp(corners ? share * (count - 1) : share * count - 0.5, 0.0, count - 1.001);
+        };
+        const double u = along(x, cols, sensor.width);
+        const double v = along(y, rows, sensor.height);
+        const auto value = [&](double col, double row) {
+            return shading[colour][static_cast<std::size_t>(row) * static_cast<std::size_t>(cols) +
+                                   static_cast<std::size_t>(col)];
+        };
+        return std::lerp(std::lerp(value(u, v), value(u + 1, v), u - std::floor(u)),
+                         std::lerp(value(u, v + 1), value(u + 1, v + 1), u - std::floor(u)), v - std::floor(v));
+    }
+    /// A photosite behind black level, shading and white balance.
+    [[nodiscard]] double apply(const host::Capture& frame, int x, int y, std::size_t colour) const {
+        return (frame.view().row(y)[x] * 16.0 - black[colour]) * gain(colour, x, y, frame.sensor) * balance[colour];
+    }
+};
+
+/// "rpi": tables over their least value, times the luminance; gains are one over the curve's ratios.
+Stack rpi_stack(const TuningNode& root, int kelvin, int cols, int rows) {
+    Stack stack;
+    stack.black.fill(std::stod(keys_of(root, "rpi.black_level").find("black_level")->text));
+    const TuningNode& alsc = keys_of(root, "rpi.alsc");
+    const std::vector<double> luminance = numbers(alsc, "luminance_lut");
+    stack.shading.fill(luminance);
+    for (const auto& [colour, key] : {std::pair(0U, "calibrations_Cr"), std::pair(2U, "calibrations_Cb")}) {
+        const std::vector<double> table = numbers(of_light(*alsc.find(key), kelvin), "table");
+        const double least = std::ranges::min(table);
+        for (std::size_t i = 0; i < table.size(); ++i) {
+            stack.shading[colour].at(i) *= table[i] / least;
+        }
+    }
+    stack.cols = cols;
+    stack.rows = rows;
+    const std::vector<double> curve = numbers(keys_of(root, "rpi.awb"), "ct_curve");
+    const auto light = std::ranges::find(curve, static_cast<double>(kelvin)) - curve.begin();
+    stack.balance = {1 / curve.at(static_cast<std::size_t>(light) + 1), 1,
+                     1 / curve.at(static_cast<std::size_t>(light) + 2)};
+    stack.matrix = numbers(of_light(*keys_of(root, "rpi.ccm").find("ccms"), kelvin), "ccm");
+    return stack;
+}
+
+Stack rkisp1_stack(const TuningNode& root, int kelvin) {
+    Stack stack;
+    const TuningNode& black = keys_of(root, "BlackLevelCorrection");
+    stack.black = {std::stod(black.find("R")->text),
+                   (std::stod(black.find("Gr")->text) + std::stod(black.find("Gb")->text)) / 2,
+                   std::stod(black.find("B")->text)};
+    const TuningNode& set = of_light(*keys_of(root, "LensShadingCorrection").find("sets"), kelvin);
+    stack.shading = {numbers(set, "r"), numbers(set, "gr"), numbers(set, "b")};
+    stack.cols = stack.rows = 17;
+    stack.corners = true;
+    const std::vector<double> gains = numbers(of_light(*keys_of(root, "Awb").find("colourGains"), kelvin), "gains");
+    stack.balance = {gains.at(0), 1, gains.at(1)};
+    stack.matrix = numbers(of_light(*keys_of(root, "Ccm").find("ccms"), kelvin), "ccm");
+    return stack;
+}
+
+class Exports : public ::testing::Test {
+protected:
+    [[nodiscard]] host::Capture capture(const std::string& name) const {
+        host::Geometry geometry;
+        geometry.width = results_.sensor.width;
+        geometry.height = results_.sensor.height;
+        geometry.pattern = results_.sensor.pattern;
+        geometry.bits = results_.sensor.bits;
+        return host::read_capture(simulated_session() / name, geometry);
+    }
+
+    /// Mean colour of a window behind the stack.
+    [[nodiscard]] static Colour mean(const Stack& stack, const host::Capture& frame, const RoiRect& window) {
+        Colour sum{};
+        std::array<int, 3> count{};
+        for (int y = window.y; y < window.y + window.h; ++y) {
+            for (int x = window.x; x < window.x + window.w; ++x) {
+                const std::size_t colour =
+                    colour_of(bayer_channel(frame.sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x)));
+                sum[colour] += stack.apply(frame, x, y, colour);
+                ++count[colour];
+            }
+        }
+        for (std::size_t c = 0; c < 3; ++c) {
+            sum[c] /= count[c];
+        }
+        return sum;
+    }
+
+    /// Our own mesh leaves the corners dark by 1.3 %; beyond the centres of outer cells their values stay, so that
+    /// large cells leave a little more.
+    void expect_flat(const Stack& stack, int kelvin) const {
+        const host::Capture flat = capture("flat_" + std::to_string(kelvin) + "K.raw");
+        constexpr int kBlock = 40;
+        const auto block = [&](int x, int y) { return mean(stack, flat, {x, y, kBlock, kBlock}); };
+        const Colour centre = block(flat.sensor.width / 2 - kBlock / 2, flat.sensor.height / 2 - kBlock / 2);
+        for (int y = 0; y < flat.sensor.height; y += kBlock) {
+            for (int x = 0; x < flat.sensor.width; x += kBlock) {
+                const bool border =
+                    x == 0 || y == 0 || x + kBlock == flat.sensor.width || y + kBlock == flat.sensor.height;
+                const double even = !border ? 0.007 : stack.cols == 16 ? 0.035 : 0.019;
+                const Colour found = block(x, y);
+                EXPECT_NEAR(found[1] / centre[1], 1, even) << kelvin << " at " << x << ", " << y;
+                EXPECT_NEAR(found[0] / found[1] / (centre[0] / centre[1]), 1, 0.012) << x << ", " << y;
+                EXPECT_NEAR(found[2] / found[1] / (centre[2] / centre[1]), 1, 0.012) << x << ", " << y;
+            }
+        }
+    }
+
+    void expect_grey(const Stack& stack, int kelvin) const {
+        const host::Capture card = capture("grey_" + std::to_string(kelvin) + "K.raw");
+        for (const RoiRect& window : {RoiRect{240, 160, 160, 160}, RoiRect{0, 0, 80, 80}, RoiRect{560, 400, 80, 80}}) {
+            const Colour found = mean(stack, card, window);
+            EXPECT_NEAR(found[0] / found[1], 1, 0.01) << kelvin << " at " << window.x;
+            EXPECT_NEAR(found[2] / found[1], 1, 0.012) << kelvin << " at " << window.x;
+        }
+    }
+
+    /// CIEDE2000 over the chart no larger than ours.
+    void expect_colours(const Stack& stack, int kelvin) const {
+        const auto ours = std::ranges::find_if(results_.matrices, [&](const host::MatrixCalibration& matrix) {
+            return matrix.taken.illuminant_k == kelvin;
+        });
+        const host::Capture chart = capture("chart_" + std::to_string(kelvin) + "K.raw");
+        std::vector<Colour> found;
+        double light = 0;
+        double reference = 0;
+        for (std::size_t patch = 0; patch < ours->reference.size(); ++patch) {
+            found.push_back(mean(stack, chart, (*ours->windows)[patch]));
+            const bool grey = patch > 18 && patch < 23;
+            light += grey ? found.back()[1] : 0;
+            reference += grey ? ours->reference[patch][1] : 0;
+        }
+        std::vector<Colour> lab;
+        std::vector<Colour> expected;
+        const WhitePoint& white = white_point(ours->settings.white_point);
+        for (std::size_t patch = 0; patch < found.size(); ++patch) {
+            Colour corrected{};
+            for (std::size_t row = 0; row < 3; ++row) {
+                for (std::size_t c = 0; c < 3; ++c) {
+                    corrected[row] += stack.matrix.at(3 * row + c) * found[patch][c] * reference / light;
+                }
+                corrected[row] = std::clamp(corrected[row], 0.0, 1.0);
+            }
+            lab.push_back(lab_of_linear_rgb(corrected, white));
+            expected.push_back(lab_of_linear_rgb(ours->reference[patch], white));
+        }
+        EXPECT_LT(summarise(lab, expected, delta_e_2000).mean, ours->after.de2000.mean + 0.15) << kelvin;
+    }
+
+    void expect_all(const Stack& stack, int kelvin) const {
+        expect_flat(stack, kelvin);
+        expect_grey(stack, kelvin);
+        expect_colours(stack, kelvin);
+    }
+
+    [[nodiscard]] std::string exported(const std::string& form) const {
+        return export_results(results_, form, {}, nullptr).text;
+    }
+
+    const host::Results results_ = host::read_results(simulated_session() / "results.json");
+};
+
+TEST_F(Exports, MakeTheSimulatedCapturesFlatGreyAndOfTheRightColours) {
+    const std::string small = exported("rpi-bcm2835");
+    const std::string large = exported("rpi-pisp");
+    const std::string rk = exported("rkisp1");
+    for (const int kelvin : {2850, 5000, 6500}) {
+        SCOPED_TRACE(kelvin);
+        expect_all(rpi_stack(host::parse_tuning(small, "bcm2835"), kelvin, 16, 12), kelvin);
+        expect_all(rpi_stack(host::parse_tuning(large, "pisp"), kelvin, 32, 32), kelvin);
+        expect_all(rkisp1_stack(host::parse_tuning(rk, "rkisp1"), kelvin), kelvin);
+    }
+    // Noise by the reader's formula at a level in the middle of the series.
+    const TuningNode root = host::parse_tuning(small, "bcm2835");
+    const TuningNode& noise = keys_of(root, "rpi.noise");
+    const host::NoiseLevel& level = results_.noise.front().levels.at(results_.noise.front().levels.size() / 2);
+    const double told = std::stod(noise.find("reference_constant")->text) +
+                        std::stod(noise.find("reference_slope")->text) * std::sqrt(level.mean[1] * 16.0);
+    EXPECT_NEAR(told / (level.deviation[1] * 16.0), 1, 0.04);
+}
+
+TEST_F(Exports, LeaveOutWhatTheyHaveNoLightOrValuesFor) {
+    host::Results one = results_;
+    one.white_balance.resize(1);
+    one.matrices.clear();
+    one.lens_shading.front().taken.illuminant_k.reset();
+    one.black_level.clear();
+    const host::ExportText made = export_results(one, "rpi-bcm2835", {}, nullptr);
+    std::string notes;
+    for (const std::string& note : made.notes) {
+        notes += note + "\n";
+    }
+    for (const char* const told :
+         {"rpi.awb: left out", "rpi.ccm: left out", "rpi.black_level: left out", "its light is not known, left out"}) {
+        expect_in(notes, told);
+    }
+    const TuningNode root = host::parse_tuning(made.text, "made");
+    EXPECT_EQ(host::find_section(root, "rpi.awb").keys, nullptr);
+    EXPECT_EQ(keys_of(root, "rpi.alsc").find("calibrations_Cr")->items.size(), 2U);
+
+    one.sensor.mono = true;
+    EXPECT_EQ(export_results(one, "rpi-pisp", {}, nullptr).text.find("calibrations_Cr"), std::string::npos);
+}
+
+// Everything but our values stays, byte for byte.
+TEST_F(Exports, PutTheirValuesIntoFilesThatStand) {
+    const std::string base = R"({
+    # by hand
+    "version": 2.0, "target": "bcm2835",
+    "algorithms": [
+        { "rpi.black_level": { "black_level": 4096, "black_level_r": 4000 } },   # µ of the old sensor
+        { "rpi.noise": { } },
+        { "rpi.lux": { "reference_lux": 100 } },
+        {
+            "rpi.awb": {
+                "modes": { "auto": { "lo": 2500, "hi": 8000 }, "tungsten": { "lo": 3000, "hi": 3500 } },
+                "ct_curve": [ 2000, 0.9, 0.3,
+                              9000, 0.3, 0.9 ],
+                "sensitivity_r": 1.05
+            }
+        },
+        { "rpi.nn.awb": { "ct_curve": [ 2000, 0.9, 0.3, 9000, 0.3, 0.9 ] } }
+    ]
+}
+)";
+    const host::ExportBase file{base, "base.json"};
+    const host::ExportText made = export_results(results_, "rpi-bcm2835", {}, &file);
+    const TuningNode root = host::parse_tuning(made.text, "made");
+    EXPECT_EQ(keys_of(root, "rpi.black_level").find("black_level")->text, "1032");
+    EXPECT_EQ(keys_of(root, "rpi.black_level").find("black_level_r")->text, "1024");
+    EXPECT_NE(keys_of(root, "rpi.noise").find("reference_slope"), nullptr);
+    const TuningNode& modes = *keys_of(root, "rpi.awb").find("modes");
+    EXPECT_EQ(modes.find("auto")->find("lo")->text, "2850");
+    EXPECT_EQ(modes.find("auto")->find("hi")->text, "6500");
+    EXPECT_EQ(modes.find("tungsten")->find("hi")->text, "3500");
+    EXPECT_EQ(numbers(keys_of(root, "rpi.nn.awb"), "ct_curve"), numbers(keys_of(root, "rpi.awb"), "ct_curve"));
+    EXPECT_EQ(std::ranges::count_if(made.notes,
+                                    [](const std::string& note) { return note.starts_with("base.json: has no rpi."); }),
+              2);  // rpi.alsc, rpi.ccm
+    for (const char* const kept : {"    # by hand\n", "   # µ of the old sensor\n", "\"sensitivity_r\": 1.05\n",
+                                   "{ \"rpi.lux\": { \"reference_lux\": 100 } },\n"}) {
+        EXPECT_NE(made.text.find(kept), std::string::npos) << kept;
+    }
+    // A second time nothing changes any more.
+    const host::ExportBase again{made.text, "again.json"};
+    EXPECT_EQ(export_results(results_, "rpi-bcm2835", {}, &again).text, made.text);
+    expect_in(refusal([&] { (void)export_results(results_, "rpi-pisp", {}, &file); }), "expected \"pisp\"");
+
+    const std::string yaml =
+        "# tuned by hand\nversion: 1\nalgorithms:\n  - Agc:\n  - Awb:\n  - BlackLevelCorrection:\n"
+        "      R: 256   # red\n      Gr: 256\n      Gb: 256\n      B: 256\n  - Ccm:\n"
+        "      ccms:\n        - ct: 2000\n          ccm: [ 1, 0, 0, 0, 1, 0, 0, 0, 1 ]\n"
+        "          # the last one\n  - Lux:\n      referenceLux: 7\n";
+    const host::ExportBase block{yaml, "base.yaml"};
+    const host::ExportText rk = export_results(results_, "rkisp1", {}, &block);
+    const TuningNode tree = host::parse_tuning(rk.text, "made");
+    EXPECT_EQ(keys_of(tree, "Awb").find("colourGains")->items.size(), 3U);
+    EXPECT_EQ(keys_of(tree, "Ccm").find("ccms")->items.size(), 3U);
+    EXPECT_TRUE(rk.text.starts_with("# tuned by hand\nversion: 1\nalgorithms:\n  - Agc:\n  - Awb:"));
+    EXPECT_NE(rk.text.find("      R: 1024   # red\n      Gr: 1056\n      Gb: 1040\n      B: 1008\n  - Ccm:\n"
+                           "      ccms:\n        - ct: 2850\n"),
+              std::string::npos);
+    EXPECT_TRUE(rk.text.ends_with("\n          # the last one\n  - Lux:\n      referenceLux: 7\n"));
+}
+
+TEST_F(Exports, AreRefusedByTheReadersRulesWhereOneIsBroken) {
+    const std::string rpi = exported("rpi-bcm2835");
+    const std::string rk = exported("rkisp1");
+    EXPECT_TRUE(host::tuning_faults(rpi, "f").empty());
+    EXPECT_TRUE(host::tuning_faults(rk, "f").empty());
+    const std::size_t row = rpi.find("1.", rpi.find("\"table\""));
+    struct Case {
+        std::string file;
+        std::string fault;
+    };
+    const std::vector<Case> cases = {
+        {replaced(rpi, "2.0,", "1.0,"), "f:3: version: \"1.0\", expected 2.0 (rpi) or 1 (rkisp1)"},
+        {replaced(rpi, "bcm2835", "vc4"), "expected \"bcm2835\" or \"pisp\""},
+        {replaced(rpi, "bcm2835", "pisp"), "192 values, expected 1024"},
+        {replaced(rpi, "rpi.noise", "rpi.nosie"), "rpi.nosie: no algorithm of this stack"},
+        {replaced(rpi, "rpi.noise", "rpi.black_level"), "rpi.black_level: stands twice"},
+        {replaced(rpi, "\"reference_constant\"", "\"reference_slope\""), "\"reference_slope\" stands twice"},
+        {replaced(rpi, "\"black_level\": 1032", "\"black_level\": 1032.0"), "expected a whole number without a point"},
+        {replaced(rpi, "\"black_level\": 1032", "\"black_level\": 70000"), "expected 0 to 65535"},
+        {std::string(rpi).replace(row, 6, ".nan"), "expected a finite number"},
+        {std::string(rpi).replace(row, 8, ""), "191 values, expected 192"},
+        {replaced(rpi, "5000, 0.", "2850, 0."), "rpi.awb ct_curve value 4: 2850 behind 2850"},
+        {replaced(rk, "version: 1", "version: 3"), "expected 2.0 (rpi) or 1 (rkisp1)"},
+        {replaced(rk, "x-size: [ 0.0625", "x-size: [ 0.0725"), "sum 0.51, expected 0.495 to 0.505"},
+        {replaced(rk, "R: 1024", "R: 1024.5"), "BlackLevelCorrection R: \"1024.5\", expected a whole number"},
+        {replaced(rk, "R: 1024", "R: &x 1024"), "an anchor"},
+    };
+    for (const auto& [file, fault] : cases) {
+        std::string told;
+        try {
+            for (const std::string& line : host::tuning_faults(file, "f")) {
+                told += line + "\n";
+            }
+        } catch (const host::InputError& problem) {
+            told = problem.what();
+        }
+        expect_in(told, fault);
+    }
+}
+
+}  // namespace
+}  // namespace cali::test
