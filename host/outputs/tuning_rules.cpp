@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 
+#include "base/error.h"
 #include "base/text.h"
 #include "outputs/tuning_document.h"
 
@@ -319,7 +320,12 @@ void inspect_rkisp1(const TuningNode& root, Inspection& inspection) {
 }  // namespace
 
 std::vector<std::string> tuning_faults(const std::string& text, const std::string& file) {
-    const TuningNode root = parse_tuning(text, file);
+    TuningNode root;
+    try {
+        root = parse_tuning(text, file);
+    } catch (const InputError& problem) {
+        return {problem.what()};
+    }
     Inspection inspection(file);
     inspection.duplicates(root);
     const TuningNode* const version = root.find("version");
