@@ -14,7 +14,7 @@ constexpr int kBar = 24;
 }  // namespace
 
 Progress::Progress(std::size_t total, Lines lines)
-    : total_(total), bar_(process::is_terminal(stderr)), lines_(lines == Lines::all) {}
+    : total_(total), bar_(lines != Lines::silent && process::is_terminal(stderr)), lines_(lines == Lines::all) {}
 
 void Progress::step(const std::string& name) {
     ++done_;

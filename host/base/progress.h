@@ -10,8 +10,8 @@ namespace cali::host {
 /// A bar with rate and time left on a terminal.
 class Progress {
 public:
-    /// What stands there without a terminal.
-    enum class Lines { none, all };
+    /// What stands there without a terminal; `silent`: nothing, with one neither.
+    enum class Lines { none, all, silent };
 
     Progress(std::size_t total, Lines lines);
     ~Progress() { finish(); }

@@ -1,147 +1,98 @@
-#include <algorithm>
-
 #include "base/error.h"
+#include "commands/calibrate_units.h"
 #include "commands/commands.h"
-#include "commands/run.h"
-#include "outputs/chain_files.h"
 
 namespace cali::host {
 namespace {
 
-constexpr int kMostJobs = 16;
+constexpr int kMostJobs = 256;
 
 struct CalibrateOptions {
-    std::filesystem::path session;
-    std::filesystem::path folder;
-    std::vector<std::string> only;
-    std::filesystem::path report;
-    ChainFileChoice files;
-    int jobs = 1;
-    RunOptions run;
+    std::vector<std::filesystem::path> sessions;
+    std::filesystem::path list;
+    std::string shard;
+    SessionRun session;
 };
 
 void describe(Command& command, CalibrateOptions& options) {
-    command.option("SESSION", options.session, "session file (docs/session.md)").required();
-    command.option("--out", options.folder, "folder for results.json; default: the session file's")
+    SessionRun& session = options.session;
+    command.option("SESSION", options.sessions,
+                   "session file (docs/session.md); several, or folders that hold a session.toml: units, each with a "
+                   "folder of its own in --out (docs/factory.md)");
+    command.option("--list", options.list, "file that names units, one on a line; they lie beside it")
+        .type_name("FILE");
+    command
+        .option("--shard", options.shard, "of the units the i-th of n parts, i from 1; cali summary puts all together")
+        .type_name("i/n");
+    command.option("--out", session.folder, "folder for results.json; default: the session file's")
         .type_name("DIR")
         .takes(ValueKind::folder);
     command
-        .option("--only", options.only,
+        .option("--only", session.only,
                 "of blc, lsc, awb (with its curve), ccm, clut, noise, with commas; what they apply comes from the "
                 "results file")
         .separated_by(',')
         .one_of({kChainParts.begin(), kChainParts.end()});
-    add_shading_options(command, options.files.shading);
-    command.flag("--pictures", options.files.pictures,
+    add_shading_options(command, session.files.shading);
+    command.flag("--pictures", session.files.pictures,
                  "also a PNG of each chart's patches and an SVG of the noise beside the results");
-    command.flag("--tables", options.files.tables, "also each colour look-up table that is needed as a .cube file");
-    command.option("--report", options.report, "also a page for people, with charts: what cali report makes")
+    command.flag("--tables", session.files.tables, "also each colour look-up table that is needed as a .cube file");
+    command.option("--report", session.report, "also a page for people, with charts: what cali report makes")
         .type_name("FILE");
     command
-        .option("--jobs", options.jobs,
-                "processes that compute captures side by side, each with the memory of one; results are the same. On "
-                "Windows one after the other all the same")
+        .option("--jobs", session.jobs,
+                "processes side by side, each with the memory of one; they compute captures, or units where there are "
+                "several. Results are the same. On Windows one after the other all the same")
         .whole_range(1, kMostJobs)
         .show_default();
-    options.run.add_rules_to(command);
+    session.run.add_rules_to(command);
     command.examples(
         "  cali calibrate shots/session.toml --report report.html\n"
         "  cali calibrate shots/session.toml --out tuning --log tuning/library.log\n"
-        "  cali calibrate shots/session.toml --only ccm,clut --tables");
+        "  cali calibrate shots/session.toml --only ccm,clut --tables\n"
+        "  cali calibrate line7/* --out tuned --jobs 8");
 }
 
-std::vector<std::filesystem::path> captures_of(const Session& session) {
-    std::vector<std::filesystem::path> files;
-    const auto add = [&](const auto& entry) { files.insert(files.end(), entry.files.begin(), entry.files.end()); };
-    for (const auto* const captures : {&session.dark, &session.flat, &session.grey, &session.chart}) {
-        std::ranges::for_each(*captures, add);
+/// Options that are for one session.
+void require_units_options(const SessionRun& session) {
+    const ReportOptions& report = session.run.report;
+    const char* const wrong = !session.report.empty()   ? "--report (cali report --list DIR/units.txt makes a page)"
+                              : report.json             ? "--json"
+                              : report.output.verbose() ? "--verbose"
+                              : !report.output.log().empty() ? "--log"
+                                                             : nullptr;
+    if (wrong != nullptr) {
+        throw InputError(std::string(wrong) + ": for one session, and there are several units");
     }
-    std::ranges::for_each(session.series, add);
-    return files;
+    if (session.folder.empty()) {
+        throw InputError("--out: not given, expected the folder for the results of all units");
+    }
 }
-
-std::string list_of(const ChainPlan& plan) {
-    std::string names;
-    for (const char* const part : kChainParts) {
-        names += plan.does(part) ? (names.empty() ? "" : ", ") + std::string(part) : "";
-    }
-    return names;
-}
-
-/// Made for the outputs; goes again where nothing was written.
-class OutputFolder {
-public:
-    explicit OutputFolder(const std::filesystem::path& folder) : folder_(folder) {
-        std::error_code error;
-        made_ = !folder.empty() && !std::filesystem::exists(folder, error);
-        if (!folder.empty()) {
-            make_folder(folder);
-        }
-    }
-    ~OutputFolder() {
-        std::error_code not_empty;
-        if (made_) {
-            std::filesystem::remove(folder_, not_empty);
-        }
-    }
-    OutputFolder(const OutputFolder&) = delete;
-    OutputFolder& operator=(const OutputFolder&) = delete;
-
-private:
-    const std::filesystem::path& folder_;
-    bool made_ = false;
-};
 
 int act(const CalibrateOptions& options, const Invocation& invocation) {
-    const Session session = read_session(options.session);
-    const std::optional<SimulatedTruth> truth =
-        session.truth.empty() ? std::nullopt : std::optional(read_truth(session.truth));
-    const std::filesystem::path folder = options.folder.empty() ? session.file.parent_path() : options.folder;
-    const OutputFolder output_folder(folder);
-    RunOptions run_options = options.run;
-    run_options.results = folder / "results.json";
-    run_options.fresh = options.only.empty();
-    Run run(run_options, invocation, session);
-    for (const std::filesystem::path& capture : captures_of(session)) {
-        run.files().input(capture, "capture");
+    std::vector<std::filesystem::path> sessions = options.sessions;
+    if (!options.list.empty()) {
+        std::ranges::move(read_list(options.list, "unit"), std::back_inserter(sessions));
     }
-    if (!session.matrix.reference.empty()) {
-        run.files().input(session.matrix.reference, "reference");
+    if (sessions.empty()) {
+        throw InputError("no session is given, expected a session file, units, or --list");
     }
-    if (!session.truth.empty()) {
-        run.files().input(session.truth, "truth");
+    std::error_code error;
+    const bool units = sessions.size() > 1 || !options.list.empty() || !options.shard.empty() ||
+                       std::filesystem::is_directory(sessions.front(), error);
+    if (units) {
+        require_units_options(options.session);
+        UnitsRun run{sessions, options.session.folder, options.shard, options.session.jobs, options.session};
+        run.session.jobs = 1;
+        return calibrate_units(run, invocation);
     }
-    run.page(options.report);
-    run.start();
-    CaptureHeaders headers(session.geometry);
-    const ChainPlan plan = plan_chain(session, options.only, run.earlier(), headers);
-    if (plan.parts.empty()) {
-        throw InputError(session.file.string() + ": nothing can be calibrated: " + plan.left_out.front().second);
+    SessionRun session = options.session;
+    session.session = sessions.front();
+    const SessionOutcome outcome = calibrate_session(session, invocation);
+    if (outcome.stopped) {
+        throw InputError(*outcome.stopped);
     }
-    for (const std::filesystem::path& name : ChainFiles::names(session, plan, folder, options.files)) {
-        run.own_output(name);
-    }
-    for (const auto& [file, sensor] : check_captures(session, plan, headers)) {
-        run.require_sensor(sensor, file);
-    }
-    const std::size_t captures = plan.captures().size();
-    run.report().note("calibrating " + list_of(plan) + ": " + std::to_string(captures) + " captures");
-    for (const auto& [section, why] : plan.left_out) {
-        run.report().not_done(section, why);
-    }
-    ChainFiles files(folder, options.files, captures, run.report(), run.outputs());
-    Results made;
-    StepRules rules = run.rules();
-    rules.jobs = static_cast<std::size_t>(options.jobs);
-    const std::optional<std::string> stopped = run_chain(session, plan, rules, files, run.earlier(), made);
-    files.add_from(made);
-    made.truth = truth;
-    run.take(std::move(made));
-    const int status = run.finish();
-    if (stopped) {
-        throw InputError(*stopped);
-    }
-    return status;
+    return outcome.status;
 }
 
 }  // namespace

@@ -22,6 +22,7 @@ void add_verify_command(CommandLine& line);
 void add_show_command(CommandLine& line);
 void add_diff_command(CommandLine& line);
 void add_report_command(CommandLine& line);
+void add_summary_command(CommandLine& line);
 void add_export_command(CommandLine& line);
 void add_validate_command(CommandLine& line);
 void add_help_command(CommandLine& line);

@@ -30,11 +30,11 @@ int run(std::vector<std::string> arguments) {
                          "A folder of captures:\n"
                          "  cali init DIR && cali calibrate DIR/session.toml\n"
                          "'cali COMMAND --help' explains each command, 'cali help TOPIC' words of the output.");
-        for (const auto add :
-             {add_simulate_command, add_init_command, add_check_command, add_blc_command, add_lsc_command,
-              add_awb_command, add_awb_curve_command, add_chart_command, add_ccm_command, add_clut_command,
-              add_noise_command, add_calibrate_command, add_verify_command, add_show_command, add_diff_command,
-              add_report_command, add_export_command, add_validate_command, add_help_command}) {
+        for (const auto add : {add_simulate_command, add_init_command,   add_check_command,     add_blc_command,
+                               add_lsc_command,      add_awb_command,    add_awb_curve_command, add_chart_command,
+                               add_ccm_command,      add_clut_command,   add_noise_command,     add_calibrate_command,
+                               add_verify_command,   add_show_command,   add_diff_command,      add_report_command,
+                               add_summary_command,  add_export_command, add_validate_command,  add_help_command}) {
             add(line);
         }
         const int status = line.parse_and_run(std::move(arguments));

@@ -1,9 +1,9 @@
 #include <algorithm>
-#include <fstream>
 #include <set>
 
 #include "base/error.h"
 #include "base/output_file.h"
+#include "commands/calibrate_units.h"
 #include "commands/commands.h"
 #include "commands/run.h"
 #include "outputs/console.h"
@@ -27,27 +27,6 @@ void describe(Command& command, ReportCommandOptions& options) {
     command.examples(
         "  cali report shots/results.json\n"
         "  cali report --list units.txt --out units.html");
-}
-
-/// Blank lines and those that begin with # are passed over.
-std::vector<std::filesystem::path> listed(const std::filesystem::path& list) {
-    std::ifstream stream(list);
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(list, error) || !stream) {
-        throw InputError(list.string() + ": no such list of results files");
-    }
-    std::vector<std::filesystem::path> files;
-    for (std::string line; std::getline(stream, line);) {
-        line.erase(line.find_last_not_of(" \t\r") + 1);
-        line.erase(0, line.find_first_not_of(" \t"));
-        if (!line.empty() && line.front() != '#') {
-            files.push_back(list.parent_path() / path_of(line));
-        }
-    }
-    if (files.empty()) {
-        throw InputError(list.string() + ": names no results file");
-    }
-    return files;
 }
 
 /// The folder's name where all results files are called alike; else the file's own, with as much before it as tells
@@ -78,7 +57,7 @@ std::vector<std::string> names_of(const std::vector<std::filesystem::path>& file
 int act(const ReportCommandOptions& options, const Invocation&) {
     std::vector<std::filesystem::path> files = options.results;
     if (!options.list.empty()) {
-        std::ranges::move(listed(options.list), std::back_inserter(files));
+        std::ranges::move(read_list(options.list, "results file"), std::back_inserter(files));
     }
     if (files.empty()) {
         throw InputError("no results file is given, expected one or more, or --list");

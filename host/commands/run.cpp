@@ -84,8 +84,8 @@ RunReport ReportOptions::report(const std::string& command, const RunFiles& file
     if (json || output.verbose()) {
         files.require_standard_output(json ? "--json" : "--verbose");
     }
-    if (files.standard_output_taken()) {
-        return {command, Style::silent};
+    if (mute || files.standard_output_taken()) {
+        return {command, mute ? Style::mute : Style::silent};
     }
     return {command, json ? Style::json : output.verbose() ? Style::verbose : Style::text};
 }
@@ -219,14 +219,14 @@ void Run::take_findings(const std::vector<Finding>& findings) {
     made_.findings.insert(made_.findings.end(), findings.begin(), findings.end());
 }
 
-int Run::conclude(const Results& all, Severity severity) {
+int Run::conclude(Severity severity) {
     report_->written(options_.results);
     const LibraryOutput::Lines& lines = output_->lines();
     if (lines.warn > 0) {
         report_->note(text("the library printed %zu lines, %zu of them WARN: -v shows them, --log keeps them",
                            lines.all, lines.warn));
     }
-    report_->verdict(all);
+    report_->verdict(all_);
     report_->finish();
     return options_.report.status(severity);
 }
@@ -242,25 +242,24 @@ int Run::finish() {
     }
     // What earlier runs wrote and this one did not stays known for its own.
     std::ranges::copy_if(earlier_outputs_, std::back_inserter(made_.outputs), is_there);
-    Results all;
     {
         // Another step may have added to the file since it was read.
         const FileLock lock(options_.results);
         if (!options_.fresh && is_there(options_.results)) {
-            all = read_results(options_.results);
+            all_ = read_results(options_.results);
         }
         if (!page_.empty()) {
             made_.outputs.push_back(page_);
         }
-        merge(all, std::move(made_));
+        merge(all_, std::move(made_));
         if (!page_.empty()) {
             // What the file will hold, so that a page made of the file later is the same.
-            write_text_file(page_, report_text({{"", from_json(to_json(all, {}), {})}}));
+            write_text_file(page_, report_text({{"", from_json(to_json(all_, {}), {})}}));
             report_->written(page_);
         }
-        write_results(options_.results, all);
+        write_results(options_.results, all_);
     }
-    return conclude(all, severity);
+    return conclude(severity);
 }
 
 }  // namespace cali::host

@@ -26,6 +26,7 @@ struct ReportOptions {
 
     bool strict = false;
     bool json = false;
+    bool mute = false;  ///< one run of many
     OutputOptions output;
 };
 
@@ -97,6 +98,8 @@ public:
 
     /// Writes all files, the results last, shows the verdict, and returns the exit status.
     [[nodiscard]] int finish();
+    /// After `finish`: what the results file holds.
+    [[nodiscard]] const Results& results() const { return all_; }
 
 private:
     template <typename T>
@@ -105,7 +108,7 @@ private:
     }
     void show(const WhiteBalance& result) { report_->section(describe(std::vector{result})); }
     void take_findings(const std::vector<Finding>& findings);
-    [[nodiscard]] int conclude(const Results& all, Severity severity);
+    [[nodiscard]] int conclude(Severity severity);
 
     const RunOptions& options_;
     Invocation invocation_;
@@ -117,6 +120,7 @@ private:
     Results earlier_;
     std::vector<std::filesystem::path> earlier_outputs_;
     Results made_;
+    Results all_;
     PendingFiles outputs_;
     std::filesystem::path page_;
 };

@@ -40,7 +40,8 @@ ChainFiles::ChainFiles(std::filesystem::path folder, const ChainFileChoice& choi
       choice_(choice),
       report_(report),
       files_(files),
-      progress_(captures, Progress::Lines::all) {}
+      lines_(report.mute() ? Progress::Lines::silent : Progress::Lines::all),
+      progress_(captures, lines_) {}
 
 std::vector<std::filesystem::path> ChainFiles::names(const Session& session, const ChainPlan& plan,
                                                      const std::filesystem::path& folder,
@@ -101,7 +102,7 @@ void ChainFiles::capture_read(const std::filesystem::path& frame) { progress_.st
 void ChainFiles::table_done(const std::filesystem::path& chart, std::size_t count) {
     progress_.finish();
     if (!tables_) {
-        tables_.emplace(count, Progress::Lines::all);
+        tables_.emplace(count, lines_);
     }
     tables_->step("colour table of " + chart.filename().string());
 }

@@ -49,6 +49,7 @@ private:
     ChainFileChoice choice_;
     RunReport& report_;
     PendingFiles& files_;
+    Progress::Lines lines_;
     Progress progress_;
     std::optional<Progress> tables_;
 };

@@ -64,7 +64,8 @@ std::optional<Entry> choose(const Results& results, const std::vector<Entry>& en
         }
     });
     Conditions wanted = chosen;
-    const bool has_lights = std::ranges::any_of(lights, [](const Light& light) { return light.taken.illuminant_k.has_value(); });
+    const bool has_lights =
+        std::ranges::any_of(lights, [](const Light& light) { return light.taken.illuminant_k.has_value(); });
     if (!has_lights) {
         wanted.illuminant_k.reset();
     }

@@ -57,7 +57,7 @@ void RunReport::section(const Section& section) {
 
 void RunReport::findings(const std::vector<Finding>& findings) {
     findings_.insert(findings_.end(), findings.begin(), findings.end());
-    if (json()) {
+    if (json() || mute()) {
         return;
     }
     (void)std::fflush(stdout);
@@ -85,7 +85,7 @@ void RunReport::note(const std::string& text) {
 }
 
 void RunReport::warn(const std::string& text) {
-    if (json()) {
+    if (json() || mute()) {
         notes_.push_back(text);
     } else {
         (void)std::fflush(stdout);

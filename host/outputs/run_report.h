@@ -14,8 +14,8 @@ namespace cali::host {
 
 class RunReport {
 public:
-    /// `silent`: standard output is taken by a file of the run.
-    enum class Style { text, verbose, json, silent };
+    /// `silent`: standard output is taken by a file of the run. `mute`: one run of many, nothing is told at all.
+    enum class Style { text, verbose, json, silent, mute };
 
     RunReport(std::string command, Style style) : command_(std::move(command)), style_(style) {}
 
@@ -38,6 +38,8 @@ public:
 
     /// The document, where that is the style.
     void finish();
+
+    [[nodiscard]] bool mute() const { return style_ == Style::mute; }
 
 private:
     [[nodiscard]] bool json() const { return style_ == Style::json; }
