@@ -198,6 +198,7 @@ int calibrate_units(const UnitsRun& run, const Invocation& invocation) {
     // A process for each: a unit that brings it down is one that was not calibrated, and no more.
     Jobs jobs(static_cast<std::size_t>(run.jobs), [](const std::string&) {});
     std::vector<std::size_t> numbers;
+    numbers.reserve(units.size());
     for (const UnitSession& unit : units) {
         numbers.push_back(jobs.add([&](const Jobs::Tell&) { return calibrate_unit(unit, run, invocation); }));
     }

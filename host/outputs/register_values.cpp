@@ -143,10 +143,10 @@ std::string first_line(const Results& results) {
 std::string register_values_text(const Results& results, const Conditions& chosen) {
     std::optional<LensShading> shading;
     std::string made = "# " + first_line(results) + "\n";
-    for (const RegisterGroup& group : values_of(results, chosen, shading)) {
-        made += "# " + group.note + "\nreg_" + group.name;
-        made += group.values.size() == 1 ? " = " + group.values.front() + "\n"
-                                         : " = <<<END_OF_TEXT" + joined(group.values, "") + "\nEND_OF_TEXT\n";
+    for (const RegisterGroup& one : values_of(results, chosen, shading)) {
+        made += "# " + one.note + "\nreg_" + one.name;
+        made += one.values.size() == 1 ? " = " + one.values.front() + "\n"
+                                       : " = <<<END_OF_TEXT" + joined(one.values, "") + "\nEND_OF_TEXT\n";
     }
     return shading ? made + "# 512 = 1.0\n" + lsc_register_text(shading->tables) : made;
 }
@@ -160,19 +160,19 @@ std::string register_values_header(const Results& results, const Conditions& cho
         groups.push_back(group("lsc_radial_norm", "", std::array{tables.norm}));
         groups.push_back(group("lsc_radial", "red, green, blue, infrared, one table after the other", tables.radial));
         groups.push_back(group("lsc_mesh_size", "columns, rows", std::array{tables.cols, tables.rows}));
-        constexpr std::array<const char*, 3> kMesh = {"lsc_mesh_red", "lsc_mesh_green", "lsc_mesh_blue"};
-        for (std::size_t c = 0; c < kMesh.size(); ++c) {
-            groups.push_back(
-                group(kMesh[c], c == 1 ? "512 = 1.0, row-major" : "512 = 1.0 over green's, row-major", tables.mesh[c]));
+        constexpr std::array<const char*, 3> kMeshNames = {"lsc_mesh_red", "lsc_mesh_green", "lsc_mesh_blue"};
+        for (std::size_t c = 0; c < kMeshNames.size(); ++c) {
+            groups.push_back(group(kMeshNames[c], c == 1 ? "512 = 1.0, row-major" : "512 = 1.0 over green's, row-major",
+                                   tables.mesh[c]));
         }
     }
     std::string made =
         "/* " + first_line(results) + " */\n#ifndef CALI_TUNING_H\n#define CALI_TUNING_H\n\n#include <stdint.h>\n";
-    for (const RegisterGroup& group : groups) {
-        made += "\n" + (group.note.empty() ? "" : "/* " + group.note + " */\n") +
-                text("static const %s cali_%s[%zu] = {", group.real ? "float" : "int32_t", group.name.c_str(),
-                     group.values.size()) +
-                joined(group.values, "    ") + "\n};\n";
+    for (const RegisterGroup& one : groups) {
+        made += "\n" + (one.note.empty() ? "" : "/* " + one.note + " */\n") +
+                text("static const %s cali_%s[%zu] = {", one.real ? "float" : "int32_t", one.name.c_str(),
+                     one.values.size()) +
+                joined(one.values, "    ") + "\n};\n";
     }
     return made + "\n#endif\n";
 }

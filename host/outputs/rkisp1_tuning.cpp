@@ -10,22 +10,21 @@
 namespace cali::host {
 namespace {
 
-constexpr double kCode = 16;  // 12-bit codes to theirs
 constexpr TableLayout kShading = {17, 17, true};
 constexpr double kUnity = 1024;
 constexpr double kMostGain = 4095;  // a table's
-constexpr int kDecimals = 4;
+constexpr int kGainDecimals = 4;
 constexpr double kMostColourGain = 3.996;
 constexpr double kLeastEntry = -8;  // of a matrix
 constexpr double kMostEntry = 7.992;
 
-struct LightTables {
+struct SetTables {
     int kelvin;
     GainTables gains;  ///< whole numbers, 1024 = 1.0, of least 1024
 };
 
-LightTables tables_of(const LightShading& light, const SensorGeometry& sensor, std::size_t& limited) {
-    LightTables made{light.kelvin, gain_tables(light.surface, sensor, kShading)};
+SetTables tables_of(const LightShading& light, const SensorGeometry& sensor, std::size_t& limited) {
+    SetTables made{light.kelvin, gain_tables(light.surface, sensor, kShading)};
     for (StackTable& table : made.gains) {
         const double least = std::ranges::min(table.values);
         for (double& value : table.values) {
@@ -41,10 +40,11 @@ TuningValue table_text(const StackTable& table) {
     return TuningValue::of(decimal_texts(table.values, 0), static_cast<std::size_t>(table.layout.cols));
 }
 
-TuningSection shading_section(const std::vector<LightTables>& lights) {
+TuningSection shading_section(const std::vector<SetTables>& lights) {
     const TuningValue sizes = TuningValue::of(std::vector<std::string>(8, "0.0625"), 8);
     std::vector<TuningValue::Record> sets;
-    for (const LightTables& light : lights) {
+    sets.reserve(lights.size());
+    for (const SetTables& light : lights) {
         sets.push_back({{"ct", TuningValue::of(std::to_string(light.kelvin))},
                         {"r", table_text(light.gains[0])},
                         {"gr", table_text(light.gains[1])},
@@ -56,13 +56,13 @@ TuningSection shading_section(const std::vector<LightTables>& lights) {
 }
 
 /// Gains that make grey equal behind the tables.
-TuningSection balance_section(const CameraValues& values, const std::vector<LightTables>& lights,
+TuningSection balance_section(const CameraValues& values, const std::vector<SetTables>& lights,
                               std::vector<std::string>& notes) {
     std::vector<TuningValue::Record> gains;
     for (const LightGrey& grey : values.greys) {
         std::array<double, 3> behind = {1, 1, 1};
         for (std::size_t c = 0; !lights.empty() && c < behind.size(); ++c) {
-            behind[c] = table_at(lights, grey.kelvin, [&](const LightTables& light) {
+            behind[c] = table_at(lights, grey.kelvin, [&](const SetTables& light) {
                             return light.gains[c];
                         }).at(grey.x, grey.y, values.sensor);
         }
@@ -73,7 +73,7 @@ TuningSection balance_section(const CameraValues& values, const std::vector<Ligh
                 notes.push_back(
                     text("Awb: a gain of %.3f at %d K, limited below %.3f", gain, grey.kelvin, kMostColourGain));
             }
-            pair.push_back(decimal_text(std::min(gain, kMostColourGain - 0.001), kDecimals));
+            pair.push_back(decimal_text(std::min(gain, kMostColourGain - 0.001), kGainDecimals));
         }
         gains.push_back(
             {{"ct", TuningValue::of(std::to_string(grey.kelvin))}, {"gains", TuningValue::of(std::move(pair), 2)}});
@@ -90,7 +90,7 @@ TuningSection matrix_section(const std::vector<LightMatrix>& matrices) {
                                         matrix.kelvin, least, most, kLeastEntry, kMostEntry));
         }
         ccms.push_back({{"ct", TuningValue::of(std::to_string(matrix.kelvin))},
-                        {"ccm", TuningValue::of(matrix_texts(matrix.value, kDecimals), 3)}});
+                        {"ccm", TuningValue::of(matrix_texts(matrix.value, kGainDecimals), 3)}});
     }
     return {"Ccm", {{"ccms", TuningValue::of(std::move(ccms))}}};
 }
@@ -101,7 +101,7 @@ StackValues rkisp1_values(const CameraValues& values) {
         made.notes.push_back(text("%s: left out, %s", section, why));
     };
     const bool mono = values.sensor.mono;
-    std::vector<LightTables> lights;
+    std::vector<SetTables> lights;
     std::size_t limited = 0;
     for (const LightShading& light : values.shading) {
         lights.push_back(tables_of(light, values.sensor, limited));
@@ -118,8 +118,8 @@ StackValues rkisp1_values(const CameraValues& values) {
         TuningSection black{"BlackLevelCorrection", {}};
         constexpr std::array<const char*, 4> kKeys = {"R", "Gr", "Gb", "B"};
         for (std::size_t c = 0; c < kKeys.size(); ++c) {
-            black.keys.emplace_back(kKeys[c],
-                                    TuningValue::of(std::to_string(std::lround((*values.black_level)[c] * kCode))));
+            black.keys.emplace_back(
+                kKeys[c], TuningValue::of(std::to_string(std::lround((*values.black_level)[c] * kStackCode))));
         }
         made.sections.push_back(std::move(black));
     } else {

@@ -10,8 +10,7 @@
 namespace cali::host {
 namespace {
 
-constexpr double kCode = 16;  // 12-bit codes to theirs
-constexpr int kDecimals = 4;
+constexpr int kTableDecimals = 4;
 constexpr int kMatrixDecimals = 5;
 
 std::string whole(double value) { return std::to_string(std::lround(value)); }
@@ -26,8 +25,8 @@ TuningSection noise_section(const NoiseResults& noise) {
     const double scale = std::sqrt(noise.taken.gain.value_or(1));
     for (const NoiseLevel& level : noise.levels) {
         for (std::size_t c = 0; c < level.mean.size(); ++c) {
-            const double root = std::sqrt(std::max(static_cast<double>(level.mean[c]), 0.0) * kCode);
-            const double deviation = static_cast<double>(level.deviation[c]) * kCode / scale;
+            const double root = std::sqrt(std::max(static_cast<double>(level.mean[c]), 0.0) * kStackCode);
+            const double deviation = static_cast<double>(level.deviation[c]) * kStackCode / scale;
             line.add({1, root}, deviation, 1);
             products += root * deviation;
             squares += root * root;
@@ -44,7 +43,7 @@ TuningSection noise_section(const NoiseResults& noise) {
 }
 
 /// Tables of one light as the file has them: red and blue over green.
-struct LightTables {
+struct RatioTables {
     int kelvin;
     StackTable red;
     StackTable blue;
@@ -56,17 +55,17 @@ StackTable over_green(const StackTable& gain, const StackTable& green) {
     std::ranges::transform(gain.values, green.values, made.values.begin(), std::divides());
     const double least = std::ranges::min(made.values);
     for (double& value : made.values) {
-        value = rounded(value / least, kDecimals);
+        value = rounded(value / least, kTableDecimals);
     }
     return made;
 }
 
-TuningValue calibrations(const std::vector<LightTables>& lights, StackTable LightTables::*table) {
+TuningValue calibrations(const std::vector<RatioTables>& lights, StackTable RatioTables::*table) {
     std::vector<TuningValue::Record> records;
-    for (const LightTables& light : lights) {
+    for (const RatioTables& light : lights) {
         const StackTable& values = light.*table;
         records.push_back({{"ct", TuningValue::of(std::to_string(light.kelvin))},
-                           {"table", TuningValue::of(decimal_texts(values.values, kDecimals),
+                           {"table", TuningValue::of(decimal_texts(values.values, kTableDecimals),
                                                      static_cast<std::size_t>(values.layout.cols))}});
     }
     return TuningValue::of(std::move(records));
@@ -78,16 +77,16 @@ TuningValue luminance_lut(std::vector<double> sum, const TableLayout& layout) {
     for (double& value : sum) {
         value /= least;
     }
-    return TuningValue::of(decimal_texts(sum, kDecimals), static_cast<std::size_t>(layout.cols));
+    return TuningValue::of(decimal_texts(sum, kTableDecimals), static_cast<std::size_t>(layout.cols));
 }
 
 /// Grey behind the tables as the reader applies them: divided by their least value.
-double behind(double ratio, const LightGrey& grey, const std::vector<LightTables>& lights,
-              StackTable LightTables::*table, const SensorGeometry& sensor) {
+double behind(double ratio, const LightGrey& grey, const std::vector<RatioTables>& lights,
+              StackTable RatioTables::*table, const SensorGeometry& sensor) {
     if (lights.empty()) {
         return ratio;
     }
-    const StackTable applied = table_at(lights, grey.kelvin, [&](const LightTables& light) { return light.*table; });
+    const StackTable applied = table_at(lights, grey.kelvin, [&](const RatioTables& light) { return light.*table; });
     return ratio * applied.at(grey.x, grey.y, sensor) / std::ranges::min(applied.values);
 }
 
@@ -100,7 +99,7 @@ StackValues rpi_values(const CameraValues& values, const RpiTarget& target) {
     };
     if (values.black_level) {
         made.sections.push_back(
-            {"rpi.black_level", {{"black_level", TuningValue::of(whole(mean_of(*values.black_level) * kCode))}}});
+            {"rpi.black_level", {{"black_level", TuningValue::of(whole(mean_of(*values.black_level) * kStackCode))}}});
     } else {
         missing("rpi.black_level", "the results hold no black level");
     }
@@ -113,7 +112,7 @@ StackValues rpi_values(const CameraValues& values, const RpiTarget& target) {
         missing("rpi.noise", "the results hold no noise profile");
     }
 
-    std::vector<LightTables> lights;
+    std::vector<RatioTables> lights;
     std::vector<double> luminance(static_cast<std::size_t>(target.shading.cols * target.shading.rows));
     for (const LightShading& light : values.shading) {
         const GainTables gains = gain_tables(light.surface, values.sensor, target.shading);
@@ -129,10 +128,10 @@ StackValues rpi_values(const CameraValues& values, const RpiTarget& target) {
         std::vector<std::string> curve;
         for (const LightGrey& grey : values.greys) {
             curve.push_back(std::to_string(grey.kelvin));
-            curve.push_back(
-                decimal_text(behind(grey.red_over_green, grey, lights, &LightTables::red, values.sensor), kDecimals));
-            curve.push_back(
-                decimal_text(behind(grey.blue_over_green, grey, lights, &LightTables::blue, values.sensor), kDecimals));
+            curve.push_back(decimal_text(behind(grey.red_over_green, grey, lights, &RatioTables::red, values.sensor),
+                                         kTableDecimals));
+            curve.push_back(decimal_text(behind(grey.blue_over_green, grey, lights, &RatioTables::blue, values.sensor),
+                                         kTableDecimals));
         }
         made.sections.push_back({"rpi.awb", {{"ct_curve", TuningValue::of(std::move(curve), 3)}}});
     }
@@ -141,8 +140,8 @@ StackValues rpi_values(const CameraValues& values, const RpiTarget& target) {
     } else {
         TuningSection alsc{"rpi.alsc", {{"luminance_strength", TuningValue::of("1.0")}}};
         if (!mono) {
-            alsc.keys.emplace_back("calibrations_Cr", calibrations(lights, &LightTables::red));
-            alsc.keys.emplace_back("calibrations_Cb", calibrations(lights, &LightTables::blue));
+            alsc.keys.emplace_back("calibrations_Cr", calibrations(lights, &RatioTables::red));
+            alsc.keys.emplace_back("calibrations_Cb", calibrations(lights, &RatioTables::blue));
         }
         alsc.keys.emplace_back("luminance_lut", luminance_lut(std::move(luminance), target.shading));
         made.sections.push_back(std::move(alsc));
@@ -188,7 +187,7 @@ ExportText update_rpi_tuning(const CameraValues& values, const RpiTarget& target
                  {"black_level_b", codes[kBB]}}};
             for (const auto& [key, code] : channels) {
                 if (black.keys->find(key) != nullptr) {
-                    edits.set(*black.name, *black.keys, key, TuningValue::of(whole(code * kCode)));
+                    edits.set(*black.name, *black.keys, key, TuningValue::of(whole(code * kStackCode)));
                 }
             }
         }

@@ -9,7 +9,7 @@ namespace cali::host {
 namespace {
 
 /// Photosites between which gains are averaged, less where a table's values lie closer.
-constexpr double kReach = 8;
+constexpr double kSquare = 8;
 
 /// In photosites, 0 at the centre of the first.
 double position_of(int index, int count, bool corners, int size) {
@@ -42,7 +42,7 @@ double StackTable::at(double x, double y, const SensorGeometry& sensor) const {
 }
 
 GainTables gain_tables(const GainSurface& surface, const SensorGeometry& sensor, const TableLayout& layout) {
-    const double reach = std::min({kReach, sensor.width / (2.0 * layout.cols), sensor.height / (2.0 * layout.rows)});
+    const double reach = std::min({kSquare, sensor.width / (2.0 * layout.cols), sensor.height / (2.0 * layout.rows)});
     GainTables tables;
     tables.fill({layout, {}});
     for (int row = 0; row < layout.rows; ++row) {

@@ -10,6 +10,9 @@
 
 namespace cali::host {
 
+/// Codes of these files have 16 bits, ours 12.
+inline constexpr double kStackCode = 16;
+
 /// What is written, and what could not be.
 struct ExportText {
     std::string text;

@@ -20,6 +20,7 @@ std::string column_of(const FigureOfUnits& figure) {
 
 std::string summary_csv(const std::vector<UnitRecord>& units) {
     std::vector<std::vector<UnitFigure>> figures;
+    figures.reserve(units.size());
     for (const UnitRecord& unit : units) {
         figures.push_back(unit.error.empty() ? unit.figures : std::vector<UnitFigure>{});
     }

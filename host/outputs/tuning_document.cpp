@@ -131,14 +131,14 @@ private:
                     fail(event_.start_mark, "a key that is no name");
                 }
                 next();
-                made.members.emplace_back(std::move(key), node(level + 1));
+                made.members.push_back({std::move(key), node(level + 1)});
             }
         }
         if (made.kind != TuningNode::Kind::scalar) {
             // A block ends where the next thing begins, behind blanks and comments: its last value ends before them.
             const bool empty = made.items.empty() && made.members.empty();
             made.end = made.flow || empty   ? byte_at(event_.end_mark)
-                       : made.items.empty() ? made.members.back().second.end
+                       : made.items.empty() ? made.members.back().value.end
                                             : made.items.back().end;
         }
         return made;
@@ -214,8 +214,8 @@ std::size_t indent_of_line(const std::string& text, std::size_t at) {
 }  // namespace
 
 const TuningNode* TuningNode::find(const std::string& name) const {
-    const auto found = std::ranges::find_if(members, [&](const auto& member) { return member.first.text == name; });
-    return found == members.end() ? nullptr : &found->second;
+    const auto found = std::ranges::find_if(members, [&](const auto& member) { return member.key.text == name; });
+    return found == members.end() ? nullptr : &found->value;
 }
 
 TuningNode parse_tuning(const std::string& text, const std::string& file) { return TuningReader(text, file).read(); }
@@ -279,8 +279,8 @@ void TuningEdits::set(const TuningNode& name, const TuningNode& map, const std::
                                          flow_text(value, form_, margin));
         return;
     }
-    const std::size_t at = map.members.front().first.begin;
-    const std::size_t margin = map.members.front().first.column;
+    const std::size_t at = map.members.front().key.begin;
+    const std::size_t margin = map.members.front().key.column;
     const bool own_line = indent_of_line(text_, at) == margin;
     edits_.push_back({at, at,
                       entry + flow_text(value, form_, own_line ? margin : indent_of_line(text_, at)) +

@@ -9,6 +9,8 @@
 
 namespace cali::host {
 
+struct TuningMember;
+
 /// A value of the file; bytes `begin` to `end` of its text are the value itself.
 struct TuningNode {
     enum class Kind { scalar, list, map };
@@ -19,15 +21,20 @@ struct TuningNode {
     bool flow = false;    ///< of a list or map: in brackets, as JSON has them
     std::size_t begin = 0;
     std::size_t end = 0;
-    std::size_t line = 0;                                    ///< from 1
-    std::size_t column = 0;                                  ///< from 0, in bytes
-    std::vector<TuningNode> items;                           ///< of a list
-    std::vector<std::pair<TuningNode, TuningNode>> members;  ///< of a map, as they follow each other
+    std::size_t line = 0;               ///< from 1
+    std::size_t column = 0;             ///< from 0, in bytes
+    std::vector<TuningNode> items;      ///< of a list
+    std::vector<TuningMember> members;  ///< of a map, as they follow each other
 
     /// The first member of that name; null where there is none.
     [[nodiscard]] const TuningNode* find(const std::string& name) const;
     /// A scalar without content, as a key without a value has it.
     [[nodiscard]] bool is_empty() const { return kind == Kind::scalar && !quoted && text.empty(); }
+};
+
+struct TuningMember {
+    TuningNode key;
+    TuningNode value;
 };
 
 /// The file's one document, comments passed over. Throws InputError, which names `file` and the line, for what is no

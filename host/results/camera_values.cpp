@@ -81,13 +81,16 @@ private:
         });
         const auto kelvin = [](const Entry* entry) { return kelvin_of(*entry); };
         std::ranges::stable_sort(chosen, {}, kelvin);
-        const auto repeated = std::ranges::unique(chosen, {}, kelvin);
-        for (const Entry* const entry : repeated) {
-            note(section + text(" of %s: another one of %d K stands already, left out",
-                                entry->file.filename().string().c_str(), kelvin_of(*entry)));
+        std::vector<const Entry*> each;
+        for (const Entry* const entry : chosen) {
+            if (each.empty() || kelvin(each.back()) != kelvin(entry)) {
+                each.push_back(entry);
+            } else {
+                note(section + text(" of %s: another one of %d K stands already, left out",
+                                    entry->file.filename().string().c_str(), kelvin(entry)));
+            }
         }
-        chosen.erase(repeated.begin(), repeated.end());
-        return chosen;
+        return each;
     }
 
     void black_level(const BlackLevelResults& entry) {

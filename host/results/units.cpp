@@ -93,6 +93,7 @@ std::vector<FigureOfUnits> compare_figures(const std::vector<std::vector<UnitFig
 
 UnitComparison compare_units(const std::vector<Unit>& units) {
     std::vector<std::vector<UnitFigure>> figures;
+    figures.reserve(units.size());
     for (const Unit& unit : units) {
         figures.push_back(figures_of(unit.results));
     }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "results/units.h"
+#include "base/text.h"
 #include "support/program.h"
 
 namespace cali::test {
@@ -32,10 +32,10 @@ protected:
     void SetUp() override {
         for (int i = 1; i <= kUnits; ++i) {
             // The ninth is of another lens.
-            run_line(folder_.path(), "simulate line/u" + std::to_string(i) +
-                                         " --size 64x48 --format raw --illuminants 5000 --series-levels 0 "
-                                         "--dark-frames 1 --chart fills-frame --seed " +
-                                         std::to_string(i) + (i == kUnits ? " --axis 4 3" : ""));
+            run_line(folder_.path(),
+                     host::text("simulate line/u%d --size 64x48 --format raw --illuminants 5000 --series-levels 0 "
+                                "--dark-frames 1 --seed %d%s",
+                                i, i, i == kUnits ? " --axis 4 3" : ""));
         }
         write_text(folder_ / "line/u2/flat_5000K.raw", "short");
         write_text(folder_ / "line/all.txt", "# the line\nu1\nu2/session.toml\nu3\n\nu4\nu5\nu6\nu7\nu8\nu9\n");
