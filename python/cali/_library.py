@@ -129,10 +129,12 @@ def call(name: str, /, **given: Any) -> int:
     Arrays stand for their addresses: their types, layouts and lengths have been checked by then. Returns the status, 0
     or above; raises Rejected or MemoryError.
     """
-    values = [_value_of(given.pop(argument) if argument in given or not _may_lack(argument) else 0)
-              for argument, _ in EXPORTS[name]]
-    if given:
-        raise AssertionError(f"{name} has no argument {', '.join(given)}")
+    arguments = [argument for argument, _ in EXPORTS[name]]
+    unknown = set(given).difference(arguments)
+    lacking = {argument for argument in set(arguments).difference(given) if not _may_lack(argument)}
+    if unknown or lacking:
+        raise AssertionError(f"{name} has no argument {sorted(unknown)} and needs {sorted(lacking)}")
+    values = [_value_of(given.get(argument, 0)) for argument in arguments]  # `given` keeps the arrays alive
     with _lock:
         if _heard.running:
             raise RuntimeError(f"{name} was called by what a running call of the library called")

@@ -8,7 +8,7 @@ from typing import Any
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
-from ._check import (INT32_MAX, address_list, frame as checked_frame, integer, integers, number, pattern_code,
+from ._check import (INT32_MAX, address_list, floats, frame as checked_frame, integer, integers, number, pattern_code,
                      weights as checked_weights)
 from ._declarations import CALI_WHITE_D65, CcmLensShading, CcmPreprocess, CcmToneCurves
 from ._library import call
@@ -134,7 +134,7 @@ def isp_ccm_pipe_calc_v2(frame: Frame, pattern: Pattern | int | str, gains: Gain
             raise TypeError("tone_curves is not a pair of lists of codes")
         first, second = [integers(f"tone_curves[{i}]", curve, np.uint32, (-1,)) for i, curve in enumerate(tone_curves)]
         curves = CcmToneCurves(first.ctypes.data, first.size, second.ctypes.data, second.size)
-    factors = np.concatenate([np.array([number("saturation", saturation)], np.float32),
+    factors = np.concatenate([floats("saturation", [number("saturation", saturation)], (1,)),
                               checked_weights("weights", weights, PATCHES)])
     call("cali_isp_ccm_pipe_calc_v2", frame=samples, width=width, height=height,
          pattern=pattern_code(pattern), chart_windows=windows,

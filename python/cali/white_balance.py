@@ -88,6 +88,6 @@ def awb_getCurve(ref_a: float = 1024.0, ref_b: float = 1024.0) -> NDArray[np.flo
     """The curve of the process's last `awb_BuildCurve` (all zero before one) as 200 numbers within 0..8: the running
     minimum of 1024 y / ref_b at x = i / 100 * ref_a / 1024. With threads, hold `exclusive` around both calls."""
     table = np.zeros(200, np.float32)
-    call("cali_awb_getCurve", table=table, ref_a=np.array([0, number("ref_a", ref_a)], np.float32),
-         ref_b=np.array([0, number("ref_b", ref_b)], np.float32))
+    call("cali_awb_getCurve", table=table, ref_a=floats("ref_a", [0, number("ref_a", ref_a)], (2,)),
+         ref_b=floats("ref_b", [0, number("ref_b", ref_b)], (2,)))
     return table

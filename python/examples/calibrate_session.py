@@ -4,7 +4,8 @@
     python3 calibrate_session.py demo/session.toml --plot demo.png
 
 The chain of `cali calibrate`, in its default settings: black level, lens shading, white balance and its curve, colour
-matrix and table, noise. The values are those of the program, bit for bit.
+matrix and table, noise. The values are those of the program, bit for bit; it alone chooses the
+window of the noise by how bright the series is.
 """
 from __future__ import annotations
 
@@ -21,8 +22,6 @@ import cali
 # Encoded sRGB of the chart's greys between white and black, by which charts are exposed.
 GREYS = slice(19, 23)
 GREY_GREEN = np.array([0.784314, 0.627451, 0.478431, 0.333333], np.float32)
-# Window of the noise statistics: x, y, width, height in photosites.
-NOISE_WINDOW = (704, 284, 512, 512)
 
 
 class Light(NamedTuple):
@@ -68,12 +67,18 @@ def black_level(session: Session) -> cali.BlackLevel:
     return cali.BlackLevel.of_offsets(*[(2 * sum(codes) + n) // (2 * n) for codes in offsets])
 
 
+def middle(session: Session, side: int) -> tuple[int, int, int, int]:
+    """A window of that side or less."""
+    sizes = [session.content["sensor"][key] & ~1 for key in ("width", "height")]
+    width, height = (min(size, side) for size in sizes)
+    return (sizes[0] - width) // 2 & ~1, (sizes[1] - height) // 2 & ~1, width, height
+
+
 def grey_gains(session: Session, name: str, black: cali.BlackLevel, mesh: cali.Mesh) -> cali.Gains:
     """Of a window of 256 x 256 amid the grey card."""
     grey = session.read(name)
-    height, width = grey.shape
     with cali.exclusive():
-        cali.awb_setROI((width - 256) // 2, (height - 256) // 2, 256, 256)
+        cali.awb_setROI(*middle(session, 256))
         return cali.awb_calc(grey, session.pattern, black_level=black, mesh=mesh)
 
 
@@ -134,9 +139,9 @@ def curve(lights: list[Light], reference_k: float = 5000) -> tuple[cali.Curve, n
         return fitted, cali.awb_getCurve()
 
 
-def noise(session: Session, black: cali.BlackLevel, window: tuple[int, int, int, int] = NOISE_WINDOW) -> Noise:
-    """Lines through deviation and mean of every level, and their registers. `window`: even numbers."""
-    x, y, width, height = window
+def noise(session: Session, black: cali.BlackLevel, window: tuple[int, int, int, int] | None = None) -> Noise:
+    """Lines through deviation and mean of every level, and their registers. `window`: x, y, width and height, even."""
+    x, y, width, height = window or middle(session, 512)
     channels = channels_of(session.pattern)
     rr, gr, gb, bb = black.offset
     below = np.array([(gr, gr, gb, bb)[channel] for channel in channels]).reshape(2, 2)  # one level for GR and RR
