@@ -1,5 +1,5 @@
-/// What the library inside the Python package has beside the exports. Its objects are those of libcali; the linker sends
-/// their printing through the functions below (--wrap), so that neither the process's standard output nor its
+/// What the library inside the Python package has beside the exports. Its objects are those of libcali; the linker
+/// sends their printing through the functions below (--wrap), so that neither the process's standard output nor its
 /// descriptors are touched while other threads of the interpreter use them.
 #include <array>
 #include <cstdarg>

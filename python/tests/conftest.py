@@ -16,7 +16,8 @@ import calibrate_session  # noqa: E402
 
 @pytest.fixture(scope="session")
 def demo(tmp_path_factory):
-    folder = tmp_path_factory.mktemp("demo")
+    folder = tmp_path_factory.mktemp("session") / "demo"
+    folder.mkdir()
 
     def program(line):
         subprocess.run([os.environ["CALI_PROGRAM"], *line.split()], cwd=folder, check=True, capture_output=True)

@@ -37,8 +37,8 @@ int main(int argc, char** argv) {
                        float*, float*, float*) =
         (int32_t(*)(uint32_t**, uint32_t, uint32_t, int32_t, uint32_t*, uint32_t*, uint32_t*, uint32_t*, float*, float*,
                     float*, float*))GetProcAddress(library, "cali_blc_calc_by_mean");
-    int32_t (*ccm)(const int32_t* const*, const void*, int32_t, uint32_t, uint32_t, int32_t, float, const float*, float*,
-                   int32_t*) =
+    int32_t (*ccm)(const int32_t* const*, const void*, int32_t, uint32_t, uint32_t, int32_t, float, const float*,
+                   float*, int32_t*) =
         (int32_t(*)(const int32_t* const*, const void*, int32_t, uint32_t, uint32_t, int32_t, float, const float*,
                     float*, int32_t*))GetProcAddress(library, "cali_ccm_calc");
     if (listen == NULL || by_mean == NULL || ccm == NULL) {
@@ -60,9 +60,10 @@ int main(int argc, char** argv) {
     status = by_mean(&frame, 2, 2, 9, &offset[0], &offset[1], &offset[2], &offset[3], &gain[0], &gain[1], &gain[2],
                      &gain[3]);
     listen(NULL, NULL);
-    bad += expect("rejection",
-                  status == -1 && strcmp(warned, "BLC Calib Warning: cali_blc_calc_by_mean: pattern is 9, expected 0 "
-                                                 "to 3") == 0);
+    bad +=
+        expect("rejection", status == -1 && strcmp(warned,
+                                                   "BLC Calib Warning: cali_blc_calc_by_mean: pattern is 9, expected 0 "
+                                                   "to 3") == 0);
     const int32_t black[3] = {0, 0, 0};
     const int32_t* patch = black;
     const float weight = 1;

@@ -5,7 +5,6 @@ from dataclasses import replace
 
 import calibrate_session
 import numpy as np
-import pytest
 from conftest import EXAMPLES
 
 import cali
@@ -134,6 +133,14 @@ def test_the_example_runs_and_draws(demo, tmp_path):
     assert done.returncode == 0, done.stderr
     assert "black level 64 66 65 63" in done.stdout
     assert (tmp_path / "demo.png").read_bytes().startswith(b"\x89PNG")
+
+
+def test_the_tour_of_the_manual_runs(demo):
+    manual = (EXAMPLES.parents[1] / "docs/python.md").read_text(encoding="utf-8")
+    tour = manual.split("```python\n")[1].split("```")[0]
+    done = subprocess.run([sys.executable, "-W", "error", "-c", tour], cwd=demo.folder.parent, capture_output=True,
+                          text=True)
+    assert done.stdout.startswith("pass ColourRegisters(red=") and not done.stderr, done.stderr
 
 
 def test_exports_that_the_program_does_not_use():
