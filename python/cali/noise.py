@@ -183,8 +183,9 @@ def isp_ynr_np_fix_calc(lines: Channels[Line], *, ref_level: int = 1024, slope_f
     at 17 levels, with a line through it. Where a channel's line is negative it has no noise."""
     found = _Registers()
     blue_first = list(Channels(*lines))[::-1]
-    call("cali_isp_ynr_np_fix_calc", slopes=floats("slopes", [number("slope", line.slope) for line in blue_first], (4,)),
-         intercepts=floats("intercepts", [number("intercept", line.intercept) for line in blue_first], (4,)),
+    slopes = floats("slopes", [number("slope", line.slope) for line in blue_first], (4,))
+    intercepts = floats("intercepts", [number("intercept", line.intercept) for line in blue_first], (4,))
+    call("cali_isp_ynr_np_fix_calc", slopes=slopes, intercepts=intercepts,
          ref_level=integer("ref_level", ref_level), slope_format=format_text("slope_format", slope_format),
          level_format=format_text("level_format", level_format), **found.arguments())
     return found.registers()

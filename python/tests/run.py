@@ -1,5 +1,5 @@
-"""Tests a wheel, or the one that it makes around a library: installs it into an empty folder, checks its types with mypy
-and runs pytest beside it, not on the source tree.
+"""Tests a wheel, or the one that it makes around a library: installs it into an empty folder, checks its types with
+mypy and runs pytest beside it, not on the source tree.
 
     python3 run.py PROGRAM WORK_FOLDER WHEEL_OR_LIBRARY
 
