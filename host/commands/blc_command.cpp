@@ -17,6 +17,7 @@ void describe(Command& command, BlcOptions& options) {
     command.option("FRAME", options.frames, "dark frames; offsets are averaged over them").required();
     command
         .option("--method", options.method, "median, mean, or mean_deviation (the mean plus a tenth of the deviation)")
+        .suggests({"median", "mean", "mean_deviation"})
         .show_default();
     command.option("--blocks", options.blocks, "also means of blocks, this many across the frame")
         .whole_range(2U, 1024U);

@@ -24,10 +24,13 @@ struct CcmOptions {
 void describe(Command& command, CcmOptions& options) {
     command.option("CHART", options.chart, "capture of the chart").required();
     options.values.add_to(command, {ValueOptions::all, ValueOptions::black_level});
-    command.option("--method", options.method,
-                   "lsq (least squares, default), optimised (least colour difference), joint (least squares, white "
-                   "balance from the chart's greys), or measured (least squares to the colours of --reference)");
-    command.option("--white", options.white, "white of the colour differences: D65 (default) or D50");
+    command
+        .option("--method", options.method,
+                "lsq (least squares, default), optimised (least colour difference), joint (least squares, white "
+                "balance from the chart's greys), or measured (least squares to the colours of --reference)")
+        .suggests({"lsq", "optimised", "joint", "measured"});
+    command.option("--white", options.white, "white of the colour differences: D65 (default) or D50")
+        .suggests({"D65", "D50"});
     command.option("--saturation", options.saturation, "factor of the optimised method; default 1").range(0.0, 4.0);
     command
         .option(

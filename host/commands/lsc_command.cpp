@@ -23,7 +23,8 @@ void describe(Command& command, LscOptions& options) {
     options.values.add_to(command, {ValueOptions::black_level});
     command.option("--grid", options.grid, "mesh nodes across and down, 4 to 129 each, 4761 in all; default 33x25")
         .type_name("COLSxROWS");
-    command.option("--type", options.type, "what the gains correct: chroma_and_luma (default), chroma or luma");
+    command.option("--type", options.type, "what the gains correct: chroma_and_luma (default), chroma or luma")
+        .suggests({"chroma_and_luma", "chroma", "luma"});
     command.flag("--denoise,!--no-denoise", options.denoise, "clean noise and dust before filtering");
     options.light.add_to(command, "colour temperature of the light, in kelvin");
     add_shading_options(command, options.files);

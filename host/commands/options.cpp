@@ -263,11 +263,14 @@ void GeometryOptions::add_to(Command& command) {
     command.option("--session", session_, "session file that tells the geometry (docs/session.md)").type_name("FILE");
     command.option("--size", size_, "size of headerless raw files, such as 1920x1080; other forms tell theirs")
         .type_name("WxH");
-    command.option("--pattern", pattern_,
-                   "colours of the top-left photosites: BGGR, GBRG, GRBG or RGGB; MONO: no mosaic");
+    command
+        .option("--pattern", pattern_, "colours of the top-left photosites: BGGR, GBRG, GRBG or RGGB; MONO: no mosaic")
+        .suggests({"RGGB", "BGGR", "GRBG", "GBRG", "MONO"});
     command.option("--bits", bits_, "bit depth of the samples, 8 to 16, where the file does not tell it");
-    command.option("--packing", packing_, "of headerless raw files: none, raw10, raw12 or raw14 (docs/captures.md)");
-    command.option("--byte-order", byte_order_, "of headerless 16-bit words: little or big");
+    command.option("--packing", packing_, "of headerless raw files: none, raw10, raw12 or raw14 (docs/captures.md)")
+        .suggests({kPackingNames.begin(), kPackingNames.end()});
+    command.option("--byte-order", byte_order_, "of headerless 16-bit words: little or big")
+        .suggests({"little", "big"});
     command.option("--stride-bytes", stride_bytes_, "of headerless raw files: from one row to the next");
     command.option("--header-bytes", header_bytes_, "of headerless raw files: bytes before the first row");
     command.option("--gain", gain_, "analogue gain of the capture, 1 = ISO 100; default: what the file tells")

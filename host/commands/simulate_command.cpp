@@ -34,6 +34,7 @@ void describe(Command& command, SimulateOptions& options) {
         .takes(ValueKind::folder);
     command.option("--size", options.size, "frame size, up to 8192x8192").type_name("WxH").show_default();
     command.option("--pattern", options.pattern, "BGGR, GBRG, GRBG, RGGB, or MONO: all photosites green")
+        .suggests({"RGGB", "BGGR", "GRBG", "GBRG", "MONO"})
         .show_default();
     command.option("--bits", options.plan.sensor.bits, "bit depth of the files")
         .whole_range(kMinBits, kMaxBits)

@@ -26,18 +26,28 @@ Thumbnail thumbnail(const Capture& capture, const BlackLevels& black_level, cons
 
     const ConstRawFrame frame = capture.view();
     const std::array<double, 3> gain = {gains.red / 1024.0, gains.green / 1024.0, gains.blue / 1024.0};
-    const int cells = std::min(kCells, small.photosites / 2);
+    // Of a cell's photosites, row by row: every pixel begins at a cell.
+    struct Photosite {
+        std::size_t colour;
+        double black;
+        double gain;
+    };
+    std::array<Photosite, 4> cell{};
+    for (uint32_t i = 0; i < cell.size(); ++i) {
+        const Channel channel = bayer_channel(sensor.pattern, i / 2, i % 2);
+        const std::size_t c = colour_of(channel);
+        cell[i] = {c, static_cast<double>(black_level.offset[index_of(channel)]), gain[c] / (c == 1 ? 2 : 1)};
+    }
+    const int side = 2 * std::min(kCells, small.photosites / 2);
     std::vector<float> linear(small.width * small.height * 3);
     for (std::size_t pixel = 0; pixel < small.width * small.height; ++pixel) {
         const int left = static_cast<int>(pixel % small.width) * small.photosites;
         const int top = static_cast<int>(pixel / small.width) * small.photosites;
-        for (int y = top; y < top + 2 * cells; ++y) {
-            for (int x = left; x < left + 2 * cells; ++x) {
-                const Channel channel =
-                    bayer_channel(sensor.pattern, static_cast<uint32_t>(y), static_cast<uint32_t>(x));
-                const std::size_t c = channel == RR ? 0 : channel == BB ? 2 : 1;
-                const double above = static_cast<double>(frame.row(y)[x]) - black_level.offset[index_of(channel)];
-                linear[3 * pixel + c] += static_cast<float>(above * gain[c] / (c == 1 ? 2 : 1));
+        for (int y = 0; y < side; ++y) {
+            const uint32_t* const row = frame.row(top + y) + left;
+            for (int x = 0; x < side; ++x) {
+                const Photosite& at = cell[static_cast<std::size_t>(2 * (y % 2) + x % 2)];
+                linear[3 * pixel + at.colour] += static_cast<float>((row[x] - at.black) * at.gain);
             }
         }
     }

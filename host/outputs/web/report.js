@@ -65,7 +65,9 @@
     } else {
       made.data = series.points.map((point, i) => ({ value: point, name: series.labels ? series.labels[i] : "" }));
       const few = series.points.length <= 12;
-      if (series.kind === "points" && series.labels && few && plot.series.length <= 2) {
+      // Of many units' small plots those that lie off are named; the others stand in the data.
+      const named = plot.x.name !== "unit" || series.tint === "red";
+      if (series.kind === "points" && series.labels && few && named && plot.series.length <= 2) {
         made.label = { show: true, position: "top", color: colour("ink"), formatter: (of) => of.name };
         made.labelLayout = { hideOverlap: true };
       }
