@@ -6,14 +6,16 @@
 #include <array>
 #include <cmath>
 #include <map>
+#include <sstream>
 
 #include "base/text.h"
-#include "calibrations/flatness.h"
+#include "calibrations/chart_reference.h"
 #include "captures/read_capture.h"
 #include "chart/chart_windows.h"
 #include "math/colour_difference.h"
 #include "outputs/tuning_rules.h"
 #include "results/results_file.h"
+#include "simulation/illuminant.h"
 #include "support/program.h"
 
 namespace cali::test {
@@ -173,8 +175,10 @@ protected:
         }
     }
 
-    /// CIEDE2000 over the chart no larger than ours.
-    void expect_colours(const Stack& stack, int kelvin) const {
+    /// CIEDE2000 over the chart no larger than ours. `lab_of`: of a patch behind the stack, its greys exposed as the
+    /// reference's.
+    template <typename LabOf>
+    void expect_colours(const Stack& stack, int kelvin, LabOf lab_of) const {
         const auto ours = std::ranges::find_if(results_.matrices, [&](const host::MatrixCalibration& matrix) {
             return matrix.taken.illuminant_k == kelvin;
         });
@@ -190,19 +194,27 @@ protected:
         }
         std::vector<Colour> lab;
         std::vector<Colour> expected;
-        const WhitePoint& white = white_point(ours->settings.white_point);
         for (std::size_t patch = 0; patch < found.size(); ++patch) {
-            Colour corrected{};
-            for (std::size_t row = 0; row < 3; ++row) {
-                for (std::size_t c = 0; c < 3; ++c) {
-                    corrected[row] += stack.matrix.at(3 * row + c) * found[patch][c] * reference / light;
-                }
-                corrected[row] = std::clamp(corrected[row], 0.0, 1.0);
+            for (double& value : found[patch]) {
+                value *= reference / light;
             }
-            lab.push_back(lab_of_linear_rgb(corrected, white));
-            expected.push_back(lab_of_linear_rgb(ours->reference[patch], white));
+            lab.push_back(lab_of(found[patch]));
+            expected.push_back(lab_of_linear_rgb(ours->reference[patch], white_point(ours->settings.white_point)));
         }
         EXPECT_LT(summarise(lab, expected, delta_e_2000).mean, ours->after.de2000.mean + 0.15) << kelvin;
+    }
+
+    void expect_colours(const Stack& stack, int kelvin) const {
+        expect_colours(stack, kelvin, [&](const Colour& balanced) {
+            Colour corrected{};
+            for (std::size_t i = 0; i < 9; ++i) {
+                corrected[i / 3] += stack.matrix.at(i) * balanced[i % 3];
+            }
+            for (double& value : corrected) {
+                value = std::clamp(value, 0.0, 1.0);
+            }
+            return lab_of_linear_rgb(corrected, white_point(CALI_WHITE_D65));
+        });
     }
 
     void expect_all(const Stack& stack, int kelvin) const {
@@ -235,6 +247,55 @@ TEST_F(Exports, MakeTheSimulatedCapturesFlatGreyAndOfTheRightColours) {
     const double told = std::stod(noise.find("reference_constant")->text) +
                         std::stod(noise.find("reference_slope")->text) * std::sqrt(level.mean[1] * 16.0);
     EXPECT_NEAR(told / (level.deviation[1] * 16.0), 1, 0.04);
+}
+
+// By the model of DNG files: neutral from ColorMatrix, balanced colours through ForwardMatrix.
+TEST_F(Exports, OfDngTagsBringPatchesToTheirColours) {
+    std::map<std::string, std::vector<double>> tags;
+    std::istringstream lines(exported("dng"));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line.substr(line.find(':') + 1));
+        std::vector<double>& values = tags[line.substr(0, line.find(':'))];
+        for (double value = 0; words >> value;) {
+            values.push_back(value);
+        }
+    }
+    EXPECT_EQ(tags.at("CalibrationIlluminant1"), std::vector{17.0});
+    EXPECT_EQ(tags.at("CalibrationIlluminant2"), std::vector{21.0});
+    const auto apply = [](const std::vector<double>& matrix, const Colour& colour) {
+        Colour made{};
+        for (std::size_t i = 0; i < 9; ++i) {
+            made[i / 3] += matrix.at(i) * colour[i % 3];
+        }
+        return made;
+    };
+    const TuningNode tables = host::parse_tuning(exported("rpi-pisp"), "pisp");
+    const Colour d50 = *host::named_white("D50", 2);
+    for (const auto& [light, kelvin] : {std::pair("1", 2850), std::pair("2", 6500)}) {
+        const Colour neutral = apply(tags.at(std::string("ColorMatrix") + light), host::illuminant_white(kelvin));
+        // Even over the frame, and in the middle as the sensor gives it.
+        Stack stack = rpi_stack(tables, kelvin, 32, 32);
+        for (std::size_t c = 0; c < 3; ++c) {
+            stack.balance[c] = 1 / (neutral[c] * stack.gain(c, results_.sensor.width / 2, results_.sensor.height / 2,
+                                                            results_.sensor));
+        }
+        const host::Capture card = capture("grey_" + std::to_string(kelvin) + "K.raw");
+        const Colour grey = mean(stack, card, {240, 160, 160, 160});
+        EXPECT_NEAR(grey[0] / grey[1], 1, 0.01) << kelvin;
+        EXPECT_NEAR(grey[2] / grey[1], 1, 0.01) << kelvin;
+        expect_colours(stack, kelvin, [&](const Colour& balanced) {
+            const Colour xyz = apply(tags.at(std::string("ForwardMatrix") + light), balanced);
+            Colour linear = host::linear_colours({{}, {xyz}, d50, ""}, CALI_WHITE_D65).front();
+            for (double& value : linear) {
+                value = std::clamp(value, 0.0, 1.0);
+            }
+            return lab_of_linear_rgb(linear, white_point(CALI_WHITE_D65));
+        });
+    }
+    const std::vector<double>& noise = tags.at("NoiseProfile");
+    const host::NoiseLevel& level = results_.noise.front().levels.back();
+    const double range = 4095 - results_.black_level.front().mean[0].value;
+    EXPECT_NEAR((noise.at(0) * level.mean[0] / range + noise.at(1)) / (level.variance[0] / (range * range)), 1, 0.03);
 }
 
 TEST_F(Exports, LeaveOutWhatTheyHaveNoLightOrValuesFor) {
