@@ -272,6 +272,7 @@ TEST_F(Exports, OfDngTagsBringPatchesToTheirColours) {
     const TuningNode tables = host::parse_tuning(exported("rpi-pisp"), "pisp");
     const Colour d50 = *host::named_white("D50", 2);
     for (const auto& [light, kelvin] : {std::pair("1", 2850), std::pair("2", 6500)}) {
+        const std::vector<double>& forward = tags.at(std::string("ForwardMatrix") + light);
         const Colour neutral = apply(tags.at(std::string("ColorMatrix") + light), host::illuminant_white(kelvin));
         // Even over the frame, and in the middle as the sensor gives it.
         Stack stack = rpi_stack(tables, kelvin, 32, 32);
@@ -284,7 +285,7 @@ TEST_F(Exports, OfDngTagsBringPatchesToTheirColours) {
         EXPECT_NEAR(grey[0] / grey[1], 1, 0.01) << kelvin;
         EXPECT_NEAR(grey[2] / grey[1], 1, 0.01) << kelvin;
         expect_colours(stack, kelvin, [&](const Colour& balanced) {
-            const Colour xyz = apply(tags.at(std::string("ForwardMatrix") + light), balanced);
+            const Colour xyz = apply(forward, balanced);
             Colour linear = host::linear_colours({{}, {xyz}, d50, ""}, CALI_WHITE_D65).front();
             for (double& value : linear) {
                 value = std::clamp(value, 0.0, 1.0);
