@@ -116,7 +116,7 @@ std::string line_of(const UnitRecord& record, bool kept) {
 
 /// The unit's files are named as its session names them: where its folder lies is nobody's matter later.
 UnitRecord broken(const UnitSession& unit, std::string error) {
-    const std::string folder = unit.session.parent_path().string() + "/";
+    const std::string folder = (unit.session.parent_path() / "").string();
     for (std::size_t at = error.find(folder); folder.size() > 1 && at != std::string::npos; at = error.find(folder)) {
         error.erase(at, folder.size());
     }
