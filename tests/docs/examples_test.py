@@ -116,6 +116,11 @@ def make_stock():
     framed(f"{STOCK}/small/chart_5000K.pgm", f"{STOCK}/framed.pgm", 40, 40, 412, 342)
     padded(f"{STOCK}/raw10/dark_1.raw", f"{STOCK}/padded.raw", 2400, 2432)
     reference_csv(f"{STOCK}/rggb.json", f"{STOCK}/reference.csv")
+    for unit in (1, 2):
+        cali(f"simulate line7/unit_{unit} --seed {unit} --size 640x480 --format raw --illuminants 5000 --series-levels 0",
+             STOCK)
+    cali("calibrate line7/unit_1 line7/unit_2 --out tuned", STOCK)
+    cali("export rggb.json --format rpi-pisp --out imx.json", STOCK)
     with open(f"{STOCK}/units.txt", "w") as out:
         out.write("golden.json\nunit_17.json\n")
     with open(f"{STOCK}/line.toml", "w") as out:
@@ -129,7 +134,7 @@ HELP_FILES = {
     "dark.pgm": "rggb/dark_1.pgm", "dark_1.pgm": "rggb/dark_1.pgm", "dark_2.pgm": "rggb/dark_2.pgm",
     "dark_1.dng": "dng/dark_1.dng", "dark_2.dng": "dng/dark_2.dng", "my_chart.csv": "reference.csv",
     "ccm.json": "ccm.json", "golden.json": "rggb.json", "unit_17.json": "scene.json",
-    "line.toml": "line.toml", "units.txt": "units.txt", "session.toml": "rggb/session.toml",
+    "line7": "line7", "tuned": "tuned", "imx.json": "imx.json", "line.toml": "line.toml", "units.txt": "units.txt", "session.toml": "rggb/session.toml",
     "l1_1.pgm": "rggb/series_1_1.pgm", "l1_2.pgm": "rggb/series_1_2.pgm",
     "l2_1.pgm": "rggb/series_3_1.pgm", "l2_2.pgm": "rggb/series_3_2.pgm",
 }
