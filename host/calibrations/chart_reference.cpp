@@ -60,6 +60,16 @@ std::vector<Colour> linear_colours(const ChartReference& reference, int white_se
     return linear;
 }
 
+Colour xyz_of_linear(const Colour& linear, int white_selector, const Colour& to) {
+    const WhitePoint& from = white_point(white_selector);
+    Colour xyz{};
+    for (std::size_t row = 0; row < xyz.size(); ++row) {
+        const Colour& weights = from.xyz_of_rgb[row];
+        xyz[row] = weights[0] * linear[0] + weights[1] * linear[1] + weights[2] * linear[2];
+    }
+    return adapt_bradford(xyz, {from.x, 1, from.z}, to);
+}
+
 std::vector<Colour> built_in_colours() {
     std::vector<Colour> linear;
     linear.reserve(kChartPatches);

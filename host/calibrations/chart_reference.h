@@ -31,6 +31,9 @@ struct ChartReference {
 /// Linear RGB of the white that the selector names, 1 = white. Vivid colours may lie outside 0..1.
 [[nodiscard]] std::vector<Colour> linear_colours(const ChartReference& reference, int white_selector);
 
+/// The way back: XYZ for the white `to`, Y of whites 1, of a linear colour of the white that the selector names.
+[[nodiscard]] Colour xyz_of_linear(const Colour& linear, int white_selector, const Colour& to);
+
 /// The built-in table's, which are the same for every white.
 [[nodiscard]] std::vector<Colour> built_in_colours();
 

@@ -35,13 +35,35 @@ struct CaptureEntry {
     [[nodiscard]] const std::filesystem::path& file() const { return files.front(); }
 };
 
+/// Of an entry of results, which holds them itself or with its input.
+template <typename Entry>
+[[nodiscard]] const Conditions& conditions_of(const Entry& entry) {
+    if constexpr (requires { entry.taken; }) {
+        return entry.taken;
+    } else {
+        return entry.input.taken;
+    }
+}
+
+/// Likewise; empty for entries of several files.
+template <typename Entry>
+[[nodiscard]] std::filesystem::path file_of(const Entry& entry) {
+    if constexpr (requires { entry.file; }) {
+        return entry.file;
+    } else if constexpr (requires { entry.input.file; }) {
+        return entry.input.file;
+    } else {
+        return {};
+    }
+}
+
 /// The entries of the light that is nearest by reciprocal temperature, of these the one whose gain is nearest by ratio;
 /// the first where nothing is known, none of none.
 template <typename Entry>
 [[nodiscard]] const Entry* nearest_entry(const std::vector<Entry>& entries, const Conditions& conditions) {
     constexpr double kFar = std::numeric_limits<double>::infinity();
     const auto distance = [&](const Entry& entry) {
-        const Conditions& other = entry.taken;
+        const Conditions& other = conditions_of(entry);
         return std::pair(conditions.illuminant_k && other.illuminant_k
                              ? std::abs(1 / *conditions.illuminant_k - 1 / *other.illuminant_k)
                              : kFar,
@@ -58,23 +80,24 @@ template <typename Entry>
                                         const std::filesystem::path& file, const std::string& what,
                                         const std::string& expected) {
     const auto fits = [&](const Entry& entry) {
-        return !conditions.illuminant_k || entry.taken.illuminant_k == conditions.illuminant_k;
+        return !conditions.illuminant_k || conditions_of(entry).illuminant_k == conditions.illuminant_k;
     };
     std::vector<Entry> fitting;
     std::ranges::copy_if(entries, std::back_inserter(fitting), fits);
     const bool one_light = std::ranges::all_of(fitting, [&](const Entry& entry) {
-        return entry.taken.illuminant_k == fitting.front().taken.illuminant_k &&
-               (entry.taken.gain || fitting.size() == 1);
+        return conditions_of(entry).illuminant_k == conditions_of(fitting.front()).illuminant_k &&
+               (conditions_of(entry).gain || fitting.size() == 1);
     });
     if (!fitting.empty() && one_light && (conditions.gain || fitting.size() == 1)) {
         const Entry* const nearest = nearest_entry(fitting, conditions);
-        return *std::ranges::find(entries, nearest->taken, &Entry::taken);
+        return *std::ranges::find(entries, conditions_of(*nearest), conditions_of<Entry>);
     }
     std::string known;
     for (const Entry& entry : entries) {
-        known += (known.empty() ? "" : ", ") + (entry.taken == Conditions{}
-                                                    ? entry.file.filename().generic_string() + " (no light given)"
-                                                    : to_text(entry.taken));
+        const Conditions& taken = conditions_of(entry);
+        known +=
+            (known.empty() ? "" : ", ") +
+            (taken == Conditions{} ? file_of(entry).filename().generic_string() + " (no light given)" : to_text(taken));
     }
     if (known.empty()) {
         throw InputError(file.string() + ": holds no " + what + ", expected " + expected);

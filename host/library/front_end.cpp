@@ -28,11 +28,14 @@ BlackLevel black_level_stage(const BlackLevels& black_level) {
     return BlackLevel::from_red_first({offset[kRR], offset[kGR], offset[kGB], offset[kBB]}, gain);
 }
 
+MeshGrids mesh_of(const ShadingGrids& grids) {
+    return {grids.cols, grids.rows, grids.red.data(), grids.green.data(), grids.blue.data()};
+}
+
 FrontEnd front_end_of(const TuningValues& values) {
-    const ShadingGrids& grids = values.grids;
     FrontEnd front_end;
     front_end.black_level = black_level_stage(values.black_level);
-    front_end.mesh = MeshGrids{grids.cols, grids.rows, grids.red.data(), grids.green.data(), grids.blue.data()};
+    front_end.mesh = mesh_of(values.grids);
     front_end.wb_gains = WbGains{values.gains.red, values.gains.blue};
     return front_end;
 }

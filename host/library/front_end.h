@@ -23,6 +23,9 @@ void require_shadeable(const Capture& frame);
 /// As the front end's stage takes it.
 [[nodiscard]] BlackLevel black_level_stage(const BlackLevels& black_level);
 
+/// The grids' tables, which must outlive it.
+[[nodiscard]] MeshGrids mesh_of(const ShadingGrids& grids);
+
 /// What `values` asks for.
 [[nodiscard]] FrontEnd front_end_of(const TuningValues& values);
 

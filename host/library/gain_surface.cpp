@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "core/channel.h"
+#include "library/front_end.h"
 
 namespace cali::host {
 namespace {
@@ -27,14 +28,10 @@ Stretch around(double position, double reach, int size) {
     return {first, last};
 }
 
-MeshGrids view_of(const ShadingGrids& grids) {
-    return {grids.cols, grids.rows, grids.red.data(), grids.green.data(), grids.blue.data()};
-}
-
 }  // namespace
 
 GainSurface::GainSurface(const SensorGeometry& sensor, const ShadingGrids& grids)
-    : sensor_(sensor), shading_(sensor.width, sensor.height, sensor.pattern, view_of(grids)) {}
+    : sensor_(sensor), shading_(sensor.width, sensor.height, sensor.pattern, mesh_of(grids)) {}
 
 Colour GainSurface::at(double x, double y, double reach) const {
     const Stretch columns = around(x, reach, sensor_.width);

@@ -85,14 +85,13 @@ std::string numbers(const Matrix& matrix) {
 
 /// Balanced camera colours to XYZ of D50, in which the camera's white is that of D50.
 Matrix forward_matrix(const LightMatrix& matrix) {
-    const WhitePoint& white = white_point(matrix.made.settings.white_point);
     const Colour d50 = *named_white("D50", 2);
     return matrix_of([&](const Colour& balanced) {
         const Colour linear = apply({Colour{matrix.value[0], matrix.value[1], matrix.value[2]},
                                      Colour{matrix.value[3], matrix.value[4], matrix.value[5]},
                                      Colour{matrix.value[6], matrix.value[7], matrix.value[8]}},
                                     balanced);
-        return adapt_bradford(apply(white.xyz_of_rgb, linear), {white.x, 1, white.z}, d50);
+        return xyz_of_linear(linear, matrix.made.settings.white_point, d50);
     });
 }
 

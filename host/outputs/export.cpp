@@ -21,20 +21,13 @@ namespace {
 
 /// The colour table of the chosen light.
 ExportText cube(const Results& results, const Conditions& chosen) {
-    std::vector<MatrixCalibration> charts;  // by file and light, as entries are chosen
-    std::vector<const ColourTable*> tables;
-    for (const ColourTable& table : results.tables) {
-        if (table.record.usable() && table.needed && table.settings.domain == TableDomain::rgb) {
-            MatrixCalibration& chart = charts.emplace_back();
-            chart.file = table.input.file;
-            chart.taken = table.input.taken;
-            tables.push_back(&table);
-        }
-    }
-    const MatrixCalibration& chart =
-        choose_entry(charts, chosen, results.file, "colour table",
+    std::vector<ColourTable> tables = usable_entries(results.tables);
+    std::erase_if(tables,
+                  [](const ColourTable& table) { return !table.needed || table.settings.domain != TableDomain::rgb; });
+    const ColourTable& table =
+        choose_entry(tables, chosen, results.file, "colour table",
                      "an rgb table that is needed and passed its checks, of cali clut or cali calibrate");
-    return {cube_text(*tables[static_cast<std::size_t>(&chart - charts.data())]), {}};
+    return {cube_text(table), {}};
 }
 
 ExportText ti3(const Results& results, const Conditions& chosen) {

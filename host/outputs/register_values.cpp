@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "cali/cali.h"
 #include "captures/capture_entry.h"
+#include "results/choose_values.h"
 #include "results/sections.h"
 
 namespace cali::host {
@@ -31,46 +32,20 @@ RegisterGroup group(std::string name, std::string note, const Values& values) {
     return made;
 }
 
-/// Those that the checks did not reject.
-template <typename Entry>
-std::vector<Entry> usable(const std::vector<Entry>& entries) {
-    std::vector<Entry> chosen;
-    std::ranges::copy_if(entries, std::back_inserter(chosen), [](const Entry& entry) { return entry.record.usable(); });
-    return chosen;
-}
-
-struct Light {
-    std::filesystem::path file;
-    Conditions taken;
-};
-
-/// Of the chosen light and gain; nothing where there are none.
+/// Of the chosen light and gain, among those that the checks did not reject; nothing where there are none.
 template <typename Entry>
 std::optional<Entry> choose(const Results& results, const std::vector<Entry>& entries, const Conditions& chosen,
                             const char* what) {
-    const std::vector<Entry> from = usable(entries);
-    if (from.empty()) {
+    const std::vector<Entry> usable = usable_entries(entries);
+    if (usable.empty()) {
         return std::nullopt;
     }
-    // Entries of gains have no file of their own.
-    std::vector<Light> lights;
-    std::ranges::transform(from, std::back_inserter(lights), [](const Entry& entry) {
-        if constexpr (requires { entry.input.file; }) {
-            return Light{entry.input.file, entry.input.taken};
-        } else if constexpr (requires { entry.file; }) {
-            return Light{entry.file, entry.taken};
-        } else {
-            return Light{"gain", entry.taken};
-        }
-    });
     Conditions wanted = chosen;
-    const bool has_lights =
-        std::ranges::any_of(lights, [](const Light& light) { return light.taken.illuminant_k.has_value(); });
-    if (!has_lights) {
+    if (std::ranges::none_of(usable,
+                             [](const Entry& entry) { return conditions_of(entry).illuminant_k.has_value(); })) {
         wanted.illuminant_k.reset();
     }
-    const Light& light = choose_entry(lights, wanted, results.file, what, "");
-    return from[static_cast<std::size_t>(&light - lights.data())];
+    return choose_entry(usable, wanted, results.file, what, "");
 }
 
 std::vector<RegisterGroup> values_of(const Results& results, const Conditions& chosen,

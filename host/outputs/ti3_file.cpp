@@ -7,7 +7,6 @@
 namespace cali::host {
 
 std::string ti3_text(const MatrixCalibration& matrix) {
-    const WhitePoint& white = white_point(matrix.settings.white_point);
     const Colour d50 = *named_white("D50", 2);
     const Colour balance = {matrix.gains.red / 1024.0, matrix.gains.green / 1024.0, matrix.gains.blue / 1024.0};
     std::string made = "CTI3\n\nDESCRIPTOR \"24-patch chart\"\nORIGINATOR \"cali " CALI_VERSION_STRING
@@ -15,13 +14,7 @@ std::string ti3_text(const MatrixCalibration& matrix) {
                        "SAMPLE_ID XYZ_X XYZ_Y XYZ_Z RGB_R RGB_G RGB_B\nEND_DATA_FORMAT\n\n" +
                        text("NUMBER_OF_SETS %zu\nBEGIN_DATA\n", matrix.measured.size());
     for (std::size_t i = 0; i < matrix.measured.size(); ++i) {
-        Colour xyz{};
-        for (std::size_t row = 0; row < 3; ++row) {
-            const Colour& weights = white.xyz_of_rgb[row];
-            const Colour& linear = matrix.reference[i];
-            xyz[row] = weights[0] * linear[0] + weights[1] * linear[1] + weights[2] * linear[2];
-        }
-        xyz = adapt_bradford(xyz, {white.x, 1, white.z}, d50);
+        const Colour xyz = xyz_of_linear(matrix.reference[i], matrix.settings.white_point, d50);
         made += text("%zu", i + 1);
         for (const double value : xyz) {
             made += text(" %.5f", 100 * value);

@@ -1,7 +1,9 @@
 /// The values of earlier calibrations that the next one applies.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +15,14 @@
 #include "results/results.h"
 
 namespace cali::host {
+
+/// Those that the checks did not reject.
+template <typename Entry>
+[[nodiscard]] std::vector<Entry> usable_entries(const std::vector<Entry>& entries) {
+    std::vector<Entry> chosen;
+    std::ranges::copy_if(entries, std::back_inserter(chosen), [](const Entry& entry) { return entry.record.usable(); });
+    return chosen;
+}
 
 /// Chooses among results. What the checks rejected is not applied, but where it is forced: CalibrationError then says
 /// what was rejected.

@@ -29,6 +29,8 @@ void measured_fields(Archive& archive, const char* key, Measured& measured);
 void window_fields(Archive& archive, const char* key, Window& window);
 /// Light and gain, each absent where it is not known.
 void condition_fields(Archive& archive, Conditions& conditions);
+void option_fields(Archive& archive, OptionRecord& options);
+void input_fields(Archive& archive, std::vector<InputRecord>& inputs);
 /// How the section came about.
 void record_fields(Archive& archive, Record& record);
 void limit_fields(Archive& archive, Limits& limits);

@@ -15,6 +15,8 @@ Source parse_source(const std::string& text, const std::string& where) {
     return parse_choice<Source>(kSourceNames, text, where);
 }
 
+}  // namespace
+
 void option_fields(Archive& archive, OptionRecord& options) {
     archive.list("options", options, [](Archive entry, std::pair<std::string, std::string>& option) {
         entry.field("name", option.first);
@@ -22,18 +24,20 @@ void option_fields(Archive& archive, OptionRecord& options) {
     });
 }
 
-}  // namespace
+void input_fields(Archive& archive, std::vector<InputRecord>& inputs) {
+    archive.list("inputs", inputs, [](Archive entry, InputRecord& input) {
+        entry.file("file", input.file);
+        entry.field("bytes", input.bytes);
+        entry.field("xxh3_128", input.digest);
+    });
+}
 
 void record_fields(Archive& archive, Record& record) {
     archive.named("status", record.standing, standing_name, parse_standing);
     archive.object("made", [&](Archive made) {
         made.field("command", record.command);
         option_fields(made, record.options);
-        made.list("inputs", record.inputs, [](Archive entry, InputRecord& input) {
-            entry.file("file", input.file);
-            entry.field("bytes", input.bytes);
-            entry.field("xxh3_128", input.digest);
-        });
+        input_fields(made, record.inputs);
         made.list("in_force", record.in_force, [](Archive entry, Setting& setting) {
             entry.field("name", setting.name);
             entry.field("value", setting.value);

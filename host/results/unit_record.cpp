@@ -7,7 +7,7 @@
 #include "base/error.h"
 #include "base/output_file.h"
 #include "cali/cali.h"
-#include "results/archive.h"
+#include "results/codecs.h"
 #include "results/results_file.h"
 #include "results/sections.h"
 #include "results/verdict.h"
@@ -19,15 +19,8 @@ constexpr int kForm = 1;  // of the file
 
 void fields(Archive& archive, UnitRecord& record) {
     archive.field("cali_version", record.version);
-    archive.list("options", record.options, [](Archive entry, std::pair<std::string, std::string>& option) {
-        entry.field("name", option.first);
-        entry.field("value", option.second);
-    });
-    archive.list("inputs", record.inputs, [](Archive entry, InputRecord& input) {
-        entry.file("file", input.file);
-        entry.field("bytes", input.bytes);
-        entry.field("xxh3_128", input.digest);
-    });
+    option_fields(archive, record.options);
+    input_fields(archive, record.inputs);
     archive.field("error", record.error);
     archive.named("verdict", record.verdict, severity_name, parse_severity);
     archive.field("calibrations", record.states);
