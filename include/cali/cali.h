@@ -359,7 +359,8 @@ CALI_API int32_t cali_roi_rgb_adjust(const RoiRgbMean* measured, const RoiRgbMea
 /* Keeps the pairs whose measured colour is nearly neutral, orders them by brightness and appends interpolated pairs for
    the gaps between them to both arrays, which need room for count + max_add records; `out_count` receives the new
    total. A plan above max_add widens its step by 2, at most 30 times; then "ERROR\n" is printed and nothing appended.
-   -1 with "No available reference gray point pairs\n" where fewer than two pairs are neutral. */
+   -1 with "No available reference gray point pairs\n" where fewer than two pairs are neutral; `out_count` is then
+   `count`. */
 CALI_API int32_t cali_roi_rgb_interpolation(RoiRgbMean* measured, RoiRgbMean* reference, uint32_t count,
                                             const GrayInterpSettings* settings, uint32_t* out_count);
 

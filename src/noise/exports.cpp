@@ -19,7 +19,7 @@ Series checked_series(ArgumentCheck& check, const LevelList& list, uint32_t widt
     check_frame_size(check, width, height);
     check.range("nframes", nframes, 0, INT32_MAX);
     check.range("count", count, 0, list.count);
-    const int64_t size = int64_t{width} * height;
+    const int64_t size = check.ok() ? int64_t{width} * height : 0;
     if (check.ok() && size != 0 && nframes > INT32_MAX / size) {
         check.reject("%d frames of %u x %u hold more than 2147483647 samples", nframes, width, height);
     }
@@ -38,7 +38,8 @@ Series checked_series(ArgumentCheck& check, const LevelList& list, uint32_t widt
             check.pointer("a level's frame", level.frames[j]);
         }
     }
-    return {list.levels, count, nframes, static_cast<int32_t>(width), static_cast<int32_t>(height)};
+    // Frames without columns may claim any number of rows: nobody is to walk over them.
+    return {list.levels, count, nframes, static_cast<int32_t>(width), width == 0 ? 0 : static_cast<int32_t>(height)};
 }
 
 /// Positions that a frame has: the highest plus one.
