@@ -10,9 +10,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 #include "base/child_process.h"
+#include "base/confine.h"
 #include "base/text.h"
 
 namespace cali::host {
@@ -57,7 +59,8 @@ int wait_for(pid_t process) {
 
 }  // namespace
 
-std::unique_ptr<ChildProcess> ChildProcess::start(const std::function<void(const Send&)>& work) {
+std::unique_ptr<ChildProcess> ChildProcess::start(const std::function<void(const Send&)>& work,
+                                                  const std::optional<Confinement>& confinement) {
     std::array<int, 2> ends{};
     if (::pipe(ends.data()) != 0) {
         return nullptr;
@@ -72,6 +75,9 @@ std::unique_ptr<ChildProcess> ChildProcess::start(const std::function<void(const
     if (process == 0) {
         become_child(parent);
         ::close(ends[0]);
+        if (confinement && !confine(*confinement, ends[1])) {
+            ::_exit(1);
+        }
         try {
             work([&](std::string_view bytes) { return send_all(ends[1], bytes); });
             (void)std::fflush(stderr);
@@ -114,10 +120,25 @@ bool ChildProcess::receive(std::string& into) {
     return count > 0 || (count < 0 && (errno == EINTR || errno == EAGAIN));
 }
 
+bool ChildProcess::receive(std::span<uint8_t> into) {
+    while (!into.empty()) {
+        const ssize_t count = ::read(pipe_, into.data(), into.size());
+        if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN)) {
+            return false;
+        }
+        into = into.subspan(count < 0 ? 0 : static_cast<std::size_t>(count));
+        if (count < 0) {
+            ChildProcess* const only = this;
+            wait_for_any({&only, 1});
+        }
+    }
+    return true;
+}
+
 std::string ChildProcess::end() {
     const int status = wait_for(process_);
     process_ = 0;
-    return WIFSIGNALED(status) ? text("was ended by signal %d", WTERMSIG(status))
+    return WIFSIGNALED(status) ? text("was ended by signal %d (%s)", WTERMSIG(status), ::strsignal(WTERMSIG(status)))
                                : text("ended with status %d", WEXITSTATUS(status));
 }
 

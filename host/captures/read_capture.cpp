@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "captures/camera_raw_file.h"
+#include "captures/confined_decoder.h"
 #include "captures/file_form.h"
 #include "captures/limits.h"
 #include "captures/pgm_file.h"
@@ -95,9 +97,14 @@ const Reader& reader_of(const std::filesystem::path& file, std::span<const uint8
     return *std::ranges::find_if(kReaders, [&](const Reader& reader) { return reader.recognises(file, content); });
 }
 
+/// Whether others' libraries read it.
+bool is_foreign(const std::filesystem::path& file, std::span<const uint8_t> head) {
+    return is_tiff(file, head) || is_camera_raw(file, head);
+}
+
 /// Forms whose headers may be anywhere in the file.
 bool is_container(const std::filesystem::path& file, std::span<const uint8_t> head) {
-    return is_png(file, head) || is_tiff(file, head) || is_camera_raw(file, head);
+    return is_png(file, head) || is_foreign(file, head);
 }
 
 /// Once the file has told what it does.
@@ -105,6 +112,14 @@ void set_in_force(Capture& capture, const Geometry& geometry) {
     capture.metadata.gain = geometry.gain ? geometry.gain : capture.metadata.gain;
     capture.taken.gain = capture.metadata.gain;
     capture.settings = settings_of(capture, geometry);
+}
+
+void decode(FileFrame& frame, std::span<const uint8_t> content, const std::function<void(FileFrame&)>& work) {
+    if (is_foreign(frame.capture.file, content)) {
+        decode_confined(frame, work);
+    } else {
+        work(frame);
+    }
 }
 
 /// Plain words, each part of which goes to the library's scale while it is there. Nothing for other files, and for
@@ -152,7 +167,7 @@ FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry
     const std::span<const uint8_t> bytes = content.bytes();
     capture.file = file;
     capture.inputs = {{file, bytes.size(), digest.text()}};
-    reader_of(file, bytes).read(frame, content, geometry);
+    decode(frame, bytes, [&](FileFrame& decoded) { reader_of(file, bytes).read(decoded, content, geometry); });
     set_in_force(capture, geometry);
     return frame;
 }
@@ -163,17 +178,17 @@ Capture read_capture(const std::filesystem::path& file, const Geometry& geometry
 }
 
 Capture probe_capture(const std::filesystem::path& file, const Geometry& geometry) {
-    Capture capture;
-    capture.file = file;
+    FileFrame frame;
+    frame.capture.file = file;
     const uint64_t bytes = size_of(file);
     FileContent content = read_bytes(file, std::min(bytes, kHead), nobody);
     if (is_container(file, content.bytes())) {
         content = read_all(file, nobody);
     }
     const std::span<const uint8_t> head = content.bytes();
-    reader_of(file, head).probe(capture, head, bytes, geometry);
-    set_in_force(capture, geometry);
-    return capture;
+    decode(frame, head, [&](FileFrame& probed) { reader_of(file, head).probe(probed.capture, head, bytes, geometry); });
+    set_in_force(frame.capture, geometry);
+    return std::move(frame.capture);
 }
 
 }  // namespace cali::host

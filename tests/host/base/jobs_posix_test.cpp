@@ -74,9 +74,10 @@ TEST(Jobs, ThatDieAreAnErrorAndThoseLeftAreEnded) {
             (void)jobs.wait(dead);
             ADD_FAILURE() << "an answer";
         } catch (const std::runtime_error& problem) {
-            EXPECT_STREQ(problem.what(),
-                         "a process of this run was ended by signal 9 before its work was done; fewer at a time need "
-                         "less memory");
+            EXPECT_STREQ(
+                problem.what(),
+                "a process of this run was ended by signal 9 (Killed) before its work was done; fewer at a time need "
+                "less memory");
         }
         (void)jobs.add(sleep);
     }
