@@ -49,13 +49,14 @@ std::string in_file(const std::string& text, const char* name) {
     }
 }
 
-/// What is read and written again is the same, and every form takes it or says why not.
+/// What is read and written again is the same; a report shows it, and every form takes it or says why not.
 [[maybe_unused]] void results(const std::string& text) {
     const Results read = read_results(in_file(text, "results.json"));
     const Json once = to_json(read, std::nullopt);
     if (to_json(from_json(once, std::nullopt), std::nullopt).dump(-1) != once.dump(-1)) {
         std::abort();
     }
+    (void)report_text({{"unit", read}});
     for (const ExportForm& form : export_forms()) {
         try {
             (void)export_results(read, form.name, {}, nullptr);

@@ -19,8 +19,8 @@ struct Frame {
     std::vector<uint32_t> samples;
 
     explicit Frame(Draw& draw)
-        : width(draw.within(1, draw.one_in(8) ? 600 : 80)),
-          height(draw.within(1, draw.one_in(8) ? 90 : 12)),
+        : width(draw.within(1, draw.one_in(8) ? 340 : 70)),
+          height(draw.within(1, draw.one_in(8) ? 40 : 10)),
           pattern(draw.within(0, 3)),
           samples(draw.codes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height))) {}
 };

@@ -21,7 +21,7 @@ using namespace host;
 
 constexpr Confinement kShort = {uint64_t{1} << 28U, 1};
 
-std::string refusal(const std::function<void(FileFrame&)>& decode) {
+std::string end_of(const std::function<void(FileFrame&)>& decode) {
     FileFrame frame;
     frame.capture.file = "a.dng";
     try {
@@ -52,17 +52,17 @@ TEST(ConfinedDecoder, GivesWhatTheCopyDecodes) {
 }
 
 TEST(ConfinedDecoder, SaysWhatBecameOfTheCopy) {
-    EXPECT_EQ(refusal([](FileFrame&) { throw InputError("a.dng: is no DNG"); }), "a.dng: is no DNG");
-    EXPECT_EQ(refusal([](FileFrame&) { std::raise(SIGSEGV); }),
+    EXPECT_EQ(end_of([](FileFrame&) { throw InputError("a.dng: is no DNG"); }), "a.dng: is no DNG");
+    EXPECT_EQ(end_of([](FileFrame&) { std::raise(SIGSEGV); }),
               "a.dng: cannot be read: its decoder was ended by signal 11 (Segmentation fault)");
-    EXPECT_EQ(refusal([](FileFrame&) { ::_exit(3); }), "a.dng: cannot be read: its decoder ended with status 3");
-    EXPECT_EQ(refusal([](FileFrame&) { throw 5; }), "a.dng: cannot be read: its decoder ended with status 1");
-    EXPECT_EQ(refusal([](FileFrame&) {
+    EXPECT_EQ(end_of([](FileFrame&) { ::_exit(3); }), "a.dng: cannot be read: its decoder ended with status 3");
+    EXPECT_EQ(end_of([](FileFrame&) { throw 5; }), "a.dng: cannot be read: its decoder ended with status 1");
+    EXPECT_EQ(end_of([](FileFrame&) {
                   for (volatile bool forever = true; forever;) {
                   }
               }),
               "a.dng: cannot be read: its decoder was ended by signal 9 (Killed)");
-    EXPECT_EQ(refusal([](FileFrame& frame) { frame.codes = Codes(std::size_t{1} << 28U); }),
+    EXPECT_EQ(end_of([](FileFrame& frame) { frame.codes = Codes(std::size_t{1} << 28U); }),
               "a.dng: decoding it takes more than 256 MB");
 }
 
@@ -71,7 +71,7 @@ TEST(ConfinedDecoder, ReachesNothingButItsMemory) {
     const std::string file = (folder / "kept").string();
     std::ofstream(file) << "kept";
     const int open_file = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(refusal([&](FileFrame&) {
+    EXPECT_EQ(end_of([&](FileFrame&) {
                   const auto require = [](bool holds, const char* what) {
                       if (!holds) {
                           throw InputError(what);
