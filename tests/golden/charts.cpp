@@ -51,7 +51,7 @@ ChartCall random_chart_call(Random& random, int turn) {
 void chart_pipelines(Golden& golden, Random& random, int turn) {
     ChartCall call = random_chart_call(random, turn);
     randomise(random, turn, call);
-    module_state().debug.ccm_dump = turn % 20 == 0;
+    golden.look_for_files(module_state().debug.ccm_dump = turn % 20 == 0);
     golden["libm/cali_isp_awb_ccm"] << call.joint() << call.gains << call.ccm << call.q10 << call.input.samples;
     golden["libm/cali_isp_ccm_pipe_calc"] << call.first_generation() << call.ccm << call.q10 << call.input.samples;
 }
@@ -72,7 +72,7 @@ void optimised_pipeline(Golden& golden, Random& random, int turn) {
     call.curves = {call.curve.data(), static_cast<uint32_t>(call.curve.size()), second.data(),
                    static_cast<uint32_t>(second.size())};
     call.tone_curves = turn % 3 == 1 ? &call.curves : nullptr;
-    module_state().debug.ccm_dump = turn % 20 == 0;
+    golden.look_for_files(module_state().debug.ccm_dump = turn % 20 == 0);
     golden["libm/cali_isp_ccm_pipe_calc_v2"] << call.optimised() << call.ccm << call.q10 << call.input.samples;
 }
 
@@ -156,6 +156,7 @@ void colour_tables(Golden& golden, Random& random, int turn) {
                                 static_cast<float>(random.within(1, 16)) / 16.0F};
     std::optional<EnvironmentVariable> dump;
     std::optional<EnvironmentVariable> bypass;
+    golden.look_for_files(turn % 20 == 0);
     if (turn % 20 == 0) {
         dump.emplace("CLUT_EXPORT_TABLE", turn % 60 == 0 ? "0" : "2");
     }

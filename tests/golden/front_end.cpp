@@ -18,7 +18,7 @@ void black_level(Golden& golden, Random& random, int turn) {
     const auto count = static_cast<std::size_t>(width * height);
     BlcCall call({random_samples(random, count, low, low + std::min(spread, ~low)), width, height, turn % 4}, blocks);
     call.is_12bit = turn % 3 - 1;
-    module_state().debug.blc_report = turn % 5 == 0;
+    golden.look_for_files(module_state().debug.blc_report = turn % 5 == 0);
     golden["cali_blc_calc_by_median"] << call.median() << call.offsets << call.gains << call.input.samples;
     call.width += static_cast<uint32_t>(turn % 3) * 65536;  // the mean counts in 16 bits
     golden["cali_blc_calc_by_mean"] << call.mean() << call.offsets << call.gains << call.input.samples;
@@ -55,7 +55,7 @@ void white_balance(Golden& golden, Random& random, int turn) {
     golden["cali_awb_calc"] << call.calc() << call.gains << call.input.samples;
     call.applied_gains = {pick(random, std::array<uint16_t, 4>{0, 1024, 1700, 65535}), 0,
                           pick(random, std::array<uint16_t, 4>{0, 1023, 2999, 16383})};
-    module_state().debug.awb_dump = turn % 10 == 0;
+    golden.look_for_files(module_state().debug.awb_dump = turn % 10 == 0);
     call.output_pointer = turn % 7 == 0 ? call.input_pointer : call.output_pointer;
     golden["cali_awb_verify"] << call.verify() << call.output_samples << call.input.samples;
 }
@@ -120,7 +120,7 @@ void lens_shading(Golden& golden, Random& random, int turn) {
     for (int32_t& black : call.blc) {
         black = random.within(turn % 7 == 0 ? -200 : 0, 130);
     }
-    module_state().debug.lsc_dump = turn % 10 == 0;
+    golden.look_for_files(module_state().debug.lsc_dump = turn % 10 == 0);
     golden["libm/cali_lsc_calc"] << call.calc() << call.mesh << call.radial << call.center_x << call.center_y
                                  << call.norm << call.input.samples;
 }
@@ -146,7 +146,7 @@ void lens_shading_check(Golden& golden, Random& random, int turn) {
         *grid[random() % 3] = nullptr;
     }
     call.radius_lut = turn % 7 == 3 ? nullptr : call.radius_lut;
-    module_state().debug.lsc_dump = turn % 6 == 0;
+    golden.look_for_files(module_state().debug.lsc_dump = turn % 6 == 0);
     golden["cali_lsc_verify"] << call.verify() << call.mesh_samples << call.radial_samples << call.input.samples;
 }
 

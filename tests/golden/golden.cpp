@@ -34,8 +34,11 @@ CapturedStream::CapturedStream(std::FILE* stream, std::string path) : stream_(st
 std::string CapturedStream::take() {
     (void)std::fflush(stream_);
     const auto length = static_cast<std::size_t>(std::ftell(stream_));
+    if (length == 0) {
+        return {};
+    }
     std::rewind(stream_);
-    return length == 0 ? std::string() : read_file(path_).substr(0, length);
+    return read_file(path_).substr(0, length);
 }
 
 const std::map<std::string, Digest>& Golden::finish() {
@@ -45,9 +48,11 @@ const std::map<std::string, Digest>& Golden::finish() {
     }
     const std::string said = err_.take();
     std::map<std::string, std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(".")) {
-        const std::string name = entry.path().filename().string();
-        files[name] = read_file(name);
+    if (files_appear_) {
+        for (const auto& entry : std::filesystem::directory_iterator(".")) {
+            const std::string name = entry.path().filename().string();
+            files[name] = read_file(name);
+        }
     }
     if (current_ != nullptr) {
         *current_ << printed << said;
