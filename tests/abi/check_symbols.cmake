@@ -1,4 +1,5 @@
-# The shared library defines exactly the names that the header declares, 34 of them; the Windows list agrees.
+# The shared library defines exactly the names that the header declares, 34 of them; the Windows list agrees, and each
+# has a digest of what it gives.
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE table COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^ \n]+ *\n" defined "${table}")
 list(TRANSFORM defined STRIP)
@@ -22,4 +23,13 @@ if(NOT defined STREQUAL declared)
 endif()
 if(NOT listed STREQUAL declared)
   message(FATAL_ERROR "cali.def lists\n${listed}\nexpected\n${declared}")
+endif()
+
+file(GLOB recorded RELATIVE ${DIGESTS} ${DIGESTS}/cali_*)
+file(GLOB on_libm RELATIVE ${DIGESTS}/libm ${DIGESTS}/libm/cali_*)
+list(APPEND recorded ${on_libm})
+list(REMOVE_DUPLICATES recorded)
+list(SORT recorded)
+if(NOT recorded STREQUAL declared)
+  message(FATAL_ERROR "${DIGESTS} has\n${recorded}\nexpected\n${declared}")
 endif()

@@ -1,7 +1,5 @@
-#include <cmath>
-
 #include "cali/cali.h"
-#include "support/recorded_calls.h"
+#include "support/support.h"
 
 namespace cali::test {
 namespace {
@@ -15,39 +13,6 @@ struct Lights {
                                    static_cast<uint8_t>(weight.size()), &record);
     }
 };
-
-/// From warm to cool along a plausible locus, or anything.
-Lights random_lights(Random& random, bool plausible) {
-    const auto unit = [&] { return static_cast<float>(random.unit()); };
-    Lights lights;
-    const std::size_t count = random() % 8;
-    for (std::size_t i = 0; i < count; ++i) {
-        const float t = static_cast<float>(i) / 7.0F;
-        lights.ratio_a.push_back(plausible ? 0.4F + 0.8F * t + 0.02F * unit() : 4.0F * unit());
-        lights.ratio_b.push_back(plausible ? 1.3F - 0.7F * t + 0.02F * unit() : 4.0F * unit());
-        lights.temp_k.push_back(plausible ? 2500.0F + 5000.0F * t : 20000.0F * unit());
-        lights.weight.push_back(static_cast<uint8_t>(random() % (random() % 9 == 0 ? 256 : 73)));
-    }
-    return lights;
-}
-
-TEST(RecordedCalls, WhiteBalanceCurve) {
-    expect_recorded("awb.curve", 1000, [](Random& random, int turn, Digest& digest) {
-        if (turn == 0) {
-            module_state().awb_curve = {};
-        }
-        // Of the record before, which a rejected one does not replace; none at first.
-        const std::array<float, 2> ref_a = {-1, static_cast<float>(900 + random.within(0, 300))};
-        const std::array<float, 2> ref_b = {-1, static_cast<float>(turn % 50 == 1 ? 0 : random.within(1, 700))};
-        std::vector<float> table(200);
-        digest << cali_awb_getCurve(table.data(), ref_a.data(), ref_b.data()) << table;
-        const Lights lights = random_lights(random, turn % 2 == 0);
-        const auto norm_a = static_cast<float>(0.5 + random.unit());
-        const auto norm_b = static_cast<float>(0.5 + random.unit());
-        AwbCurveRecord record{7, 7, 7, {{7, 7, 7}}};
-        digest << lights.build(norm_a, norm_b, record) << record.a << record.b << record.c << record.pack.word;
-    });
-}
 
 TEST(WhiteBalanceCurve, ExactPointsGiveTheirParabola) {
     // y = x^2 / 4 - x / 2 + 1, and a light without weight far off it.

@@ -119,6 +119,9 @@ inline World::World() {
         pixels[i] = static_cast<int32_t>(i * i * 977 % 4096);
         patches[i / 3] = &pixels[i / 3 * 3];
     }
+    for (std::vector<RoiRgbMean>* colours : {&measured, &reference, &adjusted}) {
+        std::memset(colours->data(), 0, colours->size() * sizeof(RoiRgbMean));  // padding is part of the state
+    }
     for (std::size_t i = 0; i < 24; ++i) {
         measured[i].b = measured[i].g = measured[i].r = 10.0 * static_cast<double>(i);
         reference[i] = measured[i];
