@@ -11,24 +11,16 @@ namespace {
 
 bool is_empty(const AwbRoi& window) { return window.width <= 0 || window.height <= 0; }
 
-/// One running sum in row-major order: single precision makes the order part of the result.
-float add_every_other(float sum, const uint32_t* samples, std::size_t first, std::size_t count) {
-    for (std::size_t i = first; i < count; i += 2) {
-        sum += static_cast<float>(samples[i]);
-    }
-    return sum;
-}
-
-/// Both sums of a row in one walk: the two chains of additions overlap.
+/// Both sums of a row in one walk: the two chains of additions overlap. Single precision makes their order part of the
+/// result. Windows are of even width.
 void add_row(const uint32_t* samples, std::size_t count, float& even_sum, float& odd_sum) {
     float even = even_sum;
     float odd = odd_sum;
-    std::size_t i = 0;
-    for (; i + 2 <= count; i += 2) {
+    for (std::size_t i = 0; i < count; i += 2) {
         even += static_cast<float>(samples[i]);
         odd += static_cast<float>(samples[i + 1]);
     }
-    even_sum = add_every_other(even, samples, i, count);
+    even_sum = even;
     odd_sum = odd;
 }
 

@@ -1,5 +1,6 @@
 #include "boundary/warning.h"
 
+#include <array>
 #include <cstdio>
 
 #ifdef _WIN32
@@ -27,16 +28,10 @@ WarningSink current_sink = platform_sink;
 }  // namespace
 
 const char* warning_caption(Family family) {
-    switch (family) {
-        case Family::wb: return "WB Calib Warning";
-        case Family::blc: return "BLC Calib Warning";
-        case Family::lsc: return "LSC Calib Warning";
-        case Family::ccm: return "CCM Calib Warning";
-        case Family::roi: return "ROI Calib Warning";
-        case Family::noise: return "Noise Calib Warning";
-        case Family::clut: return "CLUT Calib Warning";
-    }
-    return "Calib Warning";
+    constexpr std::array kCaptions = {"WB Calib Warning",  "BLC Calib Warning", "LSC Calib Warning",
+                                      "CCM Calib Warning", "ROI Calib Warning", "Noise Calib Warning",
+                                      "CLUT Calib Warning"};
+    return kCaptions[static_cast<std::size_t>(family)];
 }
 
 void warn(Family family, const char* text) noexcept {

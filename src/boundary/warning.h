@@ -3,7 +3,7 @@
 
 namespace cali {
 
-/// The export families, each with its caption.
+/// The export families, in the order of their captions.
 enum class Family { wb, blc, lsc, ccm, roi, noise, clut };
 
 /// "WB Calib Warning" and so on.

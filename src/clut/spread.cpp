@@ -145,11 +145,7 @@ Reach::Reach(const Lattice& lattice, double radius) : axis_(lattice.axis) {
 }
 
 std::optional<int32_t> Reach::step(std::size_t axis, int32_t from, int32_t to) const {
-    const auto [nodes, cyclic] = axis_[axis];
-    int32_t step = to - from;
-    if (cyclic) {
-        step = step > nodes / 2 ? step - nodes : step < -(nodes / 2) ? step + nodes : step;
-    }
+    const int32_t step = to - from;
     return step >= -most_[axis] && step <= most_[axis] ? std::optional(step) : std::nullopt;
 }
 

@@ -29,7 +29,7 @@ public:
     /// `radius` in units of the axes. Throws std::bad_alloc.
     Reach(const lut::Lattice& lattice, double radius);
 
-    /// Between nodes of an axis: how far it is to `to`, the shorter way round. None where that is out of reach.
+    /// From one node of the second or third axis, which have ends, to another. None where that is out of reach.
     [[nodiscard]] std::optional<int32_t> step(std::size_t axis, int32_t from, int32_t to) const;
     /// That so many steps along the second and third axis lead to; empty where none of its nodes is within reach.
     [[nodiscard]] std::optional<Line> line(int32_t second, int32_t third) const;

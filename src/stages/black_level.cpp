@@ -30,16 +30,6 @@ void BlackLevelStage::row(uint32_t y, uint32_t first_column, const uint32_t* sou
 }
 
 void apply_black_level(const RawFrame& frame, const BlackLevel& parameters) {
-    if (frame.empty()) {
-        return;
-    }
-    if (frame.pattern < kBayerPatterns) {
-        const BlackLevelStage stage(parameters, frame.pattern);
-        for (int32_t y = 0; y < frame.height; ++y) {
-            stage.row(static_cast<uint32_t>(y), 0, frame.row(y), frame.row(y), frame.columns());
-        }
-        return;
-    }
     for (int32_t y = 0; y < frame.height; ++y) {
         uint32_t* const row = frame.row(y);
         for (int32_t x = 0; x < frame.width; ++x) {

@@ -27,6 +27,12 @@ TEST(Console, WarnsOfExposureOutsideItsLimits) {
               (std::vector<std::string>{"WB Calib Warning: Too Bright", "WB Calib Warning: Too Dark"}));
 }
 
+TEST(Console, OutlivesASinkThatThrows) {
+    set_warning_sink([](const char*, const char*) { throw 1; });
+    warn(Family::roi, "text");
+    set_warning_sink(nullptr);
+}
+
 #ifndef _WIN32
 TEST(Console, WarnsOnStandardError) {
     ::testing::internal::CaptureStderr();

@@ -33,6 +33,33 @@ TEST(Exports, ColourTableRemovesFilesOfSkippedPhases) {
     EXPECT_FALSE(std::filesystem::exists("clut_phase_4.txt") || std::filesystem::exists("clut_phase_5.txt"));
 }
 
+TEST(Exports, FilesThatCannotBeWrittenChangeNoResult) {
+    const SavedModuleState saved;
+    const TemporaryDirectory directory;
+    const EnvironmentVariable dump("CLUT_EXPORT_TABLE", "1");
+    cali_awb_setROI(16, 30, 8, 8);  // a grey
+    module_state().debug = {true, true, true, true};
+    const auto state_after_all = [] {
+        World world;
+        CapturedOutput output;
+        world.for_every_export([](const char* /*family*/, const auto& export_call, const auto&... /*damages*/) {
+            EXPECT_GE(export_call.run(), 0);
+        });
+        return world.state();
+    };
+    const auto state = state_after_all();
+    std::vector<std::filesystem::path> names;
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        names.push_back(entry.path());
+    }
+    EXPECT_GT(names.size(), 30U);
+    for (const std::filesystem::path& name : names) {
+        std::filesystem::remove(name);
+        std::filesystem::create_directory(name);
+    }
+    EXPECT_TRUE(state_after_all() == state);
+}
+
 TEST(Exports, NegativeNoiseIsNone) {
     const std::array<float, 4> slopes{}, intercepts{0, 0, 0, -100};
     int32_t slope = 7, level = 7;

@@ -98,6 +98,14 @@ TEST(Rejection, NamesWhatIsWrongAndTouchesNothing) {
     EXPECT_GT(number, 300U);
 }
 
+TEST(Rejection, SaysTheFirstFaultAlone) {
+    const CapturedWarnings warnings;
+    EXPECT_EQ(cali_isp_diff_img_calc(nullptr, nullptr, 4, 4, nullptr), -1);
+    EXPECT_EQ(warnings.texts(),
+              std::vector<std::string>{
+                  "Noise Calib Warning: cali_isp_diff_img_calc: frame_a is a null pointer, expected a buffer"});
+}
+
 TEST(Rejection, IsNotForSoundOnes) {
     const SavedModuleState saved;
     cali_awb_setROI(16, 30, 8, 8);  // a grey

@@ -9,12 +9,12 @@ namespace cali::test {
 namespace {
 
 void black_level(Golden& golden, Random& random, int turn) {
-    const int32_t width = random.within(1, 30);
-    const int32_t height = random.within(1, 30);
+    const int32_t width = random.within(0, 30);
+    const int32_t height = random.within(0, 30);
     // Medians around both bounds, and samples past every histogram.
     const uint32_t low = pick(random, std::array<uint32_t, 4>{0, 60, 790, 4000});
     const uint32_t spread = pick(random, std::array<uint32_t, 4>{1, 10, 300, 0xFFFFF000U});
-    const auto blocks = static_cast<uint32_t>(random.within(1, std::min(width, height)));
+    const auto blocks = static_cast<uint32_t>(random.within(1, std::max(1, std::min(width, height))));
     const auto count = static_cast<std::size_t>(width * height);
     BlcCall call({random_samples(random, count, low, low + std::min(spread, ~low)), width, height, turn % 4}, blocks);
     call.is_12bit = turn % 3 - 1;
@@ -33,7 +33,7 @@ void black_level(Golden& golden, Random& random, int turn) {
 void white_balance(Golden& golden, Random& random, int turn) {
     // Now and then sums above 2^26, whose additions round.
     const int most = turn % 100 == 99 ? 330 : 40;
-    const int least = turn % 100 == 99 ? 250 : 1;
+    const int least = turn % 100 == 99 ? 250 : 0;
     const int32_t width = random.within(least, most);
     const int32_t height = random.within(least, most);
     const int cols = random.within(3, 15);
@@ -126,8 +126,8 @@ void lens_shading(Golden& golden, Random& random, int turn) {
 }
 
 void lens_shading_check(Golden& golden, Random& random, int turn) {
-    const int32_t width = random.within(1, 40);
-    const int32_t height = random.within(1, 40);
+    const int32_t width = random.within(0, 40);
+    const int32_t height = random.within(0, 40);
     const int32_t cols = random.within(3, 9);
     const int32_t rows = random.within(3, 9);
     LscCall call(turn % 3 == 0 ? random_frame(random, width, height, turn % 4, 0xFFFFFFFFU)

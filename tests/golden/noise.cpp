@@ -7,8 +7,8 @@ namespace cali::test {
 namespace {
 
 SeriesCall random_series_call(Random& random, int turn) {
-    const uint32_t width = 1 + random() % 20;
-    const uint32_t height = 1 + random() % 12;
+    const uint32_t width = random() % 21;
+    const uint32_t height = random() % 13;
     const uint32_t brightest = pick(random, std::array<uint32_t, 4>{4400, 4400, 70000, 0xF0000000U});
     std::vector<std::vector<reference::Samples>> series(static_cast<std::size_t>(turn % 9));
     const std::size_t frames = 1 + random() % 3;

@@ -1,10 +1,12 @@
 #include <algorithm>
 
+#include "blc/estimators.h"
 #include "golden/golden.h"
 #include "lut/apply.h"
 #include "math/colour_difference.h"
 #include "math/colour_space.h"
 #include "math/matrix.h"
+#include "stages/black_level.h"
 
 namespace cali::test {
 namespace {
@@ -67,9 +69,21 @@ void colours_through_tables(Golden& golden, Random& random, int turn) {
     }
 }
 
+/// Of 4 x 4 and channels of unequal numbers, which no export takes.
+void mosaics(Golden& golden, Random& random, int turn) {
+    OwnedFrame frame = random_frame(random, random.within(0, 20), random.within(0, 20), 4 + turn % 16, 4200);
+    const Histogram histogram(frame.view());
+    Digest& digest = golden["blc_mosaics"];
+    digest << blc::channel_medians(histogram, frame.samples.size(), frame.pattern).value
+           << blc::channel_means(frame.view()).value << blc::means_plus_deviation(frame.view()).value;
+    apply_black_level(frame.view(), {{{60, 61, 62, 63}}, {{1.01F, 1.02F, 1.03F, 1.04F}}});
+    digest << frame.samples;
+}
+
 }  // namespace
 
 void call_toolkit(Golden& golden) {
+    repeat(320, golden, mosaics);
     repeat(1000, golden, matrices);
     repeat(1000, golden, colour_spaces);
     repeat(1000, golden, colours_through_tables);
