@@ -25,8 +25,9 @@ namespace cali::host::system_file {
 
 /// Hands everything to the disk. False where it does not take it, with errno.
 [[nodiscard]] bool flush_to_disk(std::FILE* file);
-/// Keeps a new name in the folder from being lost; does what can be done.
-void flush_folder(const std::filesystem::path& folder);
+/// Keeps a new name in the folder from being lost. False where the disk does not take it, with errno; what cannot be
+/// flushed is passed over.
+[[nodiscard]] bool flush_folder(const std::filesystem::path& folder);
 
 /// For writing, in place of what is there. Null, with errno.
 [[nodiscard]] std::FILE* create_log(const std::filesystem::path& name);

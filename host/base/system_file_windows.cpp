@@ -92,7 +92,7 @@ bool flush_to_disk(std::FILE* file) {
     return std::fflush(file) == 0 && (_commit(_fileno(file)) == 0 || errno == EBADF);
 }
 
-void flush_folder(const std::filesystem::path&) {}  // the file system does that when it renames
+bool flush_folder(const std::filesystem::path&) { return true; }  // the file system does that when it renames
 
 void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error) {
     constexpr int kTries = 200;
