@@ -51,13 +51,12 @@ void remove_leftovers(const std::filesystem::path& destination, const std::files
     const std::string prefix = temporary_prefix(destination);
     const std::size_t length = prefix.size() + kMarkLength + std::string_view(kSuffix).size();
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
+    for (const std::filesystem::path& found : system_file::names_in(folder, error)) {
+        const std::string name = found.string();
         std::error_code ignored;
         if (name.size() == length && name.starts_with(prefix) && name.ends_with(kSuffix) &&
-            entry->symlink_status(ignored).type() == std::filesystem::file_type::regular) {
-            system_file::remove_abandoned(entry->path());
+            std::filesystem::symlink_status(folder / found, ignored).type() == std::filesystem::file_type::regular) {
+            system_file::remove_abandoned(folder / found);
         }
     }
 }

@@ -1,3 +1,4 @@
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -6,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <memory>
+#include <new>
 
 #include "base/system_file.h"
 
@@ -100,6 +103,26 @@ bool flush_folder(const std::filesystem::path& folder) {
 
 void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error) {
     std::filesystem::rename(file, by_name, error);
+}
+
+std::vector<std::filesystem::path> names_in(const std::filesystem::path& folder, std::error_code& error) {
+    std::vector<std::filesystem::path> names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> open(::opendir(folder.c_str()), ::closedir);
+    if (!open && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    while (open) {
+        errno = 0;
+        const dirent* const entry = ::readdir(open.get());
+        if (entry == nullptr) {
+            break;
+        }
+        names.emplace_back(entry->d_name);
+    }
+    error = std::error_code(errno, std::generic_category());
+    std::erase(names, ".");
+    std::erase(names, "..");
+    return names;
 }
 
 void remove_abandoned(const std::filesystem::path& name) {

@@ -112,6 +112,15 @@ void replace(const std::filesystem::path& file, const std::filesystem::path& by_
     error = std::error_code(errno, std::generic_category());
 }
 
+std::vector<std::filesystem::path> names_in(const std::filesystem::path& folder, std::error_code& error) {
+    std::vector<std::filesystem::path> names;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        names.push_back(entry->path().filename());
+    }
+    return names;
+}
+
 /// Fails while its maker, or anyone, has it open.
 void remove_abandoned(const std::filesystem::path& name) {
     const HANDLE handle = CreateFileW(name.c_str(), GENERIC_WRITE | DELETE, 0, nullptr, OPEN_EXISTING,

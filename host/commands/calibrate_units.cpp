@@ -9,6 +9,7 @@
 #include "base/error.h"
 #include "base/jobs.h"
 #include "base/output_file.h"
+#include "base/system_file.h"
 #include "base/text.h"
 #include "cali/cali.h"
 #include "outputs/console.h"
@@ -243,8 +244,8 @@ int summarise_units(const std::filesystem::path& folder, bool strict) {
         throw InputError(folder.string() + ": no such folder of units");
     }
     std::vector<UnitRecord> units;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (std::optional<UnitRecord> record = read_unit_record(entry.path())) {
+    for (const std::filesystem::path& name : system_file::names_in(folder, error)) {
+        if (std::optional<UnitRecord> record = read_unit_record(folder / name)) {
             units.push_back(std::move(*record));
         }
     }
