@@ -11,10 +11,13 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "base/child_process.h"
 #include "base/confine.h"
+#include "base/process.h"
+#include "base/process_posix.h"
 #include "base/text.h"
 
 namespace cali::host {
@@ -31,15 +34,9 @@ bool send_all(int pipe, std::string_view bytes) {
     return true;
 }
 
-/// The files that signals remove are its parent's.
 void become_child(pid_t parent) {
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
-        struct sigaction now = {};
-        ::sigaction(signal, nullptr, &now);
-        if (now.sa_handler != SIG_IGN) {
-            ::signal(signal, SIG_DFL);
-        }
-    }
+    process::begin_as_copy();
+    process::HeldSignals::let_through();
 #ifdef __linux__
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) {
@@ -51,6 +48,11 @@ void become_child(pid_t parent) {
 }
 
 int wait_for(pid_t process) {
+    // Until it is off the list its number is nobody else's.
+    siginfo_t ended = {};
+    while (::waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
+    }
+    process::strike_copy(process);
     int status = 0;
     while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
     }
@@ -69,29 +71,32 @@ std::unique_ptr<ChildProcess> ChildProcess::start(const std::function<void(const
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
     }
     ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    std::unique_ptr<ChildProcess> copy(new ChildProcess(0, ends[0]));
     (void)std::fflush(nullptr);  // else the copy prints it, too
     const pid_t parent = ::getpid();
-    const pid_t process = ::fork();
-    if (process == 0) {
-        become_child(parent);
-        ::close(ends[0]);
-        if (confinement && !confine(*confinement, ends[1])) {
-            ::_exit(1);
+    {
+        const process::HeldSignals held;
+        copy->process_ = ::fork();
+        if (copy->process_ == 0) {
+            become_child(parent);
+            ::close(ends[0]);
+            if (confinement && !confine(*confinement, ends[1])) {
+                ::_exit(1);
+            }
+            try {
+                work([&](std::string_view bytes) { return send_all(ends[1], bytes); });
+                (void)std::fflush(stderr);
+                ::_exit(0);
+            } catch (...) {
+                ::_exit(1);  // what stands on the stack is the parent's to clear up
+            }
         }
-        try {
-            work([&](std::string_view bytes) { return send_all(ends[1], bytes); });
-            (void)std::fflush(stderr);
-            ::_exit(0);
-        } catch (...) {
-            ::_exit(1);  // what stands on the stack is the parent's to clear up
+        if (copy->process_ > 0) {
+            process::enter_copy(copy->process_);
         }
     }
     ::close(ends[1]);
-    if (process < 0) {
-        ::close(ends[0]);
-        return nullptr;
-    }
-    return std::unique_ptr<ChildProcess>(new ChildProcess(process, ends[0]));
+    return copy->process_ > 0 ? std::move(copy) : nullptr;
 }
 
 void ChildProcess::wait_for_any(std::span<ChildProcess* const> children) {
@@ -106,7 +111,7 @@ void ChildProcess::wait_for_any(std::span<ChildProcess* const> children) {
 ChildProcess::~ChildProcess() {
     ::close(pipe_);
     if (process_ > 0) {
-        ::kill(process_, SIGKILL);
+        process::ask_to_end(process_);
         (void)wait_for(process_);
     }
 }

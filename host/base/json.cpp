@@ -12,28 +12,10 @@ namespace {
 
 using Document = nlohmann::ordered_json;
 
-/// `not_numbers`: what is not a number keeps its bits, for which only packed documents have room.
-Document to_document(const Json& json, bool not_numbers = false) {
-    if (const auto* object = json.as<Json::Object>()) {
-        Document document = Document::object();
-        for (const auto& [key, value] : *object) {
-            document[key] = to_document(value, not_numbers);
-        }
-        return document;
-    }
-    if (const auto* array = json.as<Json::Array>()) {
-        Document document = Document::array();
-        for (const Json& element : *array) {
-            document.push_back(to_document(element, not_numbers));
-        }
-        return document;
-    }
+/// A single value of the library's. It makes no lists and objects of its own: to destroy one takes memory, and where
+/// there is none the program would end on the spot.
+Document scalar(const Json& json) {
     if (const auto* number = json.as<double>()) {
-        if (not_numbers && std::isnan(*number)) {
-            std::vector<uint8_t> bits(sizeof *number);
-            std::memcpy(bits.data(), number, sizeof *number);
-            return Document::binary(std::move(bits));
-        }
         return *number;
     }
     if (const auto* integer = json.as<int64_t>()) {
@@ -49,6 +31,88 @@ Document to_document(const Json& json, bool not_numbers = false) {
         return *text;
     }
     return nullptr;
+}
+
+/// Indents by `indent` for each level, or stays on one line with -1.
+class Dump {
+public:
+    explicit Dump(int indent) : indent_(indent) {}
+
+    void add(const Json& json) {
+        if (const auto* object = json.as<Json::Object>()) {
+            list('{', *object, '}', [&](const auto& member) {
+                add(Document(member.first));
+                text_ += indent_ < 0 ? ":" : ": ";
+                add(member.second);
+            });
+        } else if (const auto* array = json.as<Json::Array>()) {
+            list('[', *array, ']', [&](const Json& element) { add(element); });
+        } else {
+            add(scalar(json));
+        }
+    }
+    [[nodiscard]] std::string take() { return std::move(text_); }
+
+private:
+    // File names need not be UTF-8: what is not becomes a replacement mark.
+    void add(const Document& value) { text_ += value.dump(-1, ' ', false, Document::error_handler_t::replace); }
+    template <typename Members, typename Add>
+    void list(char begin, const Members& members, char end, Add add_member) {
+        text_ += begin;
+        ++level_;
+        for (const auto& member : members) {
+            text_ += &member == members.data() ? "" : ",";
+            end_line();
+            add_member(member);
+        }
+        --level_;
+        if (!members.empty()) {
+            end_line();
+        }
+        text_ += end;
+    }
+    void end_line() {
+        if (indent_ >= 0) {
+            text_ += '\n';
+            text_.append(level_ * static_cast<std::size_t>(indent_), ' ');
+        }
+    }
+
+    int indent_;
+    std::size_t level_ = 0;
+    std::string text_;
+};
+
+/// What begins a list (4) or an object (5) of so many members in CBOR.
+void pack_head(unsigned kind, uint64_t count, std::string& bytes) {
+    constexpr unsigned kEightBytes = 27;
+    bytes += static_cast<char>(kind << 5U | kEightBytes);
+    for (unsigned shift = 64; shift > 0;) {
+        shift -= 8;
+        bytes += static_cast<char>(count >> shift);
+    }
+}
+
+void pack_into(std::string& bytes, const Json& json) {
+    const auto* const number = json.as<double>();
+    if (const auto* object = json.as<Json::Object>()) {
+        pack_head(5, object->size(), bytes);
+        for (const auto& [key, value] : *object) {
+            Document::to_cbor(key, bytes);
+            pack_into(bytes, value);
+        }
+    } else if (const auto* array = json.as<Json::Array>()) {
+        pack_head(4, array->size(), bytes);
+        for (const Json& element : *array) {
+            pack_into(bytes, element);
+        }
+    } else if (number != nullptr && std::isnan(*number)) {  // keeps its bits
+        std::vector<uint8_t> bits(sizeof *number);
+        std::memcpy(bits.data(), number, sizeof *number);
+        Document::to_cbor(Document::binary(std::move(bits)), bytes);
+    } else {
+        Document::to_cbor(scalar(json), bytes);
+    }
 }
 
 constexpr std::size_t kMostLevels = 100;
@@ -147,8 +211,9 @@ const Json* Json::find(const std::string& key) const {
 }
 
 std::string Json::dump(int indent) const {
-    // File names need not be UTF-8: what is not becomes a replacement mark.
-    return to_document(*this).dump(indent, ' ', false, Document::error_handler_t::replace);
+    Dump dump(indent);
+    dump.add(*this);
+    return dump.take();
 }
 
 Json Json::parse(const std::string& text, const std::vector<std::string>& enough) {
@@ -160,7 +225,7 @@ Json Json::parse(const std::string& text, const std::vector<std::string>& enough
 
 std::string Json::pack() const {
     std::string bytes;
-    Document::to_cbor(to_document(*this, true), bytes);
+    pack_into(bytes, *this);
     return bytes;
 }
 

@@ -1,6 +1,8 @@
 #include "base/output_file.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <random>
 #include <string_view>
 #include <system_error>
@@ -45,18 +47,16 @@ std::string random_mark() {
 }
 
 /// What runs that were killed left of this target.
-void remove_leftovers(const std::filesystem::path& destination) {
+void remove_leftovers(const std::filesystem::path& destination, const std::filesystem::path& folder) {
     const std::string prefix = temporary_prefix(destination);
     const std::size_t length = prefix.size() + kMarkLength + std::string_view(kSuffix).size();
-    const std::filesystem::path folder = destination.has_parent_path() ? destination.parent_path() : ".";
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
+    for (const std::filesystem::path& found : system_file::names_in(folder, error)) {
+        const std::string name = found.string();
         std::error_code ignored;
         if (name.size() == length && name.starts_with(prefix) && name.ends_with(kSuffix) &&
-            entry->symlink_status(ignored).type() == std::filesystem::file_type::regular) {
-            system_file::remove_abandoned(entry->path());
+            std::filesystem::symlink_status(folder / found, ignored).type() == std::filesystem::file_type::regular) {
+            system_file::remove_abandoned(folder / found);
         }
     }
 }
@@ -124,22 +124,23 @@ OutputFile::OutputFile(std::filesystem::path target) : target_(std::move(target)
     if (destination_.filename().empty()) {
         throw InputError("'" + target_.string() + "': is no file name, expected one to write to");
     }
+    folder_ = destination_.has_parent_path() ? destination_.parent_path() : ".";
     if (std::filesystem::exists(destination_, error) && !system_file::may_be_written(destination_)) {
         throw InputError(target_.string() + ": exists and is protected from writing");
     }
-    remove_leftovers(destination_);
+    remove_leftovers(destination_, folder_);
     open_temporary();
 }
 
 void OutputFile::open_temporary() {
     do {
-        temporary_ =
-            (destination_.parent_path() / path_of(temporary_prefix(destination_) + random_mark() + kSuffix)).string();
-        process::remove_on_signal(temporary_.c_str());
-        buffer_.file = system_file::create_locked(path_of(temporary_), destination_);
+        temporary_ = destination_.parent_path() / path_of(temporary_prefix(destination_) + random_mark() + kSuffix);
+        temporary_name_ = temporary_.string();
+        process::remove_on_signal(temporary_name_.c_str());
+        buffer_.file = system_file::create_locked(temporary_, destination_);
         if (buffer_.file == nullptr) {
             const int error = errno;
-            process::keep_on_signal(temporary_.c_str());
+            process::keep_on_signal(temporary_name_.c_str());
             errno = error;
         }
     } while (buffer_.file == nullptr && errno == EEXIST);
@@ -157,8 +158,8 @@ void OutputFile::open_temporary() {
 OutputFile::~OutputFile() {
     if (!temporary_.empty()) {
         std::error_code ignored;
-        std::filesystem::remove(path_of(temporary_), ignored);
-        process::keep_on_signal(temporary_.c_str());
+        std::filesystem::remove(temporary_, ignored);
+        process::keep_on_signal(temporary_name_.c_str());
     }
     close();
 }
@@ -183,32 +184,52 @@ void OutputFile::flush() {
     }
 }
 
-void OutputFile::commit() {
-    flush();
+/// Needs no memory: nothing but the disk can keep those that follow from appearing, too.
+void OutputFile::appear() {
     if (!temporary_.empty()) {
         std::error_code error;
-        system_file::replace(path_of(temporary_), destination_, error);
+        system_file::replace(temporary_, destination_, error);
         if (error) {
             throw OutputError(target_.string() + ": cannot be replaced: " + error.message());
         }
-        process::keep_on_signal(temporary_.c_str());
+        process::keep_on_signal(temporary_name_.c_str());
         temporary_.clear();
-        system_file::flush_folder(destination_.has_parent_path() ? destination_.parent_path() : ".");
     }
     close();
 }
 
-std::vector<std::filesystem::path> PendingFiles::commit() {
+void OutputFile::flush_name() const {
+    if (!destination_.empty() && !system_file::flush_folder(folder_)) {
+        throw OutputError(target_.string() + ": is written, but its folder cannot be flushed: " + reason(errno));
+    }
+}
+
+void OutputFile::commit() {
+    flush();
+    appear();
+    flush_name();
+}
+
+std::vector<std::filesystem::path> PendingFiles::targets() const {
+    std::vector<std::filesystem::path> names;
+    std::ranges::transform(files_, std::back_inserter(names), &OutputFile::target);
+    return names;
+}
+
+void PendingFiles::commit() {
     for (const std::unique_ptr<OutputFile>& file : files_) {
         file->flush();
     }
-    std::vector<std::filesystem::path> names;
+    {
+        const process::HeldSignals held;
+        for (const std::unique_ptr<OutputFile>& file : files_) {
+            file->appear();
+        }
+    }
     for (const std::unique_ptr<OutputFile>& file : files_) {
-        file->commit();
-        names.push_back(file->target());
+        file->flush_name();
     }
     files_.clear();
-    return names;
 }
 
 void write_text_file(const std::filesystem::path& target, const std::string& text) {

@@ -36,11 +36,11 @@ public:
 
     [[nodiscard]] std::ostream& stream() { return stream_; }
     [[nodiscard]] const std::filesystem::path& target() const { return target_; }
-    /// Everything so far is on the disk, still under the temporary name.
-    void flush();
     void commit();
 
 private:
+    friend class PendingFiles;
+
     /// Keeps why writing failed.
     class Buffer : public std::streambuf {
     public:
@@ -54,11 +54,19 @@ private:
 
     void open_temporary();
     [[noreturn]] void fail(int error) const;
+    /// Everything so far is on the disk, still under the temporary name.
+    void flush();
+    /// Takes the name of its target.
+    void appear();
+    /// So that the name outlives a loss of power.
+    void flush_name() const;
     void close();
 
     std::filesystem::path target_;
     std::filesystem::path destination_;  ///< behind links; empty where writing is direct
-    std::string temporary_;              ///< its name in UTF-8, which handlers of signals read
+    std::filesystem::path folder_;       ///< of the destination
+    std::filesystem::path temporary_;    ///< empty where there is none (any more)
+    std::string temporary_name_;         ///< the same in UTF-8, which handlers of signals read
     Buffer buffer_;
     std::ostream stream_{&buffer_};
 };
@@ -72,8 +80,10 @@ public:
     }
     void add_text(const std::filesystem::path& target, const std::string& text) { add(target).stream() << text; }
 
-    /// Returns their names, in the order they were added. Where one could not be written, none appears.
-    std::vector<std::filesystem::path> commit();
+    /// In the order they were added.
+    [[nodiscard]] std::vector<std::filesystem::path> targets() const;
+    /// Where one cannot be written none appears, and no signal ends the program between the first and the last.
+    void commit();
 
 private:
     std::vector<std::unique_ptr<OutputFile>> files_;

@@ -31,4 +31,10 @@ void keep_on_signal(const char* name) {
     }
 }
 
+void forget_temporary_names() {
+    for (std::atomic<const char*>& slot : g_temporary_names) {
+        slot = nullptr;
+    }
+}
+
 }  // namespace cali::host::process

@@ -34,5 +34,19 @@ void clean_up_on_signals();
 /// The text stays where it is until it is taken back.
 void remove_on_signal(const char* name);
 void keep_on_signal(const char* name);
+/// In a copy of the process, which lists its own.
+void forget_temporary_names();
+
+/// Signals that end the program wait while it lives: for steps that are done all or none. On Windows they do not wait.
+/// Not nested.
+class HeldSignals {
+public:
+    HeldSignals();
+    ~HeldSignals() { let_through(); }
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+
+    static void let_through();
+};
 
 }  // namespace cali::host::process

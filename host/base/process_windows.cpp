@@ -64,6 +64,9 @@ void restore(std::FILE* stream, int before) {
 
 bool is_terminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
 
+HeldSignals::HeldSignals() = default;
+void HeldSignals::let_through() {}
+
 void clean_up_on_signals() { SetConsoleCtrlHandler(remove_temporary_files_and_exit, TRUE); }
 
 }  // namespace cali::host::process

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 namespace cali::host::system_file {
 
@@ -25,8 +26,9 @@ namespace cali::host::system_file {
 
 /// Hands everything to the disk. False where it does not take it, with errno.
 [[nodiscard]] bool flush_to_disk(std::FILE* file);
-/// Keeps a new name in the folder from being lost; does what can be done.
-void flush_folder(const std::filesystem::path& folder);
+/// Keeps a new name in the folder from being lost. False where the disk does not take it, with errno; what cannot be
+/// flushed is passed over.
+[[nodiscard]] bool flush_folder(const std::filesystem::path& folder);
 
 /// For writing, in place of what is there. Null, with errno.
 [[nodiscard]] std::FILE* create_log(const std::filesystem::path& name);
@@ -35,6 +37,10 @@ void flush_folder(const std::filesystem::path& folder);
 
 /// Gives a file the name of another, which it replaces. On Windows it waits a moment where somebody has that one open.
 void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error);
+
+/// What the folder holds, by names alone, in no order; an error where it cannot be read. Throws std::bad_alloc, where
+/// the standard library's walk would end the program.
+[[nodiscard]] std::vector<std::filesystem::path> names_in(const std::filesystem::path& folder, std::error_code& error);
 
 /// Removes a file that `create_locked` made unless its maker still has it open.
 void remove_abandoned(const std::filesystem::path& name);

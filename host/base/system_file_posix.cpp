@@ -1,3 +1,4 @@
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -6,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <memory>
+#include <new>
 
 #include "base/system_file.h"
 
@@ -18,10 +21,15 @@ constexpr mode_t kPermissions = 07777;
 std::FILE* stream_of(int handle) {
     std::FILE* const file = handle < 0 ? nullptr : ::fdopen(handle, "wb");
     if (file == nullptr && handle >= 0) {
+        const int error = errno;
         ::close(handle);
+        errno = error;
     }
     return file;
 }
+
+/// What is no disk cannot be flushed.
+bool flush_handle(int handle) { return ::fsync(handle) == 0 || errno == EINVAL || errno == ENOTSUP; }
 
 /// Retries what a signal interrupts.
 int wait_for_lock(int handle) {
@@ -55,7 +63,13 @@ std::FILE* create_locked(const std::filesystem::path& name, const std::filesyste
         const bool owned = ::fchown(handle, model.st_uid, model.st_gid) == 0;
         ::fchmod(handle, model.st_mode & (owned ? kPermissions : kPermissions & 0777U));
     }
-    return stream_of(handle);
+    std::FILE* const file = stream_of(handle);
+    if (file == nullptr) {
+        const int error = errno;
+        ::unlink(name.c_str());
+        errno = error;
+    }
+    return file;
 }
 
 std::FILE* open_existing(const std::filesystem::path& name) {
@@ -73,21 +87,42 @@ bool is_device(const std::filesystem::path& name) {
 
 bool may_be_written(const std::filesystem::path& existing) { return ::access(existing.c_str(), W_OK) == 0; }
 
-bool flush_to_disk(std::FILE* file) {
-    // What is no disk cannot be flushed.
-    return std::fflush(file) == 0 && (::fsync(::fileno(file)) == 0 || errno == EINVAL || errno == ENOTSUP);
-}
+bool flush_to_disk(std::FILE* file) { return std::fflush(file) == 0 && flush_handle(::fileno(file)); }
 
-void flush_folder(const std::filesystem::path& folder) {
+bool flush_folder(const std::filesystem::path& folder) {
     const int handle = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (handle >= 0) {
-        ::fsync(handle);
-        ::close(handle);
+    if (handle < 0) {
+        return true;
     }
+    const bool flushed = flush_handle(handle);
+    const int error = errno;
+    ::close(handle);
+    errno = error;
+    return flushed;
 }
 
 void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error) {
     std::filesystem::rename(file, by_name, error);
+}
+
+std::vector<std::filesystem::path> names_in(const std::filesystem::path& folder, std::error_code& error) {
+    std::vector<std::filesystem::path> names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> open(::opendir(folder.c_str()), ::closedir);
+    if (!open && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    while (open) {
+        errno = 0;
+        const dirent* const entry = ::readdir(open.get());
+        if (entry == nullptr) {
+            break;
+        }
+        names.emplace_back(entry->d_name);
+    }
+    error = std::error_code(errno, std::generic_category());
+    std::erase(names, ".");
+    std::erase(names, "..");
+    return names;
 }
 
 void remove_abandoned(const std::filesystem::path& name) {

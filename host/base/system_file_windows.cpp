@@ -92,7 +92,7 @@ bool flush_to_disk(std::FILE* file) {
     return std::fflush(file) == 0 && (_commit(_fileno(file)) == 0 || errno == EBADF);
 }
 
-void flush_folder(const std::filesystem::path&) {}  // the file system does that when it renames
+bool flush_folder(const std::filesystem::path&) { return true; }  // the file system does that when it renames
 
 void replace(const std::filesystem::path& file, const std::filesystem::path& by_name, std::error_code& error) {
     constexpr int kTries = 200;
@@ -110,6 +110,15 @@ void replace(const std::filesystem::path& file, const std::filesystem::path& by_
     }
     set_errno(reason);
     error = std::error_code(errno, std::generic_category());
+}
+
+std::vector<std::filesystem::path> names_in(const std::filesystem::path& folder, std::error_code& error) {
+    std::vector<std::filesystem::path> names;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        names.push_back(entry->path().filename());
+    }
+    return names;
 }
 
 /// Fails while its maker, or anyone, has it open.

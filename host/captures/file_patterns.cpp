@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/error.h"
+#include "base/system_file.h"
 
 namespace cali::host {
 namespace {
@@ -69,9 +70,10 @@ std::vector<std::filesystem::path> matching_files(const std::filesystem::path& p
     }
     std::vector<std::filesystem::path> files;
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.is_regular_file() && matches(entry.path().filename().string(), pattern.filename().string())) {
-            files.push_back(pattern.parent_path() / entry.path().filename());
+    for (const std::filesystem::path& name : system_file::names_in(folder, error)) {
+        if (matches(name.string(), pattern.filename().string()) &&
+            std::filesystem::is_regular_file(folder / name, error)) {
+            files.push_back(pattern.parent_path() / name);
         }
     }
     if (files.empty()) {

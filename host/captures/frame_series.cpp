@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/error.h"
+#include "base/system_file.h"
 #include "captures/file_form.h"
 #include "captures/file_patterns.h"
 #include "captures/geometry.h"
@@ -24,9 +25,10 @@ bool is_capture(const std::filesystem::path& file) {
 
 std::vector<std::filesystem::path> captures_in(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.is_regular_file() && is_capture(entry.path())) {
-            files.push_back(entry.path());
+    std::error_code error;
+    for (const std::filesystem::path& name : system_file::names_in(folder, error)) {
+        if (is_capture(name) && std::filesystem::is_regular_file(folder / name, error)) {
+            files.push_back(folder / name);
         }
     }
     sort_naturally(files);
@@ -41,10 +43,10 @@ std::vector<SeriesLevel> levels_of_folder(const std::filesystem::path& folder) {
         throw InputError(folder.string() + ": no such folder");
     }
     std::map<std::string, std::vector<std::filesystem::path>, NaturalLess> groups;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.is_directory()) {
-            if (auto files = captures_in(entry.path()); !files.empty()) {
-                groups[entry.path().filename().string()] = std::move(files);
+    for (const std::filesystem::path& name : system_file::names_in(folder, error)) {
+        if (std::filesystem::is_directory(folder / name, error)) {
+            if (auto files = captures_in(folder / name); !files.empty()) {
+                groups[name.string()] = std::move(files);
             }
         }
     }

@@ -96,8 +96,12 @@ SessionOutcome calibrate_session(const SessionRun& options, const Invocation& in
     files.add_from(made);
     made.truth = truth;
     run.take(std::move(made));
-    const int status = run.finish();
-    return {status, run.results(), stopped};
+    const int status = run.finish([&](const Results& results, PendingFiles& beside) {
+        if (options.beside) {
+            options.beside(stopped, results, beside);
+        }
+    });
+    return {status, stopped};
 }
 
 std::vector<std::filesystem::path> files_of(const Session& session) {

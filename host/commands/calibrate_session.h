@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,11 +20,13 @@ struct SessionRun {
     ChainFileChoice files;
     int jobs = 1;
     RunOptions run;
+    /// Told why the chain ended before its end, where wrong input ended it, and the results as their file will hold
+    /// them; what it adds appears with the results.
+    std::function<void(const std::optional<std::string>& stopped, const Results&, PendingFiles&)> beside = {};
 };
 
 struct SessionOutcome {
     int status = 0;
-    Results results;                     ///< as the results file holds them
     std::optional<std::string> stopped;  ///< wrong input that ended the chain before its end
 };
 

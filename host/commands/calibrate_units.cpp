@@ -9,6 +9,7 @@
 #include "base/error.h"
 #include "base/jobs.h"
 #include "base/output_file.h"
+#include "base/system_file.h"
 #include "base/text.h"
 #include "cali/cali.h"
 #include "outputs/console.h"
@@ -127,6 +128,13 @@ UnitRecord broken(const UnitSession& unit, std::string error) {
     return record;
 }
 
+void keep(const std::filesystem::path& folder, const UnitRecord& record) {
+    make_folder(folder);
+    PendingFiles files;
+    add_unit_record(files, folder, record);
+    files.commit();
+}
+
 /// Calibrates the unit where it has to be, and returns the line.
 std::string calibrate_unit(const UnitSession& unit, const UnitsRun& run, const Invocation& invocation) {
     const std::filesystem::path folder = run.folder / path_of(unit.name);
@@ -148,17 +156,21 @@ std::string calibrate_unit(const UnitSession& unit, const UnitsRun& run, const I
         session.session = unit.session;
         session.folder = folder;
         session.run.report.mute = true;
-        const SessionOutcome outcome = calibrate_session(session, own);
-        record = outcome.stopped ? broken(unit, *outcome.stopped) : unit_record(unit.name, outcome.results);
-        record.inputs = inputs_of(unit, run, outcome.results);
-        record.options = options_of(run, own);
+        // With the results: a record of others would later pass for theirs.
+        session.beside = [&](const std::optional<std::string>& stopped, const Results& results, PendingFiles& files) {
+            record = stopped ? broken(unit, *stopped) : unit_record(unit.name, results);
+            record.inputs = inputs_of(unit, run, results);
+            record.options = options_of(run, own);
+            add_unit_record(files, folder, record);
+        };
+        (void)calibrate_session(session, own);
+        return line_of(record, false);
     } catch (const InputError& problem) {
         record = broken(unit, problem.what());
     } catch (const CalibrationError& problem) {
         record = broken(unit, problem.what());
     }
-    make_folder(folder);
-    write_unit_record(folder, record);
+    keep(folder, record);
     return line_of(record, false);
 }
 
@@ -210,8 +222,7 @@ int calibrate_units(const UnitsRun& run, const Invocation& invocation) {
         } catch (const std::runtime_error& problem) {
             const UnitRecord record = broken(units[i], problem.what());
             const std::filesystem::path folder = run.folder / path_of(units[i].name);
-            make_folder(folder);
-            write_unit_record(folder, record);
+            keep(folder, record);
             line = line_of(record, false);
         }
         const std::optional<UnitRecord> record = read_unit_record(run.folder / path_of(units[i].name));
@@ -233,8 +244,8 @@ int summarise_units(const std::filesystem::path& folder, bool strict) {
         throw InputError(folder.string() + ": no such folder of units");
     }
     std::vector<UnitRecord> units;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (std::optional<UnitRecord> record = read_unit_record(entry.path())) {
+    for (const std::filesystem::path& name : system_file::names_in(folder, error)) {
+        if (std::optional<UnitRecord> record = read_unit_record(folder / name)) {
             units.push_back(std::move(*record));
         }
     }
@@ -246,9 +257,9 @@ int summarise_units(const std::filesystem::path& folder, bool strict) {
     files.add_text(folder / kSummary, summary_csv(units));
     files.add_text(folder / kUnits, units_list(units));
     std::printf("%s\n", units_line(units).c_str());
-    for (const std::filesystem::path& file : files.commit()) {
-        print_written(file);
-    }
+    const std::vector<std::filesystem::path> written = files.targets();
+    files.commit();
+    std::ranges::for_each(written, print_written);
     Severity worst = Severity::pass;
     for (const UnitRecord& unit : units) {
         worst = std::max(worst, unit.verdict);

@@ -2,8 +2,6 @@
 #include <exception>
 #include <new>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "base/error.h"
 #include "base/output_file.h"
@@ -17,7 +15,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongInput = 2;
 
-int run(std::vector<std::string> arguments) {
+int run(int argc, char** argv) {
     using namespace cali::host;
     try {
         const std::string raw = camera_raw_library();
@@ -37,7 +35,7 @@ int run(std::vector<std::string> arguments) {
                                add_summary_command,  add_export_command, add_validate_command,  add_help_command}) {
             add(line);
         }
-        const int status = line.parse_and_run(std::move(arguments));
+        const int status = line.parse_and_run(process::arguments(argc, argv));
         require_standard_output();
         return status;
     } catch (const InputError& problem) {
@@ -66,5 +64,5 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only th
     process::set_variable("CALI_WARNINGS", "stderr");
     process::prepare_streams();
     process::clean_up_on_signals();
-    return run(process::arguments(argc, argv));
+    return run(argc, argv);
 }

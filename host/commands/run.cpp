@@ -231,15 +231,13 @@ int Run::conclude(Severity severity) {
     return options_.report.status(severity);
 }
 
-int Run::finish() {
+int Run::finish(const AddFiles& add_files) {
     const Severity severity = worst(made_.findings);
     if (const std::string settings = settings_in_force(made_); !settings.empty()) {
         report_->note("in force: " + settings);
     }
-    made_.outputs = outputs_.commit();
-    for (const std::filesystem::path& file : made_.outputs) {
-        report_->written(file);
-    }
+    std::vector<std::filesystem::path> written = outputs_.targets();
+    made_.outputs = written;
     // What earlier runs wrote and this one did not stays known for its own.
     std::ranges::copy_if(earlier_outputs_, std::back_inserter(made_.outputs), is_there);
     {
@@ -254,10 +252,17 @@ int Run::finish() {
         merge(all_, std::move(made_));
         if (!page_.empty()) {
             // What the file will hold, so that a page made of the file later is the same.
-            write_text_file(page_, report_text({{"", from_json(to_json(all_, {}), {})}}));
-            report_->written(page_);
+            outputs_.add_text(page_, report_text({{"", from_json(to_json(all_, {}), {})}}));
+            written.push_back(page_);
         }
-        write_results(options_.results, all_);
+        if (add_files) {
+            add_files(all_, outputs_);
+        }
+        outputs_.add_text(options_.results, results_text(options_.results, all_));
+        outputs_.commit();
+    }
+    for (const std::filesystem::path& file : written) {
+        report_->written(file);
     }
     return conclude(severity);
 }

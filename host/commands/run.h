@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -96,10 +97,10 @@ public:
     /// A file that appears with the others when the run is finished.
     [[nodiscard]] PendingFiles& outputs() { return outputs_; }
 
+    /// Adds files that are made of what the results file will hold.
+    using AddFiles = std::function<void(const Results&, PendingFiles&)>;
     /// Writes all files, the results last, shows the verdict, and returns the exit status.
-    [[nodiscard]] int finish();
-    /// After `finish`: what the results file holds.
-    [[nodiscard]] const Results& results() const { return all_; }
+    [[nodiscard]] int finish(const AddFiles& add_files = {});
 
 private:
     template <typename T>

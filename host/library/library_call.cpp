@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 #include "base/error.h"
 #include "base/output_file.h"
@@ -128,10 +129,19 @@ int LibraryOutput::call(const char* name, const std::function<int()>& run) const
         const Redirected redirected(stderr, errors.get());
         status = call_redirected(name, run);
     }
+    const auto is_warning = [](const std::string& line) { return line.find(" Calib Warning: ") != std::string::npos; };
+    bool warned = false;
     for_each_line(errors.get(), [&](const std::string& line) {
-        if (line.find(" Calib Warning: ") != std::string::npos) {
+        if (is_warning(line)) {
             notes_->warnings.push_back(line);
-        } else {
+            warned = true;
+        }
+    });
+    if (status < 0 && !warned) {
+        throw std::bad_alloc();
+    }
+    for_each_line(errors.get(), [&](const std::string& line) {
+        if (!is_warning(line)) {
             (void)std::fprintf(stderr, "%s\n", line.c_str());
         }
     });

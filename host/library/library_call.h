@@ -21,7 +21,8 @@ public:
     /// Collected in a file; "-" is standard output. Throws InputError.
     static LibraryOutput to_file(const std::filesystem::path& file);
 
-    /// Runs one export and returns its status. Throws OutputError where the file does not take what is printed.
+    /// Runs one export and returns its status. Throws OutputError where the file does not take what is printed, and
+    /// std::bad_alloc where the export fails without a warning.
     int call(const char* name, const std::function<int()>& run) const;
 
     /// The library's warnings for its operator ("caption: text") since they were last taken.

@@ -5,7 +5,6 @@
 #include <set>
 
 #include "base/error.h"
-#include "base/output_file.h"
 #include "base/text.h"
 #include "base/text_file.h"
 #include "results/codecs.h"
@@ -138,8 +137,8 @@ Results from_json(const Json& document, const std::optional<std::filesystem::pat
     return results;
 }
 
-void write_results(const std::filesystem::path& file, const Results& results) {
-    write_text_file(file, to_json(results, std::filesystem::absolute(file).parent_path()).dump() + "\n");
+std::string results_text(const std::filesystem::path& file, const Results& results) {
+    return to_json(results, std::filesystem::absolute(file).parent_path()).dump() + "\n";
 }
 
 Results read_results(const std::filesystem::path& file) {

@@ -15,7 +15,8 @@ namespace cali::host {
 /// Everything that was written. Throws InputError.
 [[nodiscard]] Results from_json(const Json& document, const std::optional<std::filesystem::path>& folder);
 
-void write_results(const std::filesystem::path& file, const Results& results);
+/// The file's whole content.
+[[nodiscard]] std::string results_text(const std::filesystem::path& file, const Results& results);
 
 /// Throws InputError.
 /// A document, `what` in messages: "results file". Throws InputError.

@@ -5,7 +5,6 @@
 
 #include "base/digest.h"
 #include "base/error.h"
-#include "base/output_file.h"
 #include "cali/cali.h"
 #include "results/codecs.h"
 #include "results/results_file.h"
@@ -52,13 +51,13 @@ UnitRecord unit_record(const std::string& name, const Results& results) {
     return record;
 }
 
-void write_unit_record(const std::filesystem::path& folder, const UnitRecord& record) {
+void add_unit_record(PendingFiles& files, const std::filesystem::path& folder, const UnitRecord& record) {
     Json json = Json::object();
     json["form"] = kForm;
     Archive archive = Archive::writer(json, std::nullopt);
     UnitRecord copy = record;
     fields(archive, copy);
-    write_text_file(folder / kUnitRecord, json.dump(-1) + "\n");
+    files.add_text(folder / kUnitRecord, json.dump(-1) + "\n");
 }
 
 std::optional<UnitRecord> read_unit_record(const std::filesystem::path& folder) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/output_file.h"
 #include "base/record.h"
 #include "results/units.h"
 
@@ -32,7 +33,7 @@ struct UnitRecord {
 /// Of a unit that was calibrated; without inputs and options.
 [[nodiscard]] UnitRecord unit_record(const std::string& name, const Results& results);
 
-void write_unit_record(const std::filesystem::path& folder, const UnitRecord& record);
+void add_unit_record(PendingFiles& files, const std::filesystem::path& folder, const UnitRecord& record);
 
 /// Nothing where there is none, or where it is damaged or of another version's form.
 [[nodiscard]] std::optional<UnitRecord> read_unit_record(const std::filesystem::path& folder);

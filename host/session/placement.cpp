@@ -9,6 +9,7 @@
 #include <set>
 
 #include "base/error.h"
+#include "base/system_file.h"
 #include "calibrations/black_level.h"
 #include "calibrations/flatness.h"
 #include "calibrations/noise.h"
@@ -33,22 +34,30 @@ struct Candidate {
     }
 };
 
-/// Everything below the folder, but for what is hidden.
+constexpr int kMostDepth = 3;
+
+/// Everything below the folder, but for what is hidden. Folders behind links are not walked.
+void add_files_below(const path& folder, int depth, std::vector<path>& files, std::error_code& error) {
+    for (const path& name : system_file::names_in(folder, error)) {
+        std::error_code ignored;
+        if (name.string().starts_with('.')) {
+            continue;
+        }
+        if (std::filesystem::is_regular_file(folder / name, ignored)) {
+            files.push_back(folder / name);
+        } else if (depth < kMostDepth && std::filesystem::symlink_status(folder / name, ignored).type() ==
+                                             std::filesystem::file_type::directory) {
+            add_files_below(folder / name, depth + 1, files, ignored);
+        }
+    }
+}
+
 std::vector<path> files_below(const path& folder) {
     std::vector<path> files;
     std::error_code error;
-    auto walk = std::filesystem::recursive_directory_iterator(
-        folder, std::filesystem::directory_options::skip_permission_denied, error);
+    add_files_below(folder, 0, files, error);
     if (error) {
         throw InputError(folder.string() + ": cannot be read as a folder");
-    }
-    for (; walk != std::filesystem::recursive_directory_iterator(); walk.increment(error)) {
-        const bool hidden = walk->path().filename().string().starts_with('.');
-        if (hidden || walk.depth() > 3) {
-            walk.disable_recursion_pending();
-        } else if (walk->is_regular_file(error)) {
-            files.push_back(walk->path());
-        }
     }
     sort_naturally(files);
     return files;

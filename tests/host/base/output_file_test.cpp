@@ -29,7 +29,8 @@ TEST(OutputFile, AppearsWholeOrNotAtAll) {
     files.add_text(folder / "c", "1");
     files.add_text(folder / "b", "2");
     EXPECT_FALSE(std::filesystem::exists(folder / "c"));
-    EXPECT_EQ(files.commit(), (std::vector<std::filesystem::path>{folder / "c", folder / "b"}));
+    EXPECT_EQ(files.targets(), (std::vector<std::filesystem::path>{folder / "c", folder / "b"}));
+    files.commit();
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"a", "b", "c"}));
     EXPECT_EQ(read_text(folder / "b"), "2");
 

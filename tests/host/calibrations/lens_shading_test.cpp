@@ -185,7 +185,7 @@ TEST(ShadingFiles, AreNoneWhereTheFlatFieldCannotBeReadAgain) {
     const auto lost = []() -> host::Capture { throw host::InputError("flat.raw: no such file"); };
     const TemporaryFolder folder;
     EXPECT_THROW(host::add_shading_files(files, folder.path(), shading, {}, lost, {true, true}), host::InputError);
-    EXPECT_TRUE(files.commit().empty());
+    EXPECT_TRUE(files.targets().empty());
 }
 
 }  // namespace

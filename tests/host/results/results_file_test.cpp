@@ -8,6 +8,10 @@ namespace {
 
 using nlohmann::json;
 
+void write(const std::filesystem::path& file, const host::Results& results) {
+    write_text(file, host::results_text(file, results));
+}
+
 /// Every section there is: the chain's, the local black levels, and a table.
 std::filesystem::path whole_results(const TemporaryFolder& folder) {
     const TemporaryFolder& session = simulated_session();
@@ -27,8 +31,8 @@ std::filesystem::path whole_results(const TemporaryFolder& folder) {
 TEST(ResultsFile, IsReadBackWhole) {
     const TemporaryFolder folder;
     const std::filesystem::path file = whole_results(folder);
-    host::write_results(folder / "again.json", host::read_results(file));
-    host::write_results(folder / "twice.json", host::read_results(folder / "again.json"));
+    write(folder / "again.json", host::read_results(file));
+    write(folder / "twice.json", host::read_results(folder / "again.json"));
     EXPECT_EQ(read_text(folder / "again.json"), read_text(folder / "twice.json"));
     EXPECT_EQ(read_json(folder / "again.json"), read_json(file));  // nothing lost, nothing moved
     const json whole = read_json(file);
@@ -139,14 +143,14 @@ TEST(ResultsFile, NamesOfFilesFollowTheFolder) {
     };
     host::Results results;
     results.white_balance.emplace_back().file = folder / "sub/grey.raw";
-    host::write_results(folder / "a.json", results);
+    write(folder / "a.json", results);
     EXPECT_EQ(name_of(folder / "a.json"), "sub/grey.raw");
     EXPECT_EQ(host::read_results(folder / "a.json").white_balance[0].file, folder / "sub/grey.raw");
-    host::write_results(folder / "sub/b.json", host::read_results(folder / "a.json"));
+    write(folder / "sub/b.json", host::read_results(folder / "a.json"));
     EXPECT_EQ(name_of(folder / "sub/b.json"), "grey.raw");
     // Not below the folder: as it was given.
     results.white_balance[0].file = "../elsewhere/grey.raw";
-    host::write_results(folder / "a.json", results);
+    write(folder / "a.json", results);
     EXPECT_EQ(host::read_results(folder / "a.json").white_balance[0].file, "../elsewhere/grey.raw");
 }
 
