@@ -1,5 +1,4 @@
 #include "core/histogram.h"
-#include "stages/black_level.h"
 #include "stages/front_end.h"
 #include "workload.h"
 
@@ -8,8 +7,9 @@ namespace cali::bench {
 void register_stages() {
     Workload& load = Workload::get();
     measure("stage: black level", {2.6, 3.6}, [&load] {
-        const BlackLevel parameters{{{60, 61, 62, 63}}, {{1.01F, 1.02F, 1.03F, 1.04F}}};
-        apply_black_level(load.work_frame(), parameters);
+        FrontEnd black;
+        black.black_level = BlackLevel{{{60, 61, 62, 63}}, {{1.01F, 1.02F, 1.03F, 1.04F}}};
+        apply_front_end(load.work_frame(), black, load.work.data());
     });
     FrontEnd gains;
     gains.wb_gains = WbGains{1900, 1500};
