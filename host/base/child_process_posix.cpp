@@ -10,7 +10,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <utility>
 #include <vector>
 
@@ -36,7 +38,10 @@ bool send_all(int pipe, std::string_view bytes) {
 
 void become_child(pid_t parent) {
     process::begin_as_copy();
-    process::HeldSignals::let_through();
+    std::set_terminate([] {
+        process::clean_up();
+        std::abort();  // silently: its parent says it
+    });
 #ifdef __linux__
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) {

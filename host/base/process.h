@@ -28,6 +28,10 @@ void restore(std::FILE* stream, int before);
 /// closed pipe an error of writing; on Windows Ctrl-C, Ctrl-Break and the closed console do. Called once, by main.
 void clean_up_on_signals();
 
+/// What a signal does before it ends the program: copies of the process end, temporary files go. For other ends that
+/// nothing unwinds.
+void clean_up();
+
 /// For the handlers.
 [[nodiscard]] std::span<const std::atomic<const char*>> temporary_names();
 /// `name` is removed where a signal ends the program. At most 1024 at a time; more are left for the next run to remove.

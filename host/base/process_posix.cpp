@@ -28,6 +28,13 @@ void mask_signals(int how) {
 }
 
 extern "C" void clean_up_and_exit(int signal) {
+    clean_up();
+    ::_exit(128 + signal);
+}
+
+}  // namespace
+
+void clean_up() {
     for (const std::atomic<pid_t>& slot : g_copies) {
         if (const pid_t copy = slot.load()) {
             ask_to_end(copy);
@@ -43,10 +50,7 @@ extern "C" void clean_up_and_exit(int signal) {
             ::unlink(name);
         }
     }
-    ::_exit(128 + signal);
 }
-
-}  // namespace
 
 std::vector<std::string> arguments(int argc, char** argv) { return {argv + (argc > 0 ? 1 : 0), argv + argc}; }
 

@@ -14,19 +14,23 @@ namespace cali::host::process {
 namespace {
 
 /// In a thread of its own, not in the midst of something as POSIX has it.
-BOOL WINAPI remove_temporary_files_and_exit(DWORD event) {
-    for (const std::atomic<const char*>& slot : temporary_names()) {
-        if (const char* const name = slot.load()) {
-            std::error_code ignored;
-            std::filesystem::remove(path_of(name), ignored);
-        }
-    }
+BOOL WINAPI clean_up_and_exit(DWORD event) {
+    clean_up();
     constexpr unsigned kInterrupted = 130;
     constexpr unsigned kEnded = 143;
     ExitProcess(event == CTRL_C_EVENT ? kInterrupted : kEnded);
 }
 
 }  // namespace
+
+void clean_up() {
+    for (const std::atomic<const char*>& slot : temporary_names()) {
+        if (const char* const name = slot.load()) {
+            std::error_code ignored;
+            std::filesystem::remove(path_of(name), ignored);
+        }
+    }
+}
 
 /// What main gets is in the machine's old code page, with patterns expanded.
 std::vector<std::string> arguments(int /*argc*/, char** /*argv*/) {
@@ -67,6 +71,6 @@ bool is_terminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
 HeldSignals::HeldSignals() = default;
 void HeldSignals::let_through() {}
 
-void clean_up_on_signals() { SetConsoleCtrlHandler(remove_temporary_files_and_exit, TRUE); }
+void clean_up_on_signals() { SetConsoleCtrlHandler(clean_up_and_exit, TRUE); }
 
 }  // namespace cali::host::process

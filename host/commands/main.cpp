@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <string>
@@ -56,6 +57,21 @@ int run(int argc, char** argv) {
     }
 }
 
+/// Where memory runs out in what may not fail: destructors and the like of libraries. Anything else is a fault of ours.
+[[noreturn]] void end_without_memory() {
+    try {
+        if (std::current_exception()) {
+            throw;
+        }
+    } catch (const std::bad_alloc&) {
+    } catch (...) {
+        std::abort();
+    }
+    cali::host::process::clean_up();
+    (void)std::fputs("cali: not enough memory\n", stderr);
+    std::_Exit(kFailed);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only the last words can fail
@@ -64,5 +80,6 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): only th
     process::set_variable("CALI_WARNINGS", "stderr");
     process::prepare_streams();
     process::clean_up_on_signals();
+    std::set_terminate(end_without_memory);
     return run(argc, argv);
 }
