@@ -55,9 +55,6 @@ void FrontEndRows::row(int32_t y, const uint32_t* source, uint32_t* destination)
 }
 
 void apply_front_end(const ConstRawFrame& frame, const FrontEnd& front_end, uint32_t* destination) {
-    if (frame.empty()) {
-        return;
-    }
     FrontEndRows rows(frame, front_end);
     const RawFrame output{destination, frame.width, frame.height, frame.pattern};
     for (int32_t y = 0; y < frame.height; ++y) {

@@ -45,7 +45,7 @@ private:
     std::optional<WbGainStage> wb_gains_;
 };
 
-/// The whole frame. `destination` may be its buffer. Nothing for an empty frame. Throws std::bad_alloc.
+/// The whole frame. `destination` may be its buffer. Not of an empty one. Throws std::bad_alloc.
 void apply_front_end(const ConstRawFrame& frame, const FrontEnd& front_end, uint32_t* destination);
 
 /// Told how far a walk over a frame's rows has come.

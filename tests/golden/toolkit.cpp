@@ -47,7 +47,8 @@ void colour_spaces(Golden& golden, Random& random, int turn) {
     const Colour own = srgb_to_lab(encoded, turn % 2 == 0 ? 65 : 50);
     const Colour other = srgb_to_lab(colour(), turn % 5 == 0 ? 65 : 50);
     golden["libm/math_colour"] << srgb_decode(encoded[0]) << srgb_encode(encoded[0] / 12) << own
-                               << delta_e_1976(own, other) << delta_e_2000(own, other);
+                               << delta_e_1976(own, other) << delta_e_2000(own, other)
+                               << adapt_bradford(encoded, {0.96422, 1, 0.82521}, {0.95047, 1, 1.08883});
 }
 
 void colours_through_tables(Golden& golden, Random& random, int turn) {
