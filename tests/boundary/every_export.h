@@ -119,9 +119,6 @@ inline World::World() {
         pixels[i] = static_cast<int32_t>(i * i * 977 % 4096);
         patches[i / 3] = &pixels[i / 3 * 3];
     }
-    for (std::vector<RoiRgbMean>* colours : {&measured, &reference, &adjusted}) {
-        std::memset(colours->data(), 0, colours->size() * sizeof(RoiRgbMean));  // padding is part of the state
-    }
     for (std::size_t i = 0; i < 24; ++i) {
         measured[i].b = measured[i].g = measured[i].r = 10.0 * static_cast<double>(i);
         reference[i] = measured[i];
@@ -138,7 +135,12 @@ inline std::vector<unsigned char> World::state() const {
     const auto append = [&](const auto&... ranges) {
         (append_bytes(bytes, std::span<const typename std::decay_t<decltype(ranges)>::value_type>(ranges)), ...);
     };
-    append(frames[0], frames[1], codes, whole, mesh, real, gains, measured, reference, adjusted);
+    append(frames[0], frames[1], codes, whole, mesh, real, gains);
+    for (const auto* const colours : {&measured, &reference, &adjusted}) {
+        for (const auto& [b, g, r, valid, reserved] : *colours) {  // without the padding
+            append(std::array{b, g, r}, std::array{valid}, std::array{reserved});
+        }
+    }
     append(std::span(&record, 1), std::span(&total, 1));
     return bytes;
 }

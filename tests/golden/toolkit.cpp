@@ -72,7 +72,8 @@ void colours_through_tables(Golden& golden, Random& random, int turn) {
 
 /// Of 4 x 4 and channels of unequal numbers, which no export takes.
 void mosaics(Golden& golden, Random& random, int turn) {
-    OwnedFrame frame = random_frame(random, random.within(0, 20), random.within(0, 20), 4 + turn % 16, 4200);
+    const int32_t width = random.within(0, 20);
+    OwnedFrame frame = random_frame(random, width, random.within(0, 20), 4 + turn % 16, 4200);
     const Histogram histogram(frame.view());
     Digest& digest = golden["blc_mosaics"];
     digest << blc::channel_medians(histogram, frame.samples.size(), frame.pattern).value
