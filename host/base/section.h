@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cali::host {
@@ -41,10 +42,15 @@ struct Table {
 enum class Tint { plain, red, green_red, green_blue, green, blue, before, after, other };
 
 struct Axis {
+    // As an aggregate inside another it would be destroyed twice by gcc 12 where what is made after it finds no memory.
+    Axis(std::string with_unit, bool steps_multiply = false, std::optional<double> begin = {},
+         std::optional<double> end = {})
+        : name(std::move(with_unit)), logarithmic(steps_multiply), low(begin), high(end) {}
+
     std::string name;  ///< with its unit
-    bool logarithmic = false;
-    std::optional<double> low = {};  ///< where it begins and ends; empty: by the values
-    std::optional<double> high = {};
+    bool logarithmic;
+    std::optional<double> low;  ///< where it begins and ends; empty: by the values
+    std::optional<double> high;
 };
 
 struct Series {
