@@ -42,6 +42,7 @@ void become_child(pid_t parent) {
         process::clean_up();
         std::abort();  // silently: its parent says it
     });
+    process::HeldSignals::let_through();
 #ifdef __linux__
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) {

@@ -57,6 +57,7 @@ TEST(Jobs, HaveAProcessEach) {
 }
 
 TEST(Jobs, ThatDieAreAnErrorAndThoseLeftAreEnded) {
+    const auto begin = std::chrono::steady_clock::now();
     {
         Jobs jobs(2, [](const std::string&) {});
         const auto sleep = [](const Jobs::Tell&) {
@@ -81,6 +82,7 @@ TEST(Jobs, ThatDieAreAnErrorAndThoseLeftAreEnded) {
         }
         (void)jobs.add(sleep);
     }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60)) << "waited for, not ended";
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);  // no process is left, not even an ended one
 }
 
