@@ -20,13 +20,6 @@ struct Confinement {
 
 class ChildProcess {
 public:
-    /// Whether this system has copies.
-#ifdef _WIN32
-    static constexpr bool kAvailable = false;
-#else
-    static constexpr bool kAvailable = true;
-#endif
-
     /// What the copy sends; false where nobody listens any more.
     using Send = std::function<bool(std::string_view)>;
 

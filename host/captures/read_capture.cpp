@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <functional>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "base/digest.h"
@@ -114,11 +114,21 @@ void set_in_force(Capture& capture, const Geometry& geometry) {
     capture.settings = settings_of(capture, geometry);
 }
 
-void decode(FileFrame& frame, std::span<const uint8_t> content, const std::function<void(FileFrame&)>& work) {
-    if (is_foreign(frame.capture.file, content)) {
-        decode_confined(frame, work);
+void decode_here(FileFrame& frame, const EncodedFrame& encoded) {
+    const std::span<const uint8_t> bytes = std::as_const(encoded.content).bytes();
+    const Reader& reader = reader_of(frame.capture.file, bytes);
+    if (encoded.head_alone) {
+        reader.probe(frame.capture, bytes, encoded.bytes, encoded.geometry);
     } else {
-        work(frame);
+        reader.read(frame, encoded.content, encoded.geometry);
+    }
+}
+
+void decode(FileFrame& frame, const EncodedFrame& encoded) {
+    if (is_foreign(frame.capture.file, std::as_const(encoded.content).bytes())) {
+        decode_confined(frame, encoded, decode_here);
+    } else {
+        decode_here(frame, encoded);
     }
 }
 
@@ -164,10 +174,10 @@ FileFrame read_frame(const std::filesystem::path& file, const Geometry& geometry
     Capture& capture = frame.capture;
     Digest digest;
     FileContent content = read_all(file, [&](std::span<const uint8_t> part) { digest.add(part); });
-    const std::span<const uint8_t> bytes = content.bytes();
+    const uint64_t bytes = content.bytes().size();
     capture.file = file;
-    capture.inputs = {{file, bytes.size(), digest.text()}};
-    decode(frame, bytes, [&](FileFrame& decoded) { reader_of(file, bytes).read(decoded, content, geometry); });
+    capture.inputs = {{file, bytes, digest.text()}};
+    decode(frame, {content, bytes, geometry});
     set_in_force(capture, geometry);
     return frame;
 }
@@ -185,10 +195,13 @@ Capture probe_capture(const std::filesystem::path& file, const Geometry& geometr
     if (is_container(file, content.bytes())) {
         content = read_all(file, nobody);
     }
-    const std::span<const uint8_t> head = content.bytes();
-    decode(frame, head, [&](FileFrame& probed) { reader_of(file, head).probe(probed.capture, head, bytes, geometry); });
+    decode(frame, {content, bytes, geometry, true});
     set_in_force(frame.capture, geometry);
     return std::move(frame.capture);
+}
+
+std::optional<int> serve_as_decoder(const std::vector<std::string>& arguments) {
+    return serve_as_decoder(arguments, decode_here);
 }
 
 }  // namespace cali::host

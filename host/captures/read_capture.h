@@ -2,6 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "captures/frame.h"
 
@@ -17,5 +20,8 @@ namespace cali::host {
 /// What can be told of a capture without decoding its samples: that it is there, and large enough; it has then none.
 /// Throws InputError.
 Capture probe_capture(const std::filesystem::path& file, const Geometry& geometry);
+
+/// Called by main before all else: the exit status where this process is a decoder of another run of the program.
+[[nodiscard]] std::optional<int> serve_as_decoder(const std::vector<std::string>& arguments);
 
 }  // namespace cali::host

@@ -2,13 +2,17 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "base/error.h"
 #include "base/output_file.h"
 #include "base/process.h"
 #include "cali/cali.h"
 #include "captures/camera_raw_file.h"
+#include "captures/read_capture.h"
 #include "commands/commands.h"
 
 namespace {
@@ -19,6 +23,10 @@ constexpr int kWrongInput = 2;
 int run(int argc, char** argv) {
     using namespace cali::host;
     try {
+        std::vector<std::string> arguments = process::arguments(argc, argv);
+        if (const std::optional<int> served = serve_as_decoder(arguments)) {
+            return *served;
+        }
         const std::string raw = camera_raw_library();
         const std::string version =
             "cali " CALI_VERSION_STRING "\nraw files of cameras: " + (raw.empty() ? "no" : "LibRaw " + raw);
@@ -36,7 +44,7 @@ int run(int argc, char** argv) {
                                add_summary_command,  add_export_command, add_validate_command,  add_help_command}) {
             add(line);
         }
-        const int status = line.parse_and_run(process::arguments(argc, argv));
+        const int status = line.parse_and_run(std::move(arguments));
         require_standard_output();
         return status;
     } catch (const InputError& problem) {

@@ -21,11 +21,20 @@ using namespace host;
 
 constexpr Confinement kShort = {uint64_t{1} << 28U, 1};
 
+void decode_empty_file(FileFrame& frame, const std::function<void(FileFrame&)>& decode,
+                       const Confinement& limits = kDecoderLimits) {
+    FileContent nothing(0);
+    const Geometry untold;
+    frame.capture.file = "a.dng";
+    decode_confined(
+        frame, {nothing, 0, untold}, [&](FileFrame& decoded, const EncodedFrame& /*empty*/) { decode(decoded); },
+        limits);
+}
+
 std::string end_of(const std::function<void(FileFrame&)>& decode) {
     FileFrame frame;
-    frame.capture.file = "a.dng";
     try {
-        decode_confined(frame, decode, kShort);
+        decode_empty_file(frame, decode, kShort);
     } catch (const InputError& problem) {
         return problem.what();
     }
@@ -34,8 +43,7 @@ std::string end_of(const std::function<void(FileFrame&)>& decode) {
 
 TEST(ConfinedDecoder, GivesWhatTheCopyDecodes) {
     FileFrame frame;
-    frame.capture.file = "a.dng";
-    decode_confined(frame, [](FileFrame& decoded) {
+    decode_empty_file(frame, [](FileFrame& decoded) {
         decoded.capture.sensor = {1000, 700, 2, 14, 16000, true};
         decoded.capture.metadata.black_level = {1.5, 2, 3, 4};
         decoded.codes = Codes(700000);
@@ -62,6 +70,11 @@ TEST(ConfinedDecoder, SaysWhatBecameOfTheCopy) {
                   }
               }),
               "a.dng: cannot be read: its decoder was ended by signal 9 (Killed)");
+    EXPECT_EQ(end_of([](FileFrame& frame) {
+                  frame.capture.sensor = {4, 2, 0, 12, std::nullopt, false};
+                  frame.codes = Codes(7);
+              }),
+              "a.dng: cannot be read: its decoder gives what is no frame");
     EXPECT_EQ(end_of([](FileFrame& frame) { frame.codes = Codes(std::size_t{1} << 28U); }),
               "a.dng: decoding it takes more than 256 MB");
 }
@@ -71,7 +84,7 @@ TEST(ConfinedDecoder, ReachesNothingButItsMemory) {
     const std::string file = (folder / "kept").string();
     std::ofstream(file) << "kept";
     const int open_file = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(end_of([&](FileFrame&) {
+    EXPECT_EQ(end_of([&](FileFrame& frame) {
                   const auto require = [](bool holds, const char* what) {
                       if (!holds) {
                           throw InputError(what);
@@ -88,6 +101,8 @@ TEST(ConfinedDecoder, ReachesNothingButItsMemory) {
                   bool ran = false;
                   std::thread([&] { ran = true; }).join();  // decoders may have some
                   require(ran, "has no threads");
+                  frame.capture.sensor = {1, 1, 0, 12, std::nullopt, false};
+                  frame.codes = Codes(1);
               }),
               "decoded");
     ::close(open_file);

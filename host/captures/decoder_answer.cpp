@@ -1,17 +1,17 @@
-#include "captures/confined_decoder.h"
+#include "captures/decoder_answer.h"
 
 #include <new>
-#include <string>
-#include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "captures/limits.h"
 
 namespace cali::host {
 namespace {
 
-/// What the copy says first; behind it come the codes, or the message of an InputError.
+/// Behind it come the codes, or the message of an InputError.
 struct Answer {
     enum class Kind { frame, refused, no_memory };
 
@@ -22,15 +22,27 @@ struct Answer {
 };
 static_assert(std::is_trivially_copyable_v<Answer>);
 
-std::string_view bytes_of(const auto& values) {
-    return {reinterpret_cast<const char*>(std::data(values)), std::size(values) * sizeof(*std::data(values))};
+bool is_sound(const Answer& said, bool head_alone) {
+    constexpr uint64_t kLongestMessage = 65536;
+    const SensorGeometry& sensor = said.sensor;
+    switch (said.kind) {
+        case Answer::Kind::frame:
+            return sensor.width > 0 && sensor.height > 0 && photosites(sensor) <= kMostPhotosites &&
+                   sensor.pattern >= 0 && sensor.pattern < 4 && sensor.bits > 0 && sensor.bits <= 16 &&
+                   said.count == (head_alone ? 0 : photosites(sensor));
+        case Answer::Kind::refused: return said.count <= kLongestMessage;
+        case Answer::Kind::no_memory: return true;
+    }
+    return false;
 }
 
-void answer(FileFrame& frame, const std::function<void(FileFrame&)>& decode, const ChildProcess::Send& send) {
+}  // namespace
+
+void send_answer(FileFrame& frame, const EncodedFrame& encoded, const Decode& decode, const ChildProcess::Send& send) {
     Answer said;
     std::string message;
     try {
-        decode(frame);
+        decode(frame, encoded);
         said = {Answer::Kind::frame, frame.capture.sensor, frame.capture.metadata, frame.codes.size()};
     } catch (const InputError& problem) {
         message = problem.what();
@@ -42,35 +54,22 @@ void answer(FileFrame& frame, const std::function<void(FileFrame&)>& decode, con
            (said.kind != Answer::Kind::frame || send(bytes_of(frame.codes))));
 }
 
-template <typename Values>
-bool fill(ChildProcess& from, Values& values) {
-    return from.receive(
-        {reinterpret_cast<uint8_t*>(std::data(values)), std::size(values) * sizeof(*std::data(values))});
-}
-
-}  // namespace
-
-void decode_confined(FileFrame& frame, const std::function<void(FileFrame&)>& decode, const Confinement& limits) {
-    if (!CALI_CONFINE_DECODERS || !ChildProcess::kAvailable) {
-        decode(frame);
-        return;
-    }
-    const std::unique_ptr<ChildProcess> copy =
-        ChildProcess::start([&](const ChildProcess::Send& send) { answer(frame, decode, send); }, limits);
+void take_answer(FileFrame& frame, const EncodedFrame& encoded, const Confinement& limits,
+                 const std::function<bool(std::span<uint8_t>)>& receive, const std::function<std::string()>& end) {
     const std::string file = frame.capture.file.string();
-    if (!copy) {
-        throw InputError(file + ": the system grants no process to decode it in");
-    }
     Answer said;
     std::span<Answer> whole(&said, 1);
-    if (fill(*copy, whole)) {
+    if (receive(memory_of(whole))) {
+        if (!is_sound(said, encoded.head_alone)) {
+            throw InputError(file + ": cannot be read: its decoder gives what is no frame");
+        }
         if (said.kind == Answer::Kind::no_memory) {
             throw InputError(file + text(": decoding it takes more than %llu MB",
                                          static_cast<unsigned long long>(limits.memory_bytes >> 20U)));
         }
         std::string message(said.kind == Answer::Kind::refused ? said.count : 0, ' ');
         Codes codes(said.kind == Answer::Kind::frame ? said.count : 0);
-        if (fill(*copy, message) && fill(*copy, codes)) {
+        if (receive(memory_of(message)) && receive(memory_of(codes))) {
             if (said.kind == Answer::Kind::refused) {
                 throw InputError(message);
             }
@@ -80,7 +79,7 @@ void decode_confined(FileFrame& frame, const std::function<void(FileFrame&)>& de
             return;
         }
     }
-    throw InputError(file + ": cannot be read: its decoder " + copy->end());
+    throw InputError(file + ": cannot be read: its decoder " + end());
 }
 
 }  // namespace cali::host
