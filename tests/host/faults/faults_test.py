@@ -142,9 +142,9 @@ class Command:
             fail(f"{self.name}, {what}: {wrong}", run)
 
 
-def simulate(name, seed):
+def simulate(name, seed, form="raw"):
     shutil.rmtree(f"{options.folder}/{name}", ignore_errors=True)
-    subprocess.run([options.program, "simulate", name, "--size", "192x128", "--format", "raw", "--dark-frames", "2",
+    subprocess.run([options.program, "simulate", name, "--size", "192x128", "--format", form, "--dark-frames", "2",
                     "--series-levels", "5", "--series-frames", "2", "--read-noise", "1", "--conversion-gain", "0.05",
                     "--illuminants", "3000", "5000", "--seed", seed], cwd=options.folder, check=True,
                    stdout=subprocess.DEVNULL)
@@ -183,6 +183,8 @@ def allocations(command):
 
 
 def calls(command):
+    if command.name == "one":
+        decoders(command)
     for kind, count in counts_of(command).items():
         if kind == "allocation":
             continue
@@ -195,6 +197,17 @@ def calls(command):
                 # A job without a process is done in the first one.
                 if (run.returncode == 0) != (kind == "fork"):
                     fail(f"{command.name}, {kind} {n}{after}: status {run.returncode}", run)
+
+
+def decoders(command):
+    """Others' decoders work in a process of their own, whose end is one line."""
+    simulate("tiff", "1", "tiff")
+    for fault, why in (({"FAULT_DECODER": "1"}, "cannot be read: its decoder was ended by signal 11 (Segmentation fault)"),
+                       ({"FAULT_CALL": "fork:1-"}, "the system grants no process to decode it in")):
+        command.restore()
+        run = command.run(arguments=["calibrate", "tiff/session.toml", "--only", "blc"], fault=fault)
+        if run.returncode != 2 or said(run) != [f"cali: tiff/dark_1.tif: {why}"]:
+            fail(f"{fault}: status {run.returncode}", run)
 
 
 def disk(command):

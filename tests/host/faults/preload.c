@@ -1,12 +1,14 @@
 /// Preloaded into the program, it fails what the system is asked for. Of the environment:
 ///   FAULT_ALLOCATION=n   the n-th allocation fails, from 1 in main on; "n-" that and all after it
 ///   FAULT_CALL=NAME:n    the n-th call of fsync, rename or fork fails with EIO or EAGAIN; "NAME:n-" likewise
+///   FAULT_DECODER=1      libtiff crashes at whether a file has tiles
 ///   FAULT_COUNTS=FILE    when the program ends, how many allocations and calls of each there were
 /// A process and its copies count together.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdatomic.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -71,6 +73,12 @@ pid_t fork(void) {
         *(void**)&next = dlsym(RTLD_NEXT, "fork");
     }
     return fails(kFork) ? failed(EAGAIN) : next();
+}
+
+int TIFFIsTiled(void* tiff) {
+    int (*next)(void*);
+    *(void**)&next = dlsym(RTLD_NEXT, "TIFFIsTiled");
+    return getenv("FAULT_DECODER") != NULL ? raise(SIGSEGV) : next(tiff);
 }
 
 static void read_fault(int kind, const char* text) {
