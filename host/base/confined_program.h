@@ -32,11 +32,15 @@ public:
     [[nodiscard]] std::string end();
 
 private:
-    struct Handles;
+    ConfinedProgram(void* job, void* process, void* to_it, void* from_it)
+        : job_(job), process_(process), to_it_(to_it), from_it_(from_it) {}
 
-    explicit ConfinedProgram(std::unique_ptr<Handles> handles);
+    void close_pipes();
 
-    std::unique_ptr<Handles> handles_;
+    void* job_;
+    void* process_;
+    void* to_it_;
+    void* from_it_;
 };
 
 /// In that process, before all else: its pipes. What libraries print goes nowhere; faults show no boxes.

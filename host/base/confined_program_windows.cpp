@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 #include "base/text.h"
@@ -20,17 +21,16 @@ public:
     Handle() = default;
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
-    ~Handle() { close(); }
+    ~Handle() {
+        if (handle_ != nullptr) {
+            CloseHandle(handle_);
+        }
+    }
 
     [[nodiscard]] HANDLE get() const { return handle_; }
     [[nodiscard]] HANDLE* out() { return &handle_; }
     void set(HANDLE handle) { handle_ = handle; }
-    void close() {
-        if (handle_ != nullptr) {
-            CloseHandle(handle_);
-            handle_ = nullptr;
-        }
-    }
+    [[nodiscard]] HANDLE release() { return std::exchange(handle_, nullptr); }
 
 private:
     HANDLE handle_ = nullptr;
@@ -139,23 +139,16 @@ private:
 
 }  // namespace
 
-struct ConfinedProgram::Handles {
+std::unique_ptr<ConfinedProgram> ConfinedProgram::start(const std::string& argument, const Confinement& confinement) {
     Handle job;
-    Handle process;
+    Handle token;
     Handle to_it;
     Handle from_it;
-};
-
-ConfinedProgram::ConfinedProgram(std::unique_ptr<Handles> handles) : handles_(std::move(handles)) {}
-
-std::unique_ptr<ConfinedProgram> ConfinedProgram::start(const std::string& argument, const Confinement& confinement) {
-    auto handles = std::make_unique<Handles>();
-    Handle token;
     Handle its_input;
     Handle its_output;
-    if (!make_token(token) || !make_job(handles->job, confinement) ||
-        !make_pipe(its_input.out(), handles->to_it.out(), its_input.out()) ||
-        !make_pipe(handles->from_it.out(), its_output.out(), its_output.out())) {
+    if (!make_token(token) || !make_job(job, confinement) ||
+        !make_pipe(its_input.out(), to_it.out(), its_input.out()) ||
+        !make_pipe(from_it.out(), its_output.out(), its_output.out())) {
         return nullptr;
     }
     std::array inherited = {its_input.get(), its_output.get()};
@@ -174,32 +167,45 @@ std::unique_ptr<ConfinedProgram> ConfinedProgram::start(const std::string& argum
                                                     nullptr, nullptr, &info.StartupInfo, &made) == 0) {
         return nullptr;
     }
-    handles->process.set(made.hProcess);
+    Handle process;
+    process.set(made.hProcess);
     Handle thread;
     thread.set(made.hThread);
-    if (AssignProcessToJobObject(handles->job.get(), made.hProcess) == 0 ||
+    if (AssignProcessToJobObject(job.get(), made.hProcess) == 0 ||
         ResumeThread(made.hThread) == static_cast<DWORD>(-1)) {
         TerminateProcess(made.hProcess, 1);
         return nullptr;
     }
-    return std::unique_ptr<ConfinedProgram>(new ConfinedProgram(std::move(handles)));
+    return std::unique_ptr<ConfinedProgram>(
+        new ConfinedProgram(job.release(), process.release(), to_it.release(), from_it.release()));
 }
 
 ConfinedProgram::~ConfinedProgram() {
-    TerminateJobObject(handles_->job.get(), 1);
-    WaitForSingleObject(handles_->process.get(), INFINITE);
+    TerminateJobObject(job_, 1);
+    WaitForSingleObject(process_, INFINITE);
+    close_pipes();
+    CloseHandle(process_);
+    CloseHandle(job_);
 }
 
-bool ConfinedProgram::send(std::string_view bytes) { return write_all(handles_->to_it.get(), bytes); }
+void ConfinedProgram::close_pipes() {
+    for (void** const pipe : {&to_it_, &from_it_}) {
+        if (*pipe != nullptr) {
+            CloseHandle(*pipe);
+            *pipe = nullptr;
+        }
+    }
+}
 
-bool ConfinedProgram::receive(std::span<uint8_t> into) { return read_all(handles_->from_it.get(), into); }
+bool ConfinedProgram::send(std::string_view bytes) { return write_all(to_it_, bytes); }
+
+bool ConfinedProgram::receive(std::span<uint8_t> into) { return read_all(from_it_, into); }
 
 std::string ConfinedProgram::end() {
-    handles_->to_it.close();
-    handles_->from_it.close();
-    WaitForSingleObject(handles_->process.get(), INFINITE);
+    close_pipes();
+    WaitForSingleObject(process_, INFINITE);
     DWORD status = 0;
-    GetExitCodeProcess(handles_->process.get(), &status);
+    GetExitCodeProcess(process_, &status);
     constexpr DWORD kOwn = 256;  // above are the system's
     return text(status < kOwn ? "ended with status %lu" : "was ended with status 0x%08lx", status);
 }
