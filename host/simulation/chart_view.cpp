@@ -220,7 +220,9 @@ public:
     void paint_all(Canvas& canvas) {
         backdrop(canvas);
         for (int i = 0; i < view_.clutter.rectangles; ++i) {
-            const auto [a, b] = sides(uniform(0.01, 0.25) * sensor_.height, uniform(0.3, 1.0));
+            // One draw after another: compilers order arguments as they like.
+            const double aspect = uniform(0.3, 1.0);
+            const auto [a, b] = sides(uniform(0.01, 0.25) * sensor_.height, aspect);
             const Vector3 colour = any_colour();
             canvas.paint(anywhere(), a, b, [&](double, double) { return colour; });
         }
