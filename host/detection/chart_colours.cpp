@@ -95,7 +95,7 @@ ColourFit fit_colours(const PatchColours& measured) {
         }
     }
 
-    ColourFit fit{0, 0, 0};
+    ColourFit fit;
     double variation = 0;  // what is there to be explained
     for (std::size_t patch = 0; patch < kChartPatches; ++patch) {
         const double scale = (sum(balanced[patch]) + sum(expected[patch])) / 6 + kDark;

@@ -12,8 +12,8 @@ using PatchColours = std::array<Colour, kChartPatches>;  ///< linear, in chart o
 
 struct ColourFit {
     /// Root mean square over patches and channels, relative to the patch's brightness.
-    double residual = 1;
-    double worst = 1;  ///< the largest of a single patch
+    double residual = 0;
+    double worst = 0;  ///< the largest of a single patch
     std::size_t worst_patch = 0;
 };
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """What the program makes of simulated sessions, good and bad, is what it made before: every text, figure and file, by
 digests in digests.txt beside this. scripts/update-golden alone writes them. Arguments: the program, and a folder in which
-everything is left, to be compared with that of another build."""
+everything is left, to be compared with that of another build; "--first" ends with the first scene that differs."""
 import base64
 import hashlib
 import json
@@ -109,12 +109,12 @@ def digests_of_files(scene, folder):
         yield f"{scene} *{kind}", digest(" ".join(sorted(found)).encode(), ".raw")
 
 
-def make(program, folder):
+def scenes(program, folder):
+    """The digests of one after the other."""
     shutil.rmtree(folder, ignore_errors=True)
     os.makedirs(folder)
-    found = {}
     for scene, commands in SCENES.items():
-        said = []
+        found, said = {}, []
         for command in commands:
             run = subprocess.run([program, *command.split()], cwd=folder, capture_output=True, text=True)
             said.append(f"$ {command}\n{run.stdout}{run.stderr}status {run.returncode}\n")
@@ -124,20 +124,27 @@ def make(program, folder):
             name = f"{scene}: {' '.join(word for word in command.split() if not word.startswith('--'))[:60]}"
             found[name] = digest((found.get(name, "") + text).encode())
         found.update(digests_of_files(scene, os.path.join(folder, scene)))
-    return found
+        yield found
 
 
 def main():
     program, folder = map(os.path.abspath, sys.argv[1:3])
-    found = make(program, folder)
     if sys.argv[3:] == ["--update"]:
         with open(DIGESTS, "w", encoding="utf-8") as file:
-            file.writelines(f"{value} {name}\n" for name, value in found.items())
+            for found in scenes(program, folder):
+                file.writelines(f"{value} {name}\n" for name, value in found.items())
         return 0
     with open(DIGESTS, encoding="utf-8") as file:
         expected = {name: value for value, name in (line.rstrip("\n").split(" ", 1) for line in file)}
-    differ = [name for name in {**expected, **found} if expected.get(name) != found.get(name)]
-    print(*(f"differs: {name}" for name in differ), f"{len(found)} digests, {len(differ)} differ; all is in {folder}", sep="\n")
+    every, differ = {}, []
+    for found in scenes(program, folder):
+        every.update(found)
+        differ += [name for name in found if expected.get(name) != found[name]]
+        if differ and sys.argv[3:] == ["--first"]:
+            break
+    else:
+        differ += [name for name in expected if name not in every]
+    print(*(f"differs: {name}" for name in differ), f"{len(every)} digests, {len(differ)} differ; all is in {folder}", sep="\n")
     return 1 if differ else 0
 
 
