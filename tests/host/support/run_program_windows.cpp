@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "base/text.h"
 #include "support/program.h"
@@ -38,13 +39,16 @@ ProgramRun run_program(const std::filesystem::path& folder, const std::vector<st
     start.hStdOutput = inheritable(outputs / "out", GENERIC_WRITE, CREATE_ALWAYS);
     start.hStdError = inheritable(outputs / "err", GENERIC_WRITE, CREATE_ALWAYS);
     PROCESS_INFORMATION process{};
-    DWORD status = 255;
-    if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.c_str(), &start, &process)) {
-        WaitForSingleObject(process.hProcess, INFINITE);
-        GetExitCodeProcess(process.hProcess, &status);
-        CloseHandle(process.hProcess);
-        CloseHandle(process.hThread);
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.c_str(), &start, &process)) {
+        throw std::runtime_error("the program was not started: error " + std::to_string(GetLastError()));
     }
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD status = 0;
+    if (!GetExitCodeProcess(process.hProcess, &status)) {
+        throw std::runtime_error("the program's end is not known: error " + std::to_string(GetLastError()));
+    }
+    CloseHandle(process.hProcess);
+    CloseHandle(process.hThread);
     for (const HANDLE handle : {start.hStdInput, start.hStdOutput, start.hStdError}) {
         CloseHandle(handle);
     }
