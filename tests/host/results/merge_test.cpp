@@ -94,6 +94,14 @@ TEST(Reproducibility, TheSameSessionGivesTheSameBytesInAnyFolder) {
     run_line(one.path(), "calibrate session.toml" + asked);
     const std::string elsewhere =
         "calibrate " + (two / "deep/session.toml").string() + " --out " + (two / "out").string() + asked;
+    // What no earlier run made is not written over, whichever of the files it is.
+    std::filesystem::create_directory(two / "out");
+    for (const json& output : read_json(one / "results.json")["outputs"]) {
+        const std::string name = output["file"];
+        write_text(two / "out" / name, "");
+        expect_errors(two, {{elsewhere, name + ": is there already"}});
+        std::filesystem::remove(two / "out" / name);
+    }
     run_line("/", elsewhere);
     const std::string results = read_text(one / "results.json");
     // Not EXPECT_EQ: to show the difference of two such long texts takes all memory.

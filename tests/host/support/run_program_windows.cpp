@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <stdexcept>
 
 #include "base/text.h"
@@ -39,8 +40,19 @@ ProgramRun run_program(const std::filesystem::path& folder, const std::vector<st
     start.hStdOutput = inheritable(outputs / "out", GENERIC_WRITE, CREATE_ALWAYS);
     start.hStdError = inheritable(outputs / "err", GENERIC_WRITE, CREATE_ALWAYS);
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.c_str(), &start, &process)) {
-        throw std::runtime_error("the program was not started: error " + std::to_string(GetLastError()));
+    // On a busy machine Wine now and then does not get a process started; what never ran may be asked for again.
+    constexpr int kTries = 5;
+    const auto is_started = [&] {
+        return CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.c_str(), &start,
+                              &process) != 0;
+    };
+    for (int i = 1; !is_started(); ++i) {
+        const DWORD error = GetLastError();
+        std::printf("the program was not started: error %lu\n", error);
+        if (i == kTries) {
+            throw std::runtime_error("the program was not started");
+        }
+        Sleep(500);
     }
     WaitForSingleObject(process.hProcess, INFINITE);
     DWORD status = 0;
