@@ -83,6 +83,24 @@ TEST(Gains, EachHasItsBlackLevelAndNoiseAndTheRestTheNearest) {
     EXPECT_EQ(of_dngs["colour_matrix"][1]["analogue_gain"], 4.0);
     EXPECT_EQ(of_dngs["colour_matrix"][1]["made"]["inputs"].size(), 2U);
 
+    // They tell their black level, too, where no dark frames do.
+    std::filesystem::create_directory(folder / "lit");
+    for (const auto& file : std::filesystem::directory_iterator(folder / "dng")) {
+        if (const std::string name = file.path().filename().string(); !name.starts_with("dark")) {
+            std::filesystem::create_hard_link(file, folder / "lit" / name);
+        }
+    }
+    std::filesystem::remove(folder / "lit/results.json");
+    run_line(folder.path(), "init lit --overwrite");
+    run_line(folder.path(), "calibrate lit/session.toml --only blc");
+    const json given = read_json(folder / "lit/results.json")["black_level"];
+    ASSERT_EQ(given.size(), 2U);
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        EXPECT_EQ(given[i]["method"], "given");
+        EXPECT_EQ(given[i]["analogue_gain"], of_dngs["black_level"][i]["analogue_gain"]);
+        EXPECT_EQ(given[i]["offset_codes"], of_dngs["black_level"][i]["offset_codes"]);
+    }
+
     // What belongs to several gains is refused.
     write_text(folder / "flat.toml",
                "[black_level]\noffset = 64\n[captures]\nflat = { files = [\"dng/alsc_5000k_1.dng\", "
