@@ -130,7 +130,10 @@ public:
     bool string(string_t& value) override { return add(std::move(value)); }
     bool binary(binary_t& value) override {
         double not_a_number = 0;
-        std::memcpy(&not_a_number, value.data(), std::min(value.size(), sizeof not_a_number));
+        if (value.size() != sizeof not_a_number) {
+            throw InputError("a number of " + std::to_string(value.size()) + " bytes, expected 8");
+        }
+        std::memcpy(&not_a_number, value.data(), sizeof not_a_number);
         return add(not_a_number);
     }
     bool start_object(std::size_t /*elements*/) override { return open(Json::object()); }

@@ -47,6 +47,7 @@ TEST(Json, PackedNumbersKeepEveryBit) {
         EXPECT_EQ(std::bit_cast<uint64_t>(*number), std::bit_cast<uint64_t>(numbers[i])) << i;
     }
     EXPECT_EQ(back.dump(), json.dump());
+    EXPECT_THROW((void)Json::unpack("\x49" + std::string(9, '\xFF')), host::InputError);  // nine bytes
 }
 
 TEST(Json, IsReadAsFarAsAskedFor) {
