@@ -147,6 +147,11 @@ ExportText rkisp1_tuning(const CameraValues& values) {
 
 ExportText update_rkisp1_tuning(const CameraValues& values, const std::string& base, const std::string& file) {
     return update_tuning(base, file, rkisp1_values(values), [&](const TuningNode& root, TuningEdits& edits) {
+        const TuningNode* const version = root.find("version");
+        if (version == nullptr || version->text != "1") {
+            throw InputError(file + ": version " + (version == nullptr ? "not given" : version->text) +
+                             ", expected 1: no tuning file of rkisp1");
+        }
         const FoundSection awb = find_section(root, "Awb");
         const TuningNode* const modes = awb.keys == nullptr ? nullptr : awb.keys->find("AwbMode");
         if (modes != nullptr && !values.greys.empty()) {

@@ -380,6 +380,8 @@ TEST_F(Exports, PutTheirValuesIntoFilesThatStand) {
     EXPECT_NE(rk.text.find("      R: 1024   # red\n      Gr: 1056\n      Gb: 1040\n      B: 1008\n  - Ccm:\n"
                            "      ccms:\n        - ct: 2850\n"),
               std::string::npos);
+    expect_in(refusal([&] { (void)export_results(results_, "rkisp1", {}, &file); }),
+              "base.json: version 2.0, expected 1");
     EXPECT_TRUE(rk.text.ends_with("\n          # the last one\n  - Lux:\n      referenceLux: 7\n"));
 }
 
