@@ -6,12 +6,12 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <fstream>
 #include <map>
 #include <string_view>
 
 #include "base/digest.h"
 #include "base/error.h"
+#include "base/input_file.h"
 #include "base/text.h"
 #include "chart/chart_table.h"
 
@@ -445,10 +445,8 @@ bool is_cgats(const std::vector<Line>& lines) {
 }
 
 std::string read_content(const std::filesystem::path& file, const Reader& reader) {
-    std::error_code error;
-    const bool regular = std::filesystem::is_regular_file(file, error);
-    std::ifstream stream(file, std::ios::binary);
-    if (!regular || !stream) {
+    std::ifstream stream = open_input(file);
+    if (std::error_code error; !stream) {
         reader.refuse(std::filesystem::exists(file, error) ? "cannot be read as a file"
                                                            : "no such file of the chart's measured colours");
     }

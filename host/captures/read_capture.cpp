@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "base/digest.h"
 #include "base/error.h"
+#include "base/input_file.h"
 #include "base/text.h"
 #include "captures/camera_raw_file.h"
 #include "captures/confined_decoder.h"
@@ -23,10 +23,8 @@ namespace cali::host {
 namespace {
 
 std::ifstream open_file(const std::filesystem::path& file) {
-    std::error_code error;
-    const bool regular = std::filesystem::is_regular_file(file, error);
-    std::ifstream stream(file, std::ios::binary);
-    if (!regular || !stream) {
+    std::ifstream stream = open_input(file);
+    if (std::error_code error; !stream) {
         throw InputError(file.string() + ": " +
                          (std::filesystem::exists(file, error) ? "cannot be read as a file" : "no such file"));
     }

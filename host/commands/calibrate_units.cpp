@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <set>
 
 #include "base/error.h"
+#include "base/input_file.h"
 #include "base/jobs.h"
 #include "base/output_file.h"
 #include "base/system_file.h"
@@ -177,9 +177,8 @@ std::string calibrate_unit(const UnitSession& unit, const UnitsRun& run, const I
 }  // namespace
 
 std::vector<std::filesystem::path> read_list(const std::filesystem::path& list, const std::string& what) {
-    std::ifstream stream(list);
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(list, error) || !stream) {
+    std::ifstream stream = open_input(list);
+    if (!stream) {
         throw InputError(list.string() + ": no such list of " + what + "s");
     }
     std::vector<std::filesystem::path> files;

@@ -1,10 +1,10 @@
 #include "results/unit_record.h"
 
 #include <algorithm>
-#include <fstream>
 
 #include "base/digest.h"
 #include "base/error.h"
+#include "base/input_file.h"
 #include "cali/cali.h"
 #include "results/codecs.h"
 #include "results/results_file.h"
@@ -85,7 +85,7 @@ std::optional<UnitRecord> read_unit_record(const std::filesystem::path& folder) 
 
 InputRecord input_record(const std::filesystem::path& file) {
     constexpr std::size_t kPart = 1U << 18U;
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream = open_input(file);
     if (!stream) {
         throw InputError(file.string() + ": no such file");
     }

@@ -15,10 +15,10 @@
 // clang-format on
 
 #include <algorithm>
-#include <fstream>
 #include <sstream>
 
 #include "base/error.h"
+#include "base/input_file.h"
 #include "base/text.h"
 #include "captures/file_patterns.h"
 
@@ -71,13 +71,10 @@ std::string description(const toml::node& node) {
 }
 
 toml::table parse(const std::filesystem::path& file, const char* what) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error)) {
-        throw InputError(file.string() + ": no such " + what);
-    }
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) {
-        throw InputError(file.string() + ": cannot be read");
+    std::ifstream stream = open_input(file);
+    if (std::error_code error; !stream) {
+        throw InputError(file.string() + ": " +
+                         (std::filesystem::is_regular_file(file, error) ? "cannot be read" : text("no such %s", what)));
     }
     try {
         return toml::parse(stream, file.string());
