@@ -256,6 +256,11 @@ def files(command):
         command.judge(f"{name} cannot be read", run, 1 if command.name == "units" else 2)
         if run.returncode == 0 or name not in run.stderr + run.stdout:
             fail(f"{command.name}, {name} cannot be read: not said", run)
+        os.rename(f"{session}/{name}", f"{options.folder}/away")
+        os.mkfifo(f"{session}/{name}")
+        run = command.run()
+        os.replace(f"{options.folder}/away", f"{session}/{name}")
+        command.judge(f"{name} is a pipe", run, 1 if command.name == "units" else 2)
     for name, mode, of_units in (("results.json", 0o444, 1), ("", 0o555, 2)):
         command.restore()
         path = f"{command.out}/{'session1/' if command.name == 'units' else ''}{name}"
