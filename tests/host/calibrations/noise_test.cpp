@@ -120,6 +120,16 @@ TEST_F(NoiseSeries, RecoversTheSimulatedSensorWithTheBitsOfTheExports) {
     EXPECT_NE(plot.find("cy=\"122.6\""), std::string::npos);
     EXPECT_NE(plot.find("<path d=\"M60.0 "), std::string::npos);  // lines begin at black
     EXPECT_NE(plot.find("<text x=\"75.0\" y=\"98.0\" text-anchor=\"start\" fill=\"#"), std::string::npos);  // gr
+    // Lines that would go below nothing end there.
+    host::NoiseResults below = results;
+    below.deviation.fill({{0, -1}, 0});
+    below.variance.fill({{0, -1}, 0});
+    const host::Section section = host::describe(below);
+    for (const host::Series& series : section.plots.front().series) {
+        for (const auto& point : series.points) {
+            EXPECT_EQ(point[1] > 0, series.kind == host::Series::Kind::points) << series.name;
+        }
+    }
 }
 
 TEST_F(NoiseSeries, SettingsTakeEffect) {

@@ -54,6 +54,9 @@ SCENES = {
         "chart steps/chart_4500K.pgm --pattern RGGB",
         "diff whole/results.json steps/r.json",
     ],
+    "texts": ["help --man", *(f"help --completion {shell}" for shell in ("bash", "zsh", "fish")),
+              *(f"help {topic}" for topic in ("results verdict stale exposure luma registers pack uncertainty leave-one-out"
+                                              " mired").split())],
     "units": ["calibrate steps whole mono --only blc --out units --jobs 2", "summary units",
               "report steps/r.json whole/results.json --out units/report.html"],
     **{fault: [f"simulate {fault} --size 256x192 --seed 5 --format raw --illuminants 2850 5000 --series-levels 5 --burst 2"
@@ -81,6 +84,7 @@ def plain(text):
     text = re.sub(r"<script>.*?</script>|<style>.*?</style>|sha256-[\w+/=]+", "", text, flags=re.DOTALL)
     text = re.sub(r"iVBORw0KGgo[\w+/=]+", lambda match: hashlib.sha256(pixels(base64.b64decode(match[0]))).hexdigest(), text)
     text = re.sub(r"\d+ of \d+: .*\n", "", text)  # progress: in the order of whoever is first
+    text = re.sub(r"\b\d+\.\d+\.\d+\b", "", text)  # the program's version
     return re.sub(r"-?\d+\.\d+(?:[eE][-+]?\d+)?|-?\d+[eE][-+]?\d+", lambda match: rounded(match[0]), text)
 
 

@@ -155,6 +155,20 @@ TEST(Simulate, EveryFormGivesTheValuesOfTheRawForm) {
         raw = form == "raw" ? values : raw;
         EXPECT_EQ(nlohmann::json::diff(raw, values), nlohmann::json::array());
     }
+    // Eight bits are bytes.
+    nlohmann::json bytes;
+    for (const std::string form : {"raw", "tiff", "png"}) {
+        const std::string name = "8" + form;
+        run_line(folder.path(), "simulate " + name + " --format " + form +
+                                    " --size 64x48 --bits 8 --illuminants 5000 --dark-frames 1 --series-levels 0");
+        run_line(folder.path(), "calibrate " + name + "/session.toml --only lsc --force");
+        const nlohmann::json values = values_of(read_json(folder / (name + "/results.json")));
+        bytes = form == "raw" ? values : bytes;
+        EXPECT_EQ(nlohmann::json::diff(bytes, values), nlohmann::json::array());
+    }
+    const char bits_per_sample[] = "\x02\x01\x03\0\x01\0\0\0\x08\0";
+    EXPECT_NE(read_text(folder / "8tiff/dark_1.tif").find({bits_per_sample, 10}), std::string::npos);
+    EXPECT_EQ(read_text(folder / "8png/dark_1.png").at(24), 8);
     // Names alone are enough for packed raw, and nothing for DNG.
     const std::string packed = run_line(
         folder.path(), "blc mipi/dark_1_640x480_14bits_RGGB.raw mipi/dark_2_640x480_14bits_RGGB.raw --results m.json");
