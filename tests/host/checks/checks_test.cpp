@@ -216,6 +216,17 @@ TEST(DarkChecks, TellDefectsLinesAndBlocksApart) {
     EXPECT_NEAR(measures.level[host::kGR], 100, 1e-9);
     EXPECT_DOUBLE_EQ(measures.zero, 100.0 / 4096);
 
+    // A row is told by its good samples.
+    dark = even_frame(100);
+    for (int x = 0; x < 64; ++x) {
+        at(x, 30) = 102;
+    }
+    at(10, 30) = 1000;
+    const host::DarkMeasures row = check_dark(dark, Histogram(dark.view()), found);
+    ASSERT_EQ(row.lines.size(), 1U);
+    EXPECT_TRUE(row.lines[0].is_row);
+    EXPECT_NEAR(row.lines[0].offset, 2, 1e-3);
+
     dark = even_frame(100);
     for (int i = 0; i < 32 * 32; ++i) {
         at(32 + i % 32, 32 + i / 32) = 102;  // one of the 2 x 2 blocks of such a frame

@@ -94,6 +94,8 @@ TEST(Reproducibility, TheSameSessionGivesTheSameBytesInAnyFolder) {
     run_line(one.path(), "calibrate session.toml" + asked);
     const std::string elsewhere =
         "calibrate " + (two / "deep/session.toml").string() + " --out " + (two / "out").string() + asked;
+    expect_errors(one, {{"calibrate session.toml --log truth.json", "is also the truth truth.json"},
+                        {"calibrate session.toml --log flat_5000K.raw", "is also the capture flat_5000K.raw"}});
     // What no earlier run made is not written over, whichever of the files it is.
     std::filesystem::create_directory(two / "out");
     for (const json& output : read_json(one / "results.json")["outputs"]) {
