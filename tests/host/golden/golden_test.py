@@ -51,7 +51,7 @@ SCENES = {
           for step, shot in (("lsc --pattern RGGB", "flat"), ("awb --pattern RGGB", "grey"),
                              ("ccm --pattern RGGB", "chart"), ("clut --nodes 5", "chart"))),
         "awb-curve --results steps/r.json",
-        "chart steps/chart_4500K.pgm --pattern RGGB",
+        "chart steps/chart_4500K.pgm --pattern RGGB --picture steps/found.png",
         "diff whole/results.json steps/r.json",
     ],
     "texts": ["help --man", *(f"help --completion {shell}" for shell in ("bash", "zsh", "fish")),
