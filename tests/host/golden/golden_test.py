@@ -54,6 +54,12 @@ SCENES = {
         "chart steps/chart_4500K.pgm --pattern RGGB --picture steps/found.png",
         "diff whole/results.json steps/r.json",
     ],
+    "many": [  # one of them far off
+        *(f"simulate many{unit} --size 64x48 --seed {unit} --dark-frames 2 --series-levels 0 --illuminants 5000"
+          + " --fault light-leak" * (unit == 8) for unit in range(1, 9)),
+        "calibrate many1 many2 many3 many4 many5 many6 many7 many8 --only blc,awb --out many",
+        "report --list many/units.txt --out many/report.html",
+    ],
     "texts": ["help --man", *(f"help --completion {shell}" for shell in ("bash", "zsh", "fish")),
               *(f"help {topic}" for topic in ("results verdict stale exposure luma registers pack uncertainty leave-one-out"
                                               " mired").split())],
@@ -106,11 +112,11 @@ def digests_of_files(scene, folder):
             if name in ("results.json", "r.json"):
                 for member, value in json.loads(content).items():
                     if member not in ("schema", "cali_version"):
-                        yield f"{scene} {name} {member}", digest(json.dumps(value, sort_keys=True).encode())
+                        kinds.setdefault(f"{name} {member}", []).append(digest(json.dumps(value, sort_keys=True).encode()))
             else:
-                kinds.setdefault(os.path.splitext(name)[1], []).append(name + digest(content, name))
+                kinds.setdefault("*" + os.path.splitext(name)[1], []).append(name + digest(content, name))
     for kind, found in sorted(kinds.items()):
-        yield f"{scene} *{kind}", digest(" ".join(sorted(found)).encode(), ".raw")
+        yield f"{scene} {kind}", digest(" ".join(sorted(found)).encode(), ".raw")
 
 
 def scenes(program, folder):
