@@ -98,7 +98,8 @@ TEST(Reproducibility, TheSameSessionGivesTheSameBytesInAnyFolder) {
                         {"calibrate session.toml --log flat_5000K.raw", "is also the capture flat_5000K.raw"}});
     // What no earlier run made is not written over, whichever of the files it is.
     std::filesystem::create_directory(two / "out");
-    for (const json& output : read_json(one / "results.json")["outputs"]) {
+    const json outputs = read_json(one / "results.json")["outputs"];
+    for (const json& output : outputs) {
         const std::string name = output["file"];
         write_text(two / "out" / name, "");
         expect_errors(two, {{elsewhere, name + ": is there already"}});
