@@ -217,6 +217,8 @@ def disk(command):
     def mount(size):
         return subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size * 4096}", "tmpfs", command.out],
                               stderr=subprocess.DEVNULL).returncode == 0
+    if command.name == "one":
+        log()
     need, ended = sum(map(pages, command.after.values())), 0
     for free in range(0, need // 2, options.page_step):
         if not mount(need + 64 + free):
@@ -234,6 +236,18 @@ def disk(command):
             subprocess.run(["umount", command.out], check=True)
     if ended < need // options.page_step // 4:
         fail(f"{command.name}: the disk was full in {ended} runs alone")
+
+
+def log():
+    """What the library prints last, at the end of its log, has no place."""
+    whole = f"{options.folder}/library.log"
+    arguments = f"lsc session1/flat_3000K.raw --session session1/session.toml --black-level 64 --results lsc.json --new --log {whole}"
+    for cut in (None, 10):
+        size = resource.RLIM_INFINITY if cut is None else os.path.getsize(whole) - cut
+        run = subprocess.run([options.program, *arguments.split()], cwd=options.folder, capture_output=True, text=True,
+                             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size)))
+    if run.returncode != 1 or "library.log: the log cannot be written" not in run.stderr:
+        fail("the end of the log has no place: not said", run)
 
 
 def limits(command):
