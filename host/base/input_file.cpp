@@ -3,19 +3,23 @@
 #include <cerrno>
 #include <new>
 
+#include "base/error.h"
+
 namespace cali::host {
 
-std::ifstream open_input(const std::filesystem::path& file) {
+std::ifstream open_input(const std::filesystem::path& file, const std::string& what) {
     std::ifstream stream;
     std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error)) {
-        stream.setstate(std::ios::failbit);
-        return stream;
-    }
     errno = 0;
-    stream.open(file, std::ios::binary);
-    if (!stream && errno == ENOMEM) {
-        throw std::bad_alloc();
+    if (std::filesystem::is_regular_file(file, error)) {
+        stream.open(file, std::ios::binary);
+    }
+    if (!stream.is_open()) {
+        if (errno == ENOMEM) {
+            throw std::bad_alloc();
+        }
+        throw InputError(file.string() + ": " +
+                         (std::filesystem::exists(file, error) ? "cannot be read as a file" : "no such " + what));
     }
     return stream;
 }

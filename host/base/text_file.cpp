@@ -2,16 +2,12 @@
 
 #include <sstream>
 
-#include "base/error.h"
 #include "base/input_file.h"
 
 namespace cali::host {
 
 std::string read_text_file(const std::filesystem::path& file, const char* what) {
-    const std::ifstream stream = open_input(file);
-    if (!stream) {
-        throw InputError(file.string() + ": no such " + what);
-    }
+    const std::ifstream stream = open_input(file, what);
     std::ostringstream content;
     content << stream.rdbuf();
     return content.str();

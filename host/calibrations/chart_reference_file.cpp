@@ -445,11 +445,7 @@ bool is_cgats(const std::vector<Line>& lines) {
 }
 
 std::string read_content(const std::filesystem::path& file, const Reader& reader) {
-    std::ifstream stream = open_input(file);
-    if (std::error_code error; !stream) {
-        reader.refuse(std::filesystem::exists(file, error) ? "cannot be read as a file"
-                                                           : "no such file of the chart's measured colours");
-    }
+    std::ifstream stream = open_input(file, "file of the chart's measured colours");
     std::string content(kMostBytes + 1, '\0');
     stream.read(content.data(), static_cast<std::streamsize>(content.size()));
     content.resize(static_cast<std::size_t>(stream.gcount()));

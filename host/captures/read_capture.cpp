@@ -22,15 +22,6 @@
 namespace cali::host {
 namespace {
 
-std::ifstream open_file(const std::filesystem::path& file) {
-    std::ifstream stream = open_input(file);
-    if (std::error_code error; !stream) {
-        throw InputError(file.string() + ": " +
-                         (std::filesystem::exists(file, error) ? "cannot be read as a file" : "no such file"));
-    }
-    return stream;
-}
-
 /// A part stays in the second cache until the next is read.
 constexpr std::size_t kPart = std::size_t{1} << 18U;
 
@@ -43,7 +34,7 @@ void read_next(std::ifstream& stream, const std::filesystem::path& file, std::sp
 /// The first `count` bytes, which it holds. `told` gets them part by part.
 template <typename Told>
 FileContent read_bytes(const std::filesystem::path& file, uint64_t count, Told told) {
-    std::ifstream stream = open_file(file);
+    std::ifstream stream = open_input(file);
     FileContent content(static_cast<std::size_t>(count));
     for (std::span<uint8_t> rest = content.bytes(); !rest.empty();) {
         const std::span<uint8_t> part = rest.first(std::min(rest.size(), kPart));
@@ -57,7 +48,7 @@ FileContent read_bytes(const std::filesystem::path& file, uint64_t count, Told t
 void nobody(std::span<const uint8_t> /*part*/) {}
 
 uint64_t size_of(const std::filesystem::path& file) {
-    (void)open_file(file);
+    (void)open_input(file);
     return std::filesystem::file_size(file);
 }
 
@@ -141,7 +132,7 @@ std::optional<Capture> read_plain(const std::filesystem::path& file, const Geome
         !is_plain_raw(capture, head.bytes(), bytes, geometry)) {
         return std::nullopt;
     }
-    std::ifstream stream = open_file(file);
+    std::ifstream stream = open_input(file);
     std::vector<uint16_t> words(kPart / sizeof(uint16_t));
     Digest digest;
     unsigned word_bits = 0;

@@ -177,10 +177,7 @@ std::string calibrate_unit(const UnitSession& unit, const UnitsRun& run, const I
 }  // namespace
 
 std::vector<std::filesystem::path> read_list(const std::filesystem::path& list, const std::string& what) {
-    std::ifstream stream = open_input(list);
-    if (!stream) {
-        throw InputError(list.string() + ": no such list of " + what + "s");
-    }
+    std::ifstream stream = open_input(list, "list of " + what + "s");
     std::vector<std::filesystem::path> files;
     for (std::string line; std::getline(stream, line);) {
         line.erase(line.find_last_not_of(" \t\r") + 1);

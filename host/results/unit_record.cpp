@@ -86,9 +86,6 @@ std::optional<UnitRecord> read_unit_record(const std::filesystem::path& folder) 
 InputRecord input_record(const std::filesystem::path& file) {
     constexpr std::size_t kPart = 1U << 18U;
     std::ifstream stream = open_input(file);
-    if (!stream) {
-        throw InputError(file.string() + ": no such file");
-    }
     Digest digest;
     InputRecord record{file.filename(), 0, ""};
     std::vector<char> part(kPart);

@@ -71,11 +71,7 @@ std::string description(const toml::node& node) {
 }
 
 toml::table parse(const std::filesystem::path& file, const char* what) {
-    std::ifstream stream = open_input(file);
-    if (std::error_code error; !stream) {
-        throw InputError(file.string() + ": " +
-                         (std::filesystem::is_regular_file(file, error) ? "cannot be read" : text("no such %s", what)));
-    }
+    std::ifstream stream = open_input(file, what);
     try {
         return toml::parse(stream, file.string());
     } catch (const toml::parse_error& problem) {

@@ -52,7 +52,7 @@ run 2 "cropped or binned from a sensor of 1280 x 960" export "$results" --format
 run 2 "csv has no file to put values into" export "$results" --format csv --update rpi-pisp.json
 run 2 "expected \"bcm2835\"" export "$results" --format rpi-bcm2835 --update rpi-pisp.json
 mkfifo pipe
-run 2 "pipe: no such tuning file" export "$results" --format rkisp1 --update pipe
+run 2 "pipe: cannot be read as a file" export "$results" --format rkisp1 --update pipe
 [ ! -e nothing ] && [ "$(find . -name '*.part' | wc -l)" -eq 0 ]
 
 command -v colprof >/dev/null || { echo "argyll is not installed"; exit 77; }
