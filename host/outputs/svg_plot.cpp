@@ -1,9 +1,7 @@
 #include "outputs/svg_plot.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <limits>
 #include <stdexcept>
 
 #include "base/text.h"
@@ -35,62 +33,19 @@ const char* colour_of(Tint tint) {
 /// Values of an axis onto its length, 0 to 1.
 class Scale {
 public:
-    Scale(const Axis& axis, const std::vector<Series>& series, const std::vector<Band>& bands, std::size_t component)
-        : logarithmic_(axis.logarithmic) {
-        for (const Series& one : series) {
-            for (const auto& point : one.points) {
-                take(point[component]);
-            }
-            if (one.kind == Series::Kind::bars && component == 0) {
-                take(0);
-                take(static_cast<double>(one.points.size()) + 1);
-            } else if (one.kind == Series::Kind::bars) {
-                take(0);
-            }
-        }
-        for (const Band& band : bands) {
-            if (band.of_x == (component == 0)) {
-                take(band.low);
-                take(band.high);
-            }
-        }
-        low_ = axis.low ? shown(*axis.low) : low_;
-        high_ = axis.high ? shown(*axis.high) : high_;
-        if (!(low_ < high_)) {
-            low_ = std::isfinite(low_) ? low_ - 0.5 : 0;
-            high_ = low_ + 1;
-        }
-        const double room = (high_ - low_) * 0.05;
-        high_ += axis.high ? 0 : room;
-        low_ -= axis.low ? 0 : room;
-    }
+    explicit Scale(const Axis& axis) : low_(axis.low.value()), high_(axis.high.value()) {}
 
-    [[nodiscard]] double share(double value) const { return (shown(value) - low_) / (high_ - low_); }
-    [[nodiscard]] double value(double share) const {
-        const double at = low_ + share * (high_ - low_);
-        return logarithmic_ ? std::pow(10, at) : at;
-    }
-    /// Of a value that the axis can show.
-    [[nodiscard]] bool shows(double value) const { return std::isfinite(value) && (!logarithmic_ || value > 0); }
+    [[nodiscard]] double share(double value) const { return (value - low_) / (high_ - low_); }
+    [[nodiscard]] double value(double share) const { return low_ + share * (high_ - low_); }
 
 private:
-    [[nodiscard]] double shown(double value) const { return logarithmic_ ? std::log10(value) : value; }
-    void take(double value) {
-        if (shows(value)) {
-            low_ = std::min(low_, shown(value));
-            high_ = std::max(high_, shown(value));
-        }
-    }
-
-    bool logarithmic_;
-    double low_ = std::numeric_limits<double>::infinity();
-    double high_ = -std::numeric_limits<double>::infinity();
+    double low_;
+    double high_;
 };
 
 class Sheet {
 public:
-    explicit Sheet(const Plot& plot)
-        : plot_(plot), x_(plot.x, plot.series, plot.bands, 0), y_(plot.y, plot.series, plot.bands, 1) {}
+    explicit Sheet(const Plot& plot) : plot_(plot), x_(plot.x), y_(plot.y) {}
 
     [[nodiscard]] std::string text_of() const {
         std::string svg = text(
@@ -130,11 +85,6 @@ private:
             svg += label(at_x, kPlotHeight - kMargin + 20, "middle", text("%.4g", x_.value(share)));
             svg += label(kMargin - 8, at_y + 4, "end", text("%.3g", y_.value(share)));
         }
-        for (const Band& band : plot_.bands) {
-            const std::string path = band.of_x ? text("M%.1f %.1fV%.1f", x(band.low), kMargin, kPlotHeight - kMargin)
-                                               : text("M%.1f %.1fH%.1f", kMargin, y(band.low), kPlotWidth - kMargin);
-            svg += "<path d=\"" + path + "\" stroke=\"#999\" stroke-dasharray=\"2 3\"/>\n";
-        }
         svg += label(kPlotWidth / 2, kPlotHeight - 15, "middle", plot_.x.name);
         return svg + label(kMargin, kMargin - 35, "start", plot_.title) +
                label(kMargin, kMargin - 15, "start", plot_.y.name);
@@ -143,32 +93,20 @@ private:
     [[nodiscard]] std::string drawn(const Series& series) const {
         const char* const colour = colour_of(series.tint);
         std::string svg;
-        std::string path;
-        double before = 0;
-        for (std::size_t i = 0; i < series.points.size(); ++i) {
-            const auto& [a, b] = series.points[i];
-            if (!x_.shows(a) || !y_.shows(b)) {
-                continue;
+        if (series.kind == Series::Kind::points) {
+            for (const auto& [a, b] : series.points) {
+                svg += text("<circle cx=\"%.1f\" cy=\"%.1f\" r=\"3.5\" fill=\"%s\"/>\n", x(a), y(b), colour);
             }
-            switch (series.kind) {
-                case Series::Kind::points:
-                    svg += text("<circle cx=\"%.1f\" cy=\"%.1f\" r=\"3.5\" fill=\"%s\"/>\n", x(a), y(b), colour);
-                    break;
-                case Series::Kind::bars: path += text("M%.1f %.1fV%.1f", x(a), y(0), y(b)); break;
-                case Series::Kind::steps: path += path.empty() ? "" : text("L%.1f %.1f", x(a), before); [[fallthrough]];
-                default:
-                    path += text("%s%.1f %.1f",
-                                 path.empty() || (series.kind == Series::Kind::arrows && i % 2 == 0) ? "M" : "L", x(a),
-                                 y(b));
-                    before = y(b);
-            }
-        }
-        if (path.empty()) {
             return svg;
         }
-        return svg + "<path d=\"" + path +
-               text("\" fill=\"none\" stroke=\"%s\" stroke-width=\"%d\" stroke-dasharray=\"%s\"/>\n", colour,
-                    series.kind == Series::Kind::bars ? 5 : 1, series.kind == Series::Kind::dashes ? "5 4" : "none");
+        for (const auto& [a, b] : series.points) {
+            if (std::isfinite(b)) {  // a line through levels that are all the same is none
+                svg += text("%s%.1f %.1f", svg.empty() ? "M" : "L", x(a), y(b));
+            }
+        }
+        return "<path d=\"" + svg +
+               text("\" fill=\"none\" stroke=\"%s\" stroke-width=\"1\" stroke-dasharray=\"%s\"/>\n", colour,
+                    series.kind == Series::Kind::dashes ? "5 4" : "none");
     }
 
     const Plot& plot_;
@@ -178,14 +116,12 @@ private:
 
 }  // namespace
 
-std::string svg_text(const Plot& plot) { return Sheet(plot).text_of(); }
-
 std::string svg_text(const Section& section, const std::string& name) {
     const auto plot = std::ranges::find(section.plots, name, &Plot::name);
     if (plot == section.plots.end()) {
         throw std::out_of_range("a section without the plot " + name);
     }
-    return svg_text(*plot);
+    return Sheet(*plot).text_of();
 }
 
 }  // namespace cali::host

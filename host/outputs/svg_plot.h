@@ -7,9 +7,8 @@
 
 namespace cali::host {
 
-[[nodiscard]] std::string svg_text(const Plot& plot);
-
-/// Of the section's plot of that name. Throws std::out_of_range where it has none.
+/// Of the section's plot of that name: points, lines and dashes between the ends of its axes. Throws std::out_of_range
+/// where it has none.
 [[nodiscard]] std::string svg_text(const Section& section, const std::string& name);
 
 }  // namespace cali::host
