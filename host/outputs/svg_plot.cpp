@@ -18,16 +18,11 @@ constexpr int kTicks = 5;
 const char* colour_of(Tint tint) {
     switch (tint) {
         case Tint::red: return "#c0392b";
-        case Tint::green_red:
-        case Tint::green: return "#27ae60";
+        case Tint::green_red: return "#27ae60";
         case Tint::green_blue: return "#16a085";
         case Tint::blue: return "#2980b9";
-        case Tint::before: return "#8a6d1d";
-        case Tint::after: return "#1f5fa8";
-        case Tint::other: return "#7a3f98";
-        case Tint::plain: break;
+        default: return "#333333";
     }
-    return "#333333";
 }
 
 /// Values of an axis onto its length, 0 to 1.
