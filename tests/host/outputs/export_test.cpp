@@ -240,13 +240,19 @@ TEST_F(Exports, MakeTheSimulatedCapturesFlatGreyAndOfTheRightColours) {
         expect_all(rpi_stack(host::parse_tuning(large, "pisp"), kelvin, 32, 32), kelvin);
         expect_all(rkisp1_stack(host::parse_tuning(rk, "rkisp1"), kelvin), kelvin);
     }
-    // Noise by the reader's formula at a level in the middle of the series.
-    const TuningNode root = host::parse_tuning(small, "bcm2835");
-    const TuningNode& noise = keys_of(root, "rpi.noise");
-    const host::NoiseLevel& level = results_.noise.front().levels.at(results_.noise.front().levels.size() / 2);
-    const double told = std::stod(noise.find("reference_constant")->text) +
-                        std::stod(noise.find("reference_slope")->text) * std::sqrt(level.mean[1] * 16.0);
-    EXPECT_NEAR(told / (level.deviation[1] * 16.0), 1, 0.04);
+}
+
+// Levels on a line: 2 + 3 sqrt(code) of 16 bits at gain 1, taken at gain 4; what is below the black level counts as 0.
+TEST_F(Exports, OfNoiseAreTheLineThatItsLevelsStandOn) {
+    host::Results results = results_;
+    host::NoiseResults& noise = results.noise.front();
+    noise.taken.gain = 4;
+    noise.levels = {{.mean = {-0.5F, -0.5F, -0.5F, -0.5F}, .deviation = {0.25F, 0.25F, 0.25F, 0.25F}},
+                    {.mean = {0.25F, 0.25F, 0.25F, 0.25F}, .deviation = {1, 1, 1, 1}},
+                    {.mean = {4, 4, 4, 4}, .deviation = {3.25F, 3.25F, 3.25F, 3.25F}}};
+    const TuningNode root = host::parse_tuning(export_results(results, "rpi-bcm2835", {}, nullptr).text, "bcm2835");
+    EXPECT_EQ(std::stod(keys_of(root, "rpi.noise").find("reference_constant")->text), 2);
+    EXPECT_EQ(std::stod(keys_of(root, "rpi.noise").find("reference_slope")->text), 3);
 }
 
 // By the model of DNG files: neutral from ColorMatrix, balanced colours through ForwardMatrix.
