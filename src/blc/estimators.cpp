@@ -159,9 +159,8 @@ PerChannel<int32_t> means_plus_deviation(const ConstRawFrame& frame) {
     for (std::size_t code = 0; code < kChannels; ++code) {
         means[code] = static_cast<float>(sums[code].sum) / static_cast<float>(mean_count(samples, frame.pattern, code));
     }
-    const auto deviations = accumulate<SquaredDeviations>(frame, [&](Channel code) {
-        return SquaredDeviations{means[code], 0};
-    });
+    const auto deviations =
+        accumulate<SquaredDeviations>(frame, [&](Channel code) { return SquaredDeviations{means[code]}; });
     // A quarter of the samples, whatever the mosaic.
     const auto quarter = static_cast<float>(samples / 4);
     PerChannel<int32_t> result;

@@ -126,6 +126,37 @@ TEST(Init, PlacesByNamesFoldersAndPictures) {
     expect_errors(folder, {{"init empty", "empty: holds no capture that could be placed"}});
 }
 
+TEST(Init, SaysOfEachFileWhyItIsNotPlaced) {
+    const TemporaryFolder folder;
+    const auto write_picture = [&](const char* name, int left, int right) {
+        std::string content = std::string(name).ends_with(".pgm") ? "P5\n64 48\n4095\n" : "";
+        for (int i = 0; i < 64 * 48; ++i) {
+            const int code = i % 64 < 32 ? left : right;
+            content += {static_cast<char>(code / 256), static_cast<char>(code % 256)};
+        }
+        write_text(folder / name, content);
+    };
+    std::filesystem::create_directory(folder / "s");
+    write_picture("s/dark_1.pgm", 256, 256);
+    write_picture("s/dark_1.raw", 256, 256);
+    write_picture("s/dim.pgm", 300, 300);
+    write_picture("s/halves.pgm", 200, 3000);
+    write_picture("s/noise.pgm", 900, 900);
+    for (const std::string pattern : {"MONO", "RGGB"}) {
+        const std::string printed =
+            run_line(folder.path(), "init s --overwrite --bits 12 --size 64x48 --pattern " + pattern);
+        for (const std::string line :
+             {"dark_1.raw: the same capture as dark_1.pgm\n", "noise.pgm: its name tells no brightness level",
+              "dim.pgm: its name says nothing, and it is dark, but brighter than other dark frames\n",
+              pattern == "MONO"
+                  ? "halves.pgm: its name says nothing, and it shows neither a dark frame nor a flat field\n"
+                  : "halves.pgm: its name says nothing, and it shows neither a dark frame nor a flat field nor a "
+                    "chart ("}) {
+            EXPECT_NE(printed.find(line), std::string::npos) << line << printed;
+        }
+    }
+}
+
 TEST(Calibrate, RunsEveryCalibrationAndWritesWhatIsAskedFor) {
     const TemporaryFolder& folder = simulated_session();
     expect_truth(folder.path());

@@ -247,9 +247,12 @@ TEST_F(Exports, OfNoiseAreTheLineThatItsLevelsStandOn) {
     host::Results results = results_;
     host::NoiseResults& noise = results.noise.front();
     noise.taken.gain = 4;
-    noise.levels = {{.mean = {-0.5F, -0.5F, -0.5F, -0.5F}, .deviation = {0.25F, 0.25F, 0.25F, 0.25F}},
-                    {.mean = {0.25F, 0.25F, 0.25F, 0.25F}, .deviation = {1, 1, 1, 1}},
-                    {.mean = {4, 4, 4, 4}, .deviation = {3.25F, 3.25F, 3.25F, 3.25F}}};
+    noise.levels.clear();
+    for (const auto& [mean, deviation] : {std::pair(-0.5F, 0.25F), std::pair(0.25F, 1.0F), std::pair(4.0F, 3.25F)}) {
+        host::NoiseLevel& level = noise.levels.emplace_back();
+        level.mean = {mean, mean, mean, mean};
+        level.deviation = {deviation, deviation, deviation, deviation};
+    }
     const TuningNode root = host::parse_tuning(export_results(results, "rpi-bcm2835", {}, nullptr).text, "bcm2835");
     EXPECT_EQ(std::stod(keys_of(root, "rpi.noise").find("reference_constant")->text), 2);
     EXPECT_EQ(std::stod(keys_of(root, "rpi.noise").find("reference_slope")->text), 3);

@@ -104,6 +104,9 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
         {"[sensor]\nbits = 17\n", "bits is 17, expected 8 to 16"},
         {"[sensor]\npattern = \"RGB\"\n", "pattern is 'RGB', expected BGGR, GBRG, GRBG, RGGB or MONO"},
         {"[captures]\ndark = [1]\n", "dark is the whole number 1, expected file names or tables"},
+        {"[captures]\ndark = [{ files = [\"a\", 1] }]\n",
+         "files is the whole number 1, expected a file name or a list"},
+        {"[captures]\ndark = [{ file = \"a\", illuminant_k = 5000 }]\n", "unknown key 'illuminant_k'"},
         {"[captures]\ngrey = [{ illuminant_k = 5000 }]\n", "grey: an entry has no 'file'"},
         {"[captures]\ngrey = [{ file = \"a\", kelvin = 5000 }]\n", "unknown key 'kelvin'"},
         {"[black_level]\nmethod = \"mode\"\n", "method is 'mode', expected median, mean or mean_deviation"},
@@ -130,6 +133,11 @@ TEST(Session, ErrorsNameTheKeyAndWhatWasExpected) {
     for (const auto& [text, expected] : cases) {
         SCOPED_TRACE(text);
         EXPECT_NE(error_of(text).find(expected), std::string::npos) << error_of(text);
+    }
+    for (const std::string table :
+         {"captures", "black_level", "lens_shading", "white_balance", "noise", "colour_matrix"}) {
+        const std::string error = error_of("[" + table + "]\nwidht = 3\n");
+        EXPECT_NE(error.find(table + ": unknown key 'widht' in line 2"), std::string::npos) << error;
     }
 }
 
