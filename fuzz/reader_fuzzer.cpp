@@ -2,6 +2,10 @@
 
 #include <zlib.h>
 
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
 #include "base/error.h"
 #include "captures/camera_raw_file.h"
 #include "captures/file_form.h"
@@ -68,6 +72,14 @@ void mend_checksums(std::vector<uint8_t>& bytes) {
     }
 }
 
+/// LibRaw 0.20 writes beyond a text with names of this maker's models. The program loses no more by it than the process
+/// that decodes; here it would end the fuzzer before it finds anything else.
+bool names_hasselblad(std::span<const uint8_t> bytes) {
+    constexpr std::string_view kName = "hasselblad";
+    return std::search(bytes.begin(), bytes.end(), kName.begin(), kName.end(),
+                       [](uint8_t byte, char letter) { return std::tolower(byte) == letter; }) != bytes.end();
+}
+
 /// Whether `work` takes its input.
 template <typename Work>
 bool accepted(Work work) {
@@ -88,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     Draw draw(data, size);
     const Geometry geometry = told(draw);
     std::vector<uint8_t> bytes = draw.rest();
-    if (bytes.empty()) {
+    if (bytes.empty() || (kForm.read == read_camera_raw && names_hasselblad(bytes))) {
         return 0;
     }
     if (kForm.read == read_png) {
