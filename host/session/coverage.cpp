@@ -53,9 +53,11 @@ std::string made_of(const std::string& section, const Session& session, const Ch
     if (section == "black_level") {
         std::size_t frames = 0;
         for (const auto& [taken, entries] : plan.dark) {
-            frames += entries.size();
+            for (const CaptureEntry& entry : entries) {
+                frames += entry.files.size();
+            }
         }
-        return plan.given.empty() ? text("%zu dark frames", frames) +
+        return plan.given.empty() ? text("%zu dark frame%s", frames, frames == 1 ? "" : "s") +
                                         (plan.dark.size() > 1 ? text(" of %zu gains", plan.dark.size()) : "")
                                   : std::string("by number: ") +
                                         kSourceNames[static_cast<std::size_t>(plan.given.front().record.source)];

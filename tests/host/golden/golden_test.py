@@ -13,6 +13,7 @@ import sys
 import zlib
 
 DIGESTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "digests.txt")
+WRONG = os.path.join(os.path.dirname(DIGESTS), "wrong")  # documents that are refused, and sessions that hold hardly anything
 LIGHTS = "--illuminants 2850 4000 6500"
 FORMS = ["registers --illuminant 4000 --gain 1", "header --illuminant 2850 --gain 4", "cube --illuminant 6500", "csv",
          "rpi-bcm2835", "rpi-pisp", "rkisp1", "dng", "ti3 --illuminant 4000"]
@@ -52,7 +53,7 @@ SCENES = {
                              ("ccm --pattern RGGB", "chart"), ("clut --nodes 5", "chart"))),
         "awb-curve --results steps/r.json",
         "chart steps/chart_4500K.pgm --pattern RGGB --picture steps/found.png",
-        "diff whole/results.json steps/r.json",
+        "diff whole/results.json steps/r.json", "diff steps/r.json whole/results.json",
     ],
     "many": [  # one of them far off
         *(f"simulate many{unit} --size 64x48 --seed {unit} --dark-frames 2 --series-levels 0 --illuminants 5000"
@@ -63,6 +64,18 @@ SCENES = {
     "texts": ["help --man", *(f"help --completion {shell}" for shell in ("bash", "zsh", "fish")),
               *(f"help {topic}" for topic in ("results verdict stale exposure luma registers pack uncertainty leave-one-out"
                                               " mired").split())],
+    "partial": [  # hardly any values, and what there is of other files
+        "simulate partial --size 128x96 --seed 9 --series-levels 0 --illuminants 5000",
+        "calibrate partial/session.toml --only blc",
+        *(f"export partial/results.json --format {form}" for form in FORMS),
+        "verify partial/flat_5000K.raw --session partial/session.toml --results whole/results.json",
+        "verify partial/flat_5000K.raw --session partial/session.toml --results whole/results.json --force",
+        "verify partial/flat_5000K.raw --session partial/session.toml --results partial/results.json --stage black-level",
+        "chart partial/chart_5000K.raw --session partial/session.toml --black-level partial/results.json",
+        "chart partial/flat_5000K.raw --session partial/session.toml --page partial/pick.html",
+        "check partial/session.toml", "help", "help nothing",
+    ],
+    "refused": [f"{'check' if name.endswith('.toml') else 'validate'} wrong/{name}" for name in sorted(os.listdir(WRONG))],
     "units": ["calibrate steps whole mono --only blc --out units --jobs 2", "summary units",
               "report steps/r.json whole/results.json --out units/report.html"],
     **{fault: [f"simulate {fault} --size 256x192 --seed 5 --format raw --illuminants 2850 5000 --series-levels 5 --burst 2"
@@ -122,7 +135,7 @@ def digests_of_files(scene, folder):
 def scenes(program, folder):
     """The digests of one after the other."""
     shutil.rmtree(folder, ignore_errors=True)
-    os.makedirs(folder)
+    shutil.copytree(WRONG, os.path.join(folder, "wrong"))
     for scene, commands in SCENES.items():
         found, said = {}, []
         for command in commands:

@@ -394,41 +394,5 @@ TEST_F(Exports, PutTheirValuesIntoFilesThatStand) {
     EXPECT_TRUE(rk.text.ends_with("\n          # the last one\n  - Lux:\n      referenceLux: 7\n"));
 }
 
-TEST_F(Exports, AreRefusedByTheReadersRulesWhereOneIsBroken) {
-    const std::string rpi = exported("rpi-bcm2835");
-    const std::string rk = exported("rkisp1");
-    EXPECT_TRUE(host::tuning_faults(rpi, "f").empty());
-    EXPECT_TRUE(host::tuning_faults(rk, "f").empty());
-    const std::size_t row = rpi.find("1.", rpi.find("\"table\""));
-    struct Case {
-        std::string file;
-        std::string fault;
-    };
-    const std::vector<Case> cases = {
-        {replaced(rpi, "2.0,", "1.0,"), "f:3: version: \"1.0\", expected 2.0 (rpi) or 1 (rkisp1)"},
-        {replaced(rpi, "bcm2835", "vc4"), "expected \"bcm2835\" or \"pisp\""},
-        {replaced(rpi, "bcm2835", "pisp"), "192 values, expected 1024"},
-        {replaced(rpi, "rpi.noise", "rpi.nosie"), "rpi.nosie: no algorithm of this stack"},
-        {replaced(rpi, "rpi.noise", "rpi.black_level"), "rpi.black_level: stands twice"},
-        {replaced(rpi, "\"reference_constant\"", "\"reference_slope\""), "\"reference_slope\" stands twice"},
-        {replaced(rpi, "\"black_level\": 1032", "\"black_level\": 1032.0"), "expected a whole number without a point"},
-        {replaced(rpi, "\"black_level\": 1032", "\"black_level\": 70000"), "expected 0 to 65535"},
-        {std::string(rpi).replace(row, 6, ".nan"), "expected a finite number"},
-        {std::string(rpi).replace(row, 8, ""), "191 values, expected 192"},
-        {replaced(rpi, "5000, 0.", "2850, 0."), "rpi.awb ct_curve value 4: 2850 behind 2850"},
-        {replaced(rk, "version: 1", "version: 3"), "expected 2.0 (rpi) or 1 (rkisp1)"},
-        {replaced(rk, "x-size: [ 0.0625", "x-size: [ 0.0725"), "sum 0.51, expected 0.495 to 0.505"},
-        {replaced(rk, "R: 1024", "R: 1024.5"), "BlackLevelCorrection R: \"1024.5\", expected a whole number"},
-        {replaced(rk, "R: 1024", "R: &x 1024"), "an anchor"},
-    };
-    for (const auto& [file, fault] : cases) {
-        std::string told;
-        for (const std::string& line : host::tuning_faults(file, "f")) {
-            told += line + "\n";
-        }
-        expect_in(told, fault);
-    }
-}
-
 }  // namespace
 }  // namespace cali::test
