@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "base/error.h"
+#include "captures/decoder_answer.h"
 #include "support/program.h"
 
 namespace cali::test {
@@ -77,6 +78,15 @@ TEST(ConfinedDecoder, SaysWhatBecameOfTheCopy) {
               "a.dng: cannot be read: its decoder gives what is no frame");
     EXPECT_EQ(end_of([](FileFrame& frame) { frame.codes = Codes(std::size_t{1} << 28U); }),
               "a.dng: decoding it takes more than 256 MB");
+    // A hostile file may speak for the process.
+    FileContent nothing(0);
+    const Geometry untold;
+    FileFrame frame;
+    const auto noise = [](std::span<uint8_t> memory) { return std::ranges::fill(memory, 0x7F) == memory.end(); };
+    EXPECT_EQ(refusal([&] {
+                  take_answer(frame, {nothing, 0, untold}, kShort, noise, [] { return std::string(); });
+              }),
+              ": cannot be read: its decoder gives what is no frame");
 }
 
 TEST(ConfinedDecoder, ReachesNothingButItsMemory) {
