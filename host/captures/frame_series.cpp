@@ -16,9 +16,9 @@ namespace {
 
 /// A folder also holds notes and results; what a capture is called for other reasons can be named in a session.
 bool is_capture(const std::filesystem::path& file) {
-    constexpr std::array<std::string_view, 18> kSuffixes = {".raw", ".bin", ".pgm", ".png", ".tif", ".tiff",
-                                                            ".dng", ".arw", ".cr2", ".cr3", ".nef", ".nrw",
-                                                            ".orf", ".pef", ".raf", ".rw2", ".rwl", ".srw"};
+    constexpr auto kSuffixes =
+        std::to_array<std::string_view>({".raw", ".bin", ".pgm", ".png", ".tif", ".tiff", ".dng", ".arw", ".cr2",
+                                         ".cr3", ".nef", ".nrw", ".orf", ".pef", ".raf", ".rw2", ".rwl", ".srw"});
     const std::string suffix = lower_suffix(file);
     return std::ranges::find(kSuffixes, suffix) != kSuffixes.end();
 }
